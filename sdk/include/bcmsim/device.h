@@ -1,0 +1,34 @@
+// The simulated device: its configuration, its reset and read-only access to its state.
+#pragma once
+
+#include <array>
+#include <vector>
+
+#include <bcmsim/state.h>
+
+namespace bcmsim {
+
+struct Config {
+  int unit = 0;
+  std::vector<int> front_ports = default_front_ports();
+  int cpu_port = 0;
+  // Per stage, in Stage order: pre-ingress, ingress, egress.
+  std::array<int, kStageCount> groups_per_stage{4, 16, 4};
+  std::array<int, kStageCount> entries_per_group{256, 256, 128};
+  // Device information: ports forced off (removed from the all-ports bitmap) and extra
+  // internal ports such as loopback ports (added to it).
+  std::vector<int> disabled_ports;
+  std::vector<int> internal_ports;
+
+  static std::vector<int> default_front_ports();
+};
+
+// Returns the device to its start-up state with the default or the given configuration.
+// The call log and the fault plan are cleared too; logging stays as it was.
+void reset();
+void reset(const Config& config);
+
+const Config& config();
+const State& state();
+
+}  // namespace bcmsim

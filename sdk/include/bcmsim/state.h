@@ -1,0 +1,121 @@
+// The state of the simulated device, as inspection shows it.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <unordered_map>
+#include <vector>
+
+#include <bcm/field.h>
+#include <bcm/l3.h>
+#include <bcm/policer.h>
+
+namespace bcmsim {
+
+// Field-processor stages, in the order a packet meets them.
+enum class Stage { PreIngress = 0, Ingress = 1, Egress = 2 };
+constexpr int kStageCount = 3;
+
+// Qualifier data and masks, and action payloads, as 32-bit words. Scalars use word 0; a MAC
+// address uses words 0 (bytes 0-1) and 1 (bytes 2-5); an IPv6 address words 0-3, most
+// significant first; a port bitmap all eight words; a module/port pair words 0 (module) and 1.
+using Words = std::array<uint32_t, 8>;
+
+struct QualifierValue {
+  int qualifier = 0;
+  Words data{};
+  Words mask{};
+};
+
+enum class ActionForm { Params, Mac, Ports, VlanActions };
+
+struct ActionValue {
+  int action = 0;
+  ActionForm form = ActionForm::Params;
+  uint32_t param0 = 0;
+  uint32_t param1 = 0;
+  Words words{};  // the MAC address or the port bitmap
+  bcm_vlan_action_set_t vlan{};
+};
+
+// Qualifiers and actions of an entry: written to the staged view, copied to the installed view
+// by install and reinstall.
+struct EntryView {
+  std::vector<QualifierValue> qualifiers;  // in the order first written
+  std::vector<ActionValue> actions;        // in the order added
+
+  const QualifierValue* qualifier(int qualifier) const;
+  const ActionValue* action(int action) const;  // the first action of that number
+  bool operator==(const EntryView& other) const;
+};
+
+constexpr int kPolicerLevels = 2;
+
+struct Entry {
+  int id = 0;
+  int group = 0;
+  int priority = BCM_FIELD_ENTRY_PRIO_DEFAULT;
+  EntryView staged;
+  std::optional<EntryView> installed;
+  bool ever_installed = false;
+  std::optional<int> stat;
+  std::array<std::optional<int>, kPolicerLevels> policers{};
+};
+
+struct Group {
+  int id = 0;
+  Stage stage = Stage::Ingress;
+  int priority = 0;
+  int mode = bcmFieldGroupModeAuto;
+  uint32_t flags = 0;
+  bcm_field_qset_t qset{};
+  bcm_field_aset_t aset{};
+  std::set<int> entries;
+
+  bool has_qualifier(int qualifier) const;
+  bool allows_action(int action) const;  // an empty action set allows every action
+  std::vector<int> qualifiers() const;
+  std::vector<int> actions() const;
+};
+
+struct Stat {
+  int id = 0;
+  int group = 0;
+  std::vector<bcm_field_stat_t> types;
+  std::vector<uint64_t> values;  // one per type, same order
+  std::set<int> entries;         // entries it is attached to
+
+  std::optional<uint64_t> value(bcm_field_stat_t type) const;
+};
+
+struct Policer {
+  int id = 0;
+  bcm_policer_config_t config{};
+  std::set<std::pair<int, int>> attachments;  // (entry, level)
+};
+
+struct L3Egress {
+  uint32_t create_flags = 0;
+  bcm_l3_egress_t egress{};
+};
+
+struct State {
+  std::map<int, Group> groups;
+  std::unordered_map<int, Entry> entries;
+  std::map<int, Stat> stats;
+  std::map<int, Policer> policers;
+  std::map<bcm_if_t, bcm_l3_intf_t> l3_intfs;
+  std::map<bcm_if_t, L3Egress> l3_egresses;
+  std::map<std::pair<int, int>, int> port_controls;  // (port, control) -> value
+  std::map<int, int> switch_controls;
+
+  const Entry* entry(int id) const;
+  const Group* group(int id) const;
+  const Stat* stat(int id) const;
+  std::vector<int> entry_ids() const;  // ascending
+};
+
+}  // namespace bcmsim

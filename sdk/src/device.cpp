@@ -1,0 +1,97 @@
+#include "device_impl.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include <shared/pbmp.h>
+
+extern "C" {
+soc_control_t* soc_control[SOC_MAX_NUM_DEVICES];
+}
+
+namespace bcmsim {
+namespace detail {
+namespace {
+
+void add_ports(soc_ptype_t& type, const std::vector<int>& ports) {
+  for (int port : ports) {
+    if (port < 0 || port >= SOC_MAX_NUM_PORTS) continue;
+    _SHR_PBMP_PORT_ADD(type.bitmap, port);
+    type.port[type.num++] = port;
+  }
+  if (type.num > 0) {
+    type.min = *std::min_element(type.port, type.port + type.num);
+    type.max = *std::max_element(type.port, type.port + type.num);
+  }
+}
+
+void fill_pbmp(pbmp_t& bitmap, const std::vector<int>& ports) {
+  for (int port : ports) {
+    if (port >= 0 && port < SOC_MAX_NUM_PORTS) _SHR_PBMP_PORT_ADD(bitmap, port);
+  }
+}
+
+// The device information that the SDK's soc layer keeps per unit.
+void build_soc_info(const Config& config, soc_info_t& info) {
+  std::memset(&info, 0, sizeof(info));
+  add_ports(info.ge, config.front_ports);
+  add_ports(info.ether, config.front_ports);
+  add_ports(info.port, config.front_ports);
+  std::vector<int> all = config.front_ports;
+  all.push_back(config.cpu_port);
+  add_ports(info.all, all);
+  fill_pbmp(info.all.disabled_bitmap, config.disabled_ports);
+  fill_pbmp(info.cmic_bitmap, {config.cpu_port});
+  fill_pbmp(info.lb_pbm, config.internal_ports);
+}
+
+}  // namespace
+
+// The device exists from program start, so soc_control is valid before the first SDK call.
+[[maybe_unused]] static Device& the_device = device();
+
+Device& device() {
+  static Device* dev = [] {
+    auto* d = new Device();  // lives until exit, like the chip
+    soc_control[d->config.unit] = &d->soc;
+    build_soc_info(d->config, d->soc.info);
+    return d;
+  }();
+  return *dev;
+}
+
+Entry* find_entry(State& state, int id) {
+  auto it = state.entries.find(id);
+  return it == state.entries.end() ? nullptr : &it->second;
+}
+
+Group* find_group(State& state, int id) {
+  auto it = state.groups.find(id);
+  return it == state.groups.end() ? nullptr : &it->second;
+}
+
+}  // namespace detail
+
+std::vector<int> Config::default_front_ports() {
+  std::vector<int> ports;
+  for (int port = 1; port <= 32; ++port) ports.push_back(port);
+  return ports;
+}
+
+void reset() { reset(Config{}); }
+
+void reset(const Config& config) {
+  detail::Device& dev = detail::device();
+  soc_control[dev.config.unit] = nullptr;
+  dev.config = config;
+  dev.state = State{};
+  detail::build_soc_info(config, dev.soc.info);
+  soc_control[config.unit] = &dev.soc;
+  dev.log.clear();
+  dev.faults.clear();
+}
+
+const Config& config() { return detail::device().config; }
+const State& state() { return detail::device().state; }
+
+}  // namespace bcmsim

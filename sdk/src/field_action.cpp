@@ -1,0 +1,121 @@
+// Field actions: added to and removed from the entry's staged view.
+#include <algorithm>
+
+#include <bcm/error.h>
+#include <bcm/field.h>
+
+#include <bcmsim/names.h>
+
+#include "sdk_call.h"
+#include "text.h"
+#include "words.h"
+
+namespace bcmsim::detail {
+namespace {
+
+std::string action_args(int unit, int entry, const ActionValue& value) {
+  return std::to_string(unit) + ", " + std::to_string(entry) + ", " + action_name(value.action) +
+         ", " + format_action(value);
+}
+
+int add_action(const char* function, int unit, int entry, const ActionValue& value,
+               bool payload_given = true) {
+  return sdk_call(
+      function, unit, entry, [&] { return action_args(unit, entry, value); },
+      [&](Device& dev) -> int {
+        if (!payload_given) return BCM_E_PARAM;
+        return with_entry(dev, entry, [&](Entry& e) -> int {
+          if (!dev.state.groups.at(e.group).allows_action(value.action)) return BCM_E_PARAM;
+          e.staged.actions.push_back(value);
+          return BCM_E_NONE;
+        });
+      });
+}
+
+ActionValue params_action(int action, uint32_t param0, uint32_t param1) {
+  ActionValue value;
+  value.action = action;
+  value.param0 = param0;
+  value.param1 = param1;
+  return value;
+}
+
+}  // namespace
+}  // namespace bcmsim::detail
+
+using namespace bcmsim;
+using namespace bcmsim::detail;
+
+extern "C" {
+
+int bcm_field_action_add(int unit, bcm_field_entry_t entry, bcm_field_action_t action,
+                         uint32 param0, uint32 param1) {
+  return add_action(__func__, unit, entry, params_action(action, param0, param1));
+}
+
+int bcm_field_action_mac_add(int unit, bcm_field_entry_t entry, bcm_field_action_t action,
+                             bcm_mac_t mac) {
+  ActionValue value;
+  value.action = action;
+  value.form = bcmsim::ActionForm::Mac;
+  value.words = mac_words(mac);
+  return add_action(__func__, unit, entry, value);
+}
+
+int bcm_field_action_ports_add(int unit, bcm_field_entry_t entry, bcm_field_action_t action,
+                               bcm_pbmp_t pbmp) {
+  ActionValue value;
+  value.action = action;
+  value.form = bcmsim::ActionForm::Ports;
+  value.words = pbmp_words(pbmp);
+  return add_action(__func__, unit, entry, value);
+}
+
+int bcm_field_action_vlan_actions_add(int unit, bcm_field_entry_t entry,
+                                      bcm_field_action_t action,
+                                      bcm_vlan_action_set_t* vlan_action_set) {
+  ActionValue value;
+  value.action = action;
+  value.form = bcmsim::ActionForm::VlanActions;
+  if (vlan_action_set) value.vlan = *vlan_action_set;
+  return add_action(__func__, unit, entry, value, vlan_action_set != nullptr);
+}
+
+int bcm_field_action_delete(int unit, bcm_field_entry_t entry, bcm_field_action_t action,
+                            uint32 param0, uint32 param1) {
+  const ActionValue wanted = params_action(action, param0, param1);
+  return sdk_call(
+      __func__, unit, entry, [&] { return action_args(unit, entry, wanted); },
+      [&](Device& dev) -> int {
+        return with_entry(dev, entry, [&](Entry& e) -> int {
+          auto& actions = e.staged.actions;
+          auto it = std::find_if(actions.begin(), actions.end(), [&](const bcmsim::ActionValue& a) {
+            return a.action == action && a.form == bcmsim::ActionForm::Params &&
+                   a.param0 == param0 && a.param1 == param1;
+          });
+          if (it == actions.end()) return BCM_E_NOT_FOUND;
+          actions.erase(it);
+          return BCM_E_NONE;
+        });
+      });
+}
+
+int bcm_field_action_remove(int unit, bcm_field_entry_t entry, bcm_field_action_t action) {
+  return sdk_call(
+      __func__, unit, entry,
+      [&] {
+        return std::to_string(unit) + ", " + std::to_string(entry) + ", " + action_name(action);
+      },
+      [&](Device& dev) -> int {
+        return with_entry(dev, entry, [&](Entry& e) -> int {
+          auto& actions = e.staged.actions;
+          auto first = std::remove_if(actions.begin(), actions.end(),
+                                      [&](const bcmsim::ActionValue& a) { return a.action == action; });
+          if (first == actions.end()) return BCM_E_NOT_FOUND;
+          actions.erase(first, actions.end());
+          return BCM_E_NONE;
+        });
+      });
+}
+
+}  // extern "C"

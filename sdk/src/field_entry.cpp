@@ -1,0 +1,147 @@
+// Field entries: creation, priority, installation and destruction.
+#include <bcm/error.h>
+#include <bcm/field.h>
+
+#include "sdk_call.h"
+#include "text.h"
+
+namespace bcmsim::detail {
+namespace {
+
+std::string args(int unit, int entry) { return std::to_string(unit) + ", " + std::to_string(entry); }
+
+int add_entry(Device& dev, int group_id, int entry_id) {
+  Group* group = find_group(dev.state, group_id);
+  if (!group) return BCM_E_NOT_FOUND;
+  if (static_cast<int>(group->entries.size()) >=
+      dev.config.entries_per_group[static_cast<int>(group->stage)]) {
+    return BCM_E_RESOURCE;
+  }
+  Entry entry;
+  entry.id = entry_id;
+  entry.group = group_id;
+  dev.state.entries.emplace(entry_id, std::move(entry));
+  group->entries.insert(entry_id);
+  return BCM_E_NONE;
+}
+
+int lowest_free_entry_id(const State& state) {
+  int id = 1;
+  while (state.entries.count(id)) ++id;
+  return id;
+}
+
+// Releases what hangs on an entry: its statistics object and its policers.
+void detach_all(State& state, const Entry& entry) {
+  if (entry.stat) state.stats[*entry.stat].entries.erase(entry.id);
+  for (int level = 0; level < kPolicerLevels; ++level) {
+    if (entry.policers[level]) {
+      state.policers[*entry.policers[level]].attachments.erase({entry.id, level});
+    }
+  }
+}
+
+}  // namespace
+}  // namespace bcmsim::detail
+
+using namespace bcmsim;
+using namespace bcmsim::detail;
+
+extern "C" {
+
+int bcm_field_entry_create(int unit, bcm_field_group_t group, bcm_field_entry_t* entry) {
+  return sdk_call(
+      __func__, unit, kNoEntry,
+      [&] { return args(unit, group) + ", " + (entry ? std::to_string(*entry) : "NULL"); },
+      [&](Device& dev) -> int {
+        if (!entry) return BCM_E_PARAM;
+        int id = lowest_free_entry_id(dev.state);
+        int rv = add_entry(dev, group, id);
+        if (rv == BCM_E_NONE) *entry = id;
+        return rv;
+      });
+}
+
+int bcm_field_entry_create_id(int unit, bcm_field_group_t group, bcm_field_entry_t entry) {
+  return sdk_call(
+      __func__, unit, entry, [&] { return args(unit, group) + ", " + std::to_string(entry); },
+      [&](Device& dev) -> int {
+        if (entry < 0) return BCM_E_PARAM;
+        if (dev.state.entries.count(entry)) return BCM_E_EXISTS;
+        return add_entry(dev, group, entry);
+      });
+}
+
+int bcm_field_entry_destroy(int unit, bcm_field_entry_t entry) {
+  return sdk_call(
+      __func__, unit, entry, [&] { return args(unit, entry); },
+      [&](Device& dev) -> int {
+        return with_entry(dev, entry, [&](Entry& e) -> int {
+          detach_all(dev.state, e);
+          dev.state.groups[e.group].entries.erase(entry);
+          dev.state.entries.erase(entry);
+          return BCM_E_NONE;
+        });
+      });
+}
+
+int bcm_field_entry_install(int unit, bcm_field_entry_t entry) {
+  return sdk_call(
+      __func__, unit, entry, [&] { return args(unit, entry); },
+      [&](Device& dev) -> int {
+        return with_entry(dev, entry, [](Entry& e) -> int {
+          e.installed = e.staged;
+          e.ever_installed = true;
+          return BCM_E_NONE;
+        });
+      });
+}
+
+int bcm_field_entry_reinstall(int unit, bcm_field_entry_t entry) {
+  return sdk_call(
+      __func__, unit, entry, [&] { return args(unit, entry); },
+      [&](Device& dev) -> int {
+        return with_entry(dev, entry, [](Entry& e) -> int {
+          if (!e.ever_installed) return BCM_E_PARAM;
+          e.installed = e.staged;
+          return BCM_E_NONE;
+        });
+      });
+}
+
+int bcm_field_entry_remove(int unit, bcm_field_entry_t entry) {
+  return sdk_call(
+      __func__, unit, entry, [&] { return args(unit, entry); },
+      [&](Device& dev) -> int {
+        return with_entry(dev, entry, [](Entry& e) -> int {
+          e.installed.reset();
+          return BCM_E_NONE;
+        });
+      });
+}
+
+int bcm_field_entry_prio_set(int unit, bcm_field_entry_t entry, int prio) {
+  return sdk_call(
+      __func__, unit, entry, [&] { return args(unit, entry) + ", " + std::to_string(prio); },
+      [&](Device& dev) -> int {
+        return with_entry(dev, entry, [&](Entry& e) -> int {
+          if (prio < BCM_FIELD_ENTRY_PRIO_LOWEST) return BCM_E_PARAM;
+          e.priority = prio;
+          return BCM_E_NONE;
+        });
+      });
+}
+
+int bcm_field_entry_prio_get(int unit, bcm_field_entry_t entry, int* prio) {
+  return sdk_call(
+      __func__, unit, entry, [&] { return args(unit, entry) + ", " + pointer_text(prio); },
+      [&](Device& dev) -> int {
+        return with_entry(dev, entry, [&](Entry& e) -> int {
+          if (!prio) return BCM_E_PARAM;
+          *prio = e.priority;
+          return BCM_E_NONE;
+        });
+      });
+}
+
+}  // extern "C"

@@ -1,0 +1,150 @@
+// Field groups: the qualifier and action sets, and group creation and destruction.
+#include <bcm/error.h>
+#include <bcm/field.h>
+
+#include <bcmsim/names.h>
+
+#include "sdk_call.h"
+#include "text.h"
+
+namespace bcmsim::detail {
+namespace {
+
+// The stage a qualifier set names; the SDK takes ingress when it names none.
+int stage_of(const bcm_field_qset_t& qset, Stage* stage) {
+  struct StageQualifier {
+    int qualifier;
+    Stage stage;
+  };
+  static const StageQualifier kStages[] = {{bcmFieldQualifyStageLookup, Stage::PreIngress},
+                                           {bcmFieldQualifyStageIngress, Stage::Ingress},
+                                           {bcmFieldQualifyStageEgress, Stage::Egress}};
+  int named = 0;
+  *stage = Stage::Ingress;
+  for (const StageQualifier& s : kStages) {
+    if (BCM_FIELD_QSET_TEST(qset, s.qualifier)) {
+      *stage = s.stage;
+      ++named;
+    }
+  }
+  return named > 1 ? BCM_E_PARAM : BCM_E_NONE;
+}
+
+int groups_in_stage(const State& state, Stage stage) {
+  int count = 0;
+  for (const auto& [id, group] : state.groups) count += group.stage == stage;
+  return count;
+}
+
+int lowest_free_group_id(const State& state) {
+  int id = 1;
+  while (state.groups.count(id)) ++id;
+  return id;
+}
+
+int create_group(Device& dev, bcm_field_group_config_t* config) {
+  if (!config) return BCM_E_PARAM;
+  Group group;
+  if (int rv = stage_of(config->qset, &group.stage); rv != BCM_E_NONE) return rv;
+  const bool with_mode = config->flags & BCM_FIELD_GROUP_CREATE_WITH_MODE;
+  if (with_mode && (config->mode < 0 || config->mode >= bcmFieldGroupModeCount)) {
+    return BCM_E_PARAM;
+  }
+  if (config->priority < 0 && config->priority != BCM_FIELD_GROUP_PRIO_ANY) return BCM_E_PARAM;
+  const bool with_id = config->flags & BCM_FIELD_GROUP_CREATE_WITH_ID;
+  if (with_id && config->group < 0) return BCM_E_PARAM;
+  if (with_id && dev.state.groups.count(config->group)) return BCM_E_EXISTS;
+  if (groups_in_stage(dev.state, group.stage) >=
+      dev.config.groups_per_stage[static_cast<int>(group.stage)]) {
+    return BCM_E_RESOURCE;
+  }
+  group.id = with_id ? config->group : lowest_free_group_id(dev.state);
+  group.priority = config->priority;
+  group.mode = with_mode ? config->mode : bcmFieldGroupModeAuto;
+  group.flags = config->flags;
+  group.qset = config->qset;
+  group.aset = config->aset;
+  config->group = group.id;
+  dev.state.groups.emplace(group.id, std::move(group));
+  return BCM_E_NONE;
+}
+
+std::string describe(const bcm_field_group_config_t* config) {
+  if (!config) return "NULL";
+  std::string qset;
+  for (int q = 0; q < bcmFieldQualifyCount; ++q) {
+    if (BCM_FIELD_QSET_TEST(config->qset, q)) qset += (qset.empty() ? "" : " ") + qualifier_name(q);
+  }
+  std::string aset;
+  for (int a = 0; a < bcmFieldActionCount; ++a) {
+    if (BCM_FIELD_ASET_TEST(config->aset, a)) aset += (aset.empty() ? "" : " ") + action_name(a);
+  }
+  return "{flags " + hex_text(config->flags) + ", group " + std::to_string(config->group) +
+         ", priority " + std::to_string(config->priority) + ", mode " +
+         group_mode_name(config->mode) + ", qset [" + qset + "], aset [" + aset + "]}";
+}
+
+int clear_field_state(Device& dev) {
+  for (auto& [id, policer] : dev.state.policers) policer.attachments.clear();
+  dev.state.groups.clear();
+  dev.state.entries.clear();
+  dev.state.stats.clear();
+  return BCM_E_NONE;
+}
+
+}  // namespace
+}  // namespace bcmsim::detail
+
+using namespace bcmsim;
+using namespace bcmsim::detail;
+
+extern "C" {
+
+void bcm_field_qset_t_init(bcm_field_qset_t* qset) {
+  sdk_void_call(__func__, [&] { return pointer_text(qset); });
+  if (qset) BCM_FIELD_QSET_INIT(*qset);
+}
+
+void bcm_field_aset_t_init(bcm_field_aset_t* aset) {
+  sdk_void_call(__func__, [&] { return pointer_text(aset); });
+  if (aset) BCM_FIELD_ASET_INIT(*aset);
+}
+
+void bcm_field_group_config_t_init(bcm_field_group_config_t* group_config) {
+  sdk_void_call(__func__, [&] { return pointer_text(group_config); });
+  if (!group_config) return;
+  memset(group_config, 0, sizeof(*group_config));
+  group_config->priority = BCM_FIELD_GROUP_PRIO_ANY;
+  group_config->mode = bcmFieldGroupModeAuto;
+}
+
+int bcm_field_group_config_create(int unit, bcm_field_group_config_t* group_config) {
+  return sdk_call(
+      __func__, unit, kNoEntry,
+      [&] { return std::to_string(unit) + ", " + describe(group_config); },
+      [&](Device& dev) -> int { return create_group(dev, group_config); });
+}
+
+int bcm_field_group_destroy(int unit, bcm_field_group_t group) {
+  return sdk_call(
+      __func__, unit, kNoEntry, [&] { return std::to_string(unit) + ", " + std::to_string(group); },
+      [&](Device& dev) -> int {
+        Group* g = find_group(dev.state, group);
+        if (!g) return BCM_E_NOT_FOUND;
+        if (!g->entries.empty()) return BCM_E_BUSY;
+        dev.state.groups.erase(group);
+        return BCM_E_NONE;
+      });
+}
+
+int bcm_field_init(int unit) {
+  return sdk_call(__func__, unit, kNoEntry, [&] { return std::to_string(unit); },
+                  clear_field_state);
+}
+
+int bcm_field_detach(int unit) {
+  return sdk_call(__func__, unit, kNoEntry, [&] { return std::to_string(unit); },
+                  clear_field_state);
+}
+
+}  // extern "C"

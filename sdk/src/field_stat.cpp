@@ -1,0 +1,147 @@
+// Field statistics objects and their attachment to entries.
+#include <bcm/error.h>
+#include <bcm/field.h>
+
+#include <bcmsim/names.h>
+
+#include "sdk_call.h"
+#include "text.h"
+
+namespace bcmsim::detail {
+namespace {
+
+constexpr int kStatTypeCount = bcmFieldStatNotRedPackets + 1;
+
+std::string stat_types_text(int nstat, const bcm_field_stat_t* types) {
+  if (!types) return "NULL";
+  std::string text = "[";
+  for (int i = 0; i < nstat; ++i) text += (i ? " " : "") + stat_type_name(types[i]);
+  return text + "]";
+}
+
+int create_stat(Device& dev, int group, int nstat, const bcm_field_stat_t* types, int* stat_id) {
+  if (!types || !stat_id || nstat <= 0) return BCM_E_PARAM;
+  for (int i = 0; i < nstat; ++i) {
+    if (types[i] < 0 || types[i] >= kStatTypeCount) return BCM_E_PARAM;
+  }
+  if (!find_group(dev.state, group)) return BCM_E_NOT_FOUND;
+  int id = 1;
+  while (dev.state.stats.count(id)) ++id;
+  Stat stat;
+  stat.id = id;
+  stat.group = group;
+  stat.types.assign(types, types + nstat);
+  stat.values.assign(nstat, 0);
+  dev.state.stats.emplace(id, std::move(stat));
+  *stat_id = id;
+  return BCM_E_NONE;
+}
+
+// Runs `use(Stat&, index of the type)` on an existing statistics object holding that type.
+template <class Use>
+int with_stat_type(Device& dev, int stat_id, bcm_field_stat_t type, Use&& use) {
+  auto it = dev.state.stats.find(stat_id);
+  if (it == dev.state.stats.end()) return BCM_E_NOT_FOUND;
+  Stat& stat = it->second;
+  for (size_t i = 0; i < stat.types.size(); ++i) {
+    if (stat.types[i] == type) return use(stat, i);
+  }
+  return BCM_E_PARAM;
+}
+
+std::string stat_args(int unit, int stat_id, bcm_field_stat_t type) {
+  return std::to_string(unit) + ", " + std::to_string(stat_id) + ", " + stat_type_name(type);
+}
+
+}  // namespace
+}  // namespace bcmsim::detail
+
+using namespace bcmsim;
+using namespace bcmsim::detail;
+
+extern "C" {
+
+int bcm_field_stat_create(int unit, bcm_field_group_t group, int nstat,
+                          bcm_field_stat_t* stat_arr, int* stat_id) {
+  return sdk_call(
+      __func__, unit, kNoEntry,
+      [&] {
+        return std::to_string(unit) + ", " + std::to_string(group) + ", " +
+               std::to_string(nstat) + ", " + stat_types_text(nstat, stat_arr) + " -> " +
+               (stat_id ? std::to_string(*stat_id) : "NULL");
+      },
+      [&](Device& dev) -> int { return create_stat(dev, group, nstat, stat_arr, stat_id); });
+}
+
+int bcm_field_stat_destroy(int unit, int stat_id) {
+  return sdk_call(
+      __func__, unit, kNoEntry,
+      [&] { return std::to_string(unit) + ", " + std::to_string(stat_id); },
+      [&](Device& dev) -> int {
+        auto it = dev.state.stats.find(stat_id);
+        if (it == dev.state.stats.end()) return BCM_E_NOT_FOUND;
+        if (!it->second.entries.empty()) return BCM_E_BUSY;
+        dev.state.stats.erase(it);
+        return BCM_E_NONE;
+      });
+}
+
+int bcm_field_stat_get(int unit, int stat_id, bcm_field_stat_t stat, uint64* value) {
+  return sdk_call(
+      __func__, unit, kNoEntry,
+      [&] {
+        return stat_args(unit, stat_id, stat) + " -> " + (value ? std::to_string(*value) : "NULL");
+      },
+      [&](Device& dev) -> int {
+        if (!value) return BCM_E_PARAM;
+        return with_stat_type(dev, stat_id, stat, [&](bcmsim::Stat& s, size_t i) -> int {
+          *value = s.values[i];
+          return BCM_E_NONE;
+        });
+      });
+}
+
+int bcm_field_stat_set(int unit, int stat_id, bcm_field_stat_t stat, uint64 value) {
+  return sdk_call(
+      __func__, unit, kNoEntry,
+      [&] { return stat_args(unit, stat_id, stat) + ", " + std::to_string(value); },
+      [&](Device& dev) -> int {
+        return with_stat_type(dev, stat_id, stat, [&](bcmsim::Stat& s, size_t i) -> int {
+          s.values[i] = value;
+          return BCM_E_NONE;
+        });
+      });
+}
+
+int bcm_field_entry_stat_attach(int unit, bcm_field_entry_t entry, int stat_id) {
+  return sdk_call(
+      __func__, unit, entry,
+      [&] { return std::to_string(unit) + ", " + std::to_string(entry) + ", " + std::to_string(stat_id); },
+      [&](Device& dev) -> int {
+        return with_entry(dev, entry, [&](bcmsim::Entry& e) -> int {
+          auto it = dev.state.stats.find(stat_id);
+          if (it == dev.state.stats.end()) return BCM_E_NOT_FOUND;
+          if (e.stat) return BCM_E_EXISTS;
+          if (it->second.group != e.group) return BCM_E_PARAM;
+          e.stat = stat_id;
+          it->second.entries.insert(entry);
+          return BCM_E_NONE;
+        });
+      });
+}
+
+int bcm_field_entry_stat_detach(int unit, bcm_field_entry_t entry, int stat_id) {
+  return sdk_call(
+      __func__, unit, entry,
+      [&] { return std::to_string(unit) + ", " + std::to_string(entry) + ", " + std::to_string(stat_id); },
+      [&](Device& dev) -> int {
+        return with_entry(dev, entry, [&](bcmsim::Entry& e) -> int {
+          if (e.stat != stat_id) return BCM_E_NOT_FOUND;
+          e.stat.reset();
+          dev.state.stats[stat_id].entries.erase(entry);
+          return BCM_E_NONE;
+        });
+      });
+}
+
+}  // extern "C"

@@ -1,0 +1,136 @@
+// L3 interfaces and egress objects.
+#include <cstring>
+
+#include <bcm/error.h>
+#include <bcm/l3.h>
+#include <bcm/switch.h>
+
+#include "sdk_call.h"
+#include "text.h"
+#include "words.h"
+
+namespace bcmsim::detail {
+namespace {
+
+// Egress objects are numbered from the SDK's egress index base; next-hop indexes 0 and 1 are
+// reserved by the SDK, so the first object the SDK hands out is 100002.
+constexpr bcm_if_t kEgressIdBase = 100000;
+constexpr bcm_if_t kFirstEgressId = kEgressIdBase + 2;
+constexpr bcm_if_t kFirstIntfId = 1;
+
+template <class Map>
+bcm_if_t lowest_free_id(const Map& map, bcm_if_t first) {
+  bcm_if_t id = first;
+  while (map.count(id)) ++id;
+  return id;
+}
+
+bool same_mac_and_vlan(const bcm_l3_intf_t& a, const bcm_l3_intf_t& b) {
+  return std::memcmp(a.l3a_mac_addr, b.l3a_mac_addr, sizeof(bcm_mac_t)) == 0 &&
+         a.l3a_vid == b.l3a_vid;
+}
+
+int create_intf(Device& dev, bcm_l3_intf_t* intf) {
+  if (!intf) return BCM_E_PARAM;
+  auto& intfs = dev.state.l3_intfs;
+  const bool replace = intf->l3a_flags & BCM_L3_REPLACE;
+  bcm_if_t id = intf->l3a_intf_id;
+  if (intf->l3a_flags & BCM_L3_WITH_ID) {
+    if (id < 0) return BCM_E_PARAM;
+    if (intfs.count(id) && !replace) return BCM_E_EXISTS;
+  } else {
+    // The SDK looks interfaces up by MAC address and VLAN: a second one is refused.
+    for (const auto& [existing_id, existing] : intfs) {
+      if (same_mac_and_vlan(existing, *intf)) return BCM_E_EXISTS;
+    }
+    id = lowest_free_id(intfs, kFirstIntfId);
+  }
+  intf->l3a_intf_id = id;
+  intfs[id] = *intf;
+  return BCM_E_NONE;
+}
+
+int create_egress(Device& dev, uint32 flags, bcm_l3_egress_t* egress, bcm_if_t* if_id) {
+  auto mode = dev.state.switch_controls.find(bcmSwitchL3EgressMode);
+  if (mode == dev.state.switch_controls.end() || mode->second != 1) return BCM_E_DISABLED;
+  if (!egress || !if_id) return BCM_E_PARAM;
+  auto& egresses = dev.state.l3_egresses;
+  bcm_if_t id = *if_id;
+  if (flags & BCM_L3_WITH_ID) {
+    if (id < kEgressIdBase) return BCM_E_PARAM;
+    if (egresses.count(id) && !(flags & BCM_L3_REPLACE)) return BCM_E_EXISTS;
+  } else {
+    id = lowest_free_id(egresses, kFirstEgressId);
+  }
+  egresses[id] = {flags, *egress};
+  *if_id = id;
+  return BCM_E_NONE;
+}
+
+std::string intf_text(const bcm_l3_intf_t* intf) {
+  if (!intf) return "NULL";
+  return "{flags " + hex_text(intf->l3a_flags) + ", id " + std::to_string(intf->l3a_intf_id) +
+         ", mac " + mac_text(mac_words(intf->l3a_mac_addr)) + ", vid " +
+         std::to_string(intf->l3a_vid) + "}";
+}
+
+std::string egress_text(const bcm_l3_egress_t* egress) {
+  if (!egress) return "NULL";
+  return "{flags " + hex_text(egress->flags) + ", flags2 " + hex_text(egress->flags2) +
+         ", intf " + std::to_string(egress->intf) + ", mac " +
+         mac_text(mac_words(egress->mac_addr)) + ", port " + std::to_string(egress->port) +
+         ", trunk " + std::to_string(egress->trunk) + "}";
+}
+
+}  // namespace
+}  // namespace bcmsim::detail
+
+using namespace bcmsim;
+using namespace bcmsim::detail;
+
+extern "C" {
+
+void bcm_l3_intf_t_init(bcm_l3_intf_t* intf) {
+  sdk_void_call(__func__, [&] { return pointer_text(intf); });
+  if (intf) memset(intf, 0, sizeof(*intf));
+}
+
+int bcm_l3_intf_create(int unit, bcm_l3_intf_t* intf) {
+  return sdk_call(
+      __func__, unit, kNoEntry, [&] { return std::to_string(unit) + ", " + intf_text(intf); },
+      [&](Device& dev) -> int { return create_intf(dev, intf); });
+}
+
+int bcm_l3_intf_delete(int unit, bcm_l3_intf_t* intf) {
+  return sdk_call(
+      __func__, unit, kNoEntry, [&] { return std::to_string(unit) + ", " + intf_text(intf); },
+      [&](Device& dev) -> int {
+        if (!intf) return BCM_E_PARAM;
+        return dev.state.l3_intfs.erase(intf->l3a_intf_id) ? BCM_E_NONE : BCM_E_NOT_FOUND;
+      });
+}
+
+void bcm_l3_egress_t_init(bcm_l3_egress_t* egr) {
+  sdk_void_call(__func__, [&] { return pointer_text(egr); });
+  if (egr) memset(egr, 0, sizeof(*egr));
+}
+
+int bcm_l3_egress_create(int unit, uint32 flags, bcm_l3_egress_t* egr, bcm_if_t* if_id) {
+  return sdk_call(
+      __func__, unit, kNoEntry,
+      [&] {
+        return std::to_string(unit) + ", " + hex_text(flags) + ", " + egress_text(egr) + " -> " +
+               (if_id ? std::to_string(*if_id) : "NULL");
+      },
+      [&](Device& dev) -> int { return create_egress(dev, flags, egr, if_id); });
+}
+
+int bcm_l3_egress_destroy(int unit, bcm_if_t intf) {
+  return sdk_call(
+      __func__, unit, kNoEntry, [&] { return std::to_string(unit) + ", " + std::to_string(intf); },
+      [&](Device& dev) -> int {
+        return dev.state.l3_egresses.erase(intf) ? BCM_E_NONE : BCM_E_NOT_FOUND;
+      });
+}
+
+}  // extern "C"

@@ -1,0 +1,86 @@
+// Port controls and the port configuration.
+#include <algorithm>
+
+#include <bcm/error.h>
+#include <bcm/port.h>
+
+#include "sdk_call.h"
+#include "text.h"
+
+namespace bcmsim::detail {
+namespace {
+
+bool port_exists(const Config& config, int port) {
+  auto has = [port](const std::vector<int>& ports) {
+    return std::find(ports.begin(), ports.end(), port) != ports.end();
+  };
+  return port == config.cpu_port || has(config.front_ports) || has(config.internal_ports);
+}
+
+void add_ports(bcm_pbmp_t& pbmp, const std::vector<int>& ports) {
+  for (int port : ports) {
+    if (port >= 0 && port < BCM_PBMP_PORT_MAX) BCM_PBMP_PORT_ADD(pbmp, port);
+  }
+}
+
+void fill_config(const Config& config, bcm_port_config_t& out) {
+  memset(&out, 0, sizeof(out));
+  add_ports(out.ge, config.front_ports);
+  add_ports(out.e, config.front_ports);
+  add_ports(out.port, config.front_ports);
+  add_ports(out.cpu, {config.cpu_port});
+  add_ports(out.all, config.front_ports);
+  add_ports(out.all, {config.cpu_port});
+}
+
+std::string control_args(int unit, bcm_port_t port, bcm_port_control_t type) {
+  return std::to_string(unit) + ", " + std::to_string(port) + ", " + std::to_string(type);
+}
+
+}  // namespace
+}  // namespace bcmsim::detail
+
+using namespace bcmsim;
+using namespace bcmsim::detail;
+
+extern "C" {
+
+int bcm_port_control_set(int unit, bcm_port_t port, bcm_port_control_t type, int value) {
+  return sdk_call(
+      __func__, unit, kNoEntry,
+      [&] { return control_args(unit, port, type) + ", " + std::to_string(value); },
+      [&](Device& dev) -> int {
+        if (!port_exists(dev.config, port)) return BCM_E_PORT;
+        dev.state.port_controls[{port, type}] = value;
+        return BCM_E_NONE;
+      });
+}
+
+int bcm_port_control_get(int unit, bcm_port_t port, bcm_port_control_t type, int* value) {
+  return sdk_call(
+      __func__, unit, kNoEntry, [&] { return control_args(unit, port, type); },
+      [&](Device& dev) -> int {
+        if (!port_exists(dev.config, port)) return BCM_E_PORT;
+        if (!value) return BCM_E_PARAM;
+        auto it = dev.state.port_controls.find({port, type});
+        *value = it == dev.state.port_controls.end() ? 0 : it->second;
+        return BCM_E_NONE;
+      });
+}
+
+void bcm_port_config_t_init(bcm_port_config_t* pconfig) {
+  sdk_void_call(__func__, [&] { return pointer_text(pconfig); });
+  if (pconfig) memset(pconfig, 0, sizeof(*pconfig));
+}
+
+int bcm_port_config_get(int unit, bcm_port_config_t* config) {
+  return sdk_call(
+      __func__, unit, kNoEntry, [&] { return std::to_string(unit) + ", " + pointer_text(config); },
+      [&](Device& dev) -> int {
+        if (!config) return BCM_E_PARAM;
+        fill_config(dev.config, *config);
+        return BCM_E_NONE;
+      });
+}
+
+}  // extern "C"

@@ -1,0 +1,124 @@
+// What the device holds: staged and installed views, qualifier reads, statistics, reset.
+#include <gtest/gtest.h>
+
+#include <bcm/error.h>
+#include <bcm/field.h>
+
+#include <bcmsim/device.h>
+#include <bcmsim/names.h>
+
+#include "support/sdk_builders.h"
+
+namespace {
+
+using test_support::create_group;
+
+constexpr int kGroup = 16;
+constexpr int kEntry = 100;
+
+class DeviceViews : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    bcmsim::reset();
+    ASSERT_EQ(create_group(kGroup, bcmFieldQualifyStageIngress,
+                           {bcmFieldQualifyEtherType, bcmFieldQualifyIpType,
+                            bcmFieldQualifyIpProtocolCommon, bcmFieldQualifyInPorts}),
+              BCM_E_NONE);
+    ASSERT_EQ(bcm_field_entry_create_id(0, kGroup, kEntry), BCM_E_NONE);
+  }
+  const bcmsim::Entry& entry() const { return *bcmsim::state().entry(kEntry); }
+};
+
+TEST_F(DeviceViews, OnlyInstallAndReinstallCopyTheStagedViewToTheInstalledOne) {
+  ASSERT_EQ(bcm_field_qualify_EtherType(0, kEntry, 0x0800, 0xffff), BCM_E_NONE);
+  EXPECT_FALSE(entry().installed) << "nothing is installed before install";
+
+  ASSERT_EQ(bcm_field_entry_install(0, kEntry), BCM_E_NONE);
+  ASSERT_EQ(bcm_field_qualify_EtherType(0, kEntry, 0x86dd, 0xffff), BCM_E_NONE);
+  ASSERT_EQ(bcm_field_action_add(0, kEntry, bcmFieldActionDrop, 0, 0), BCM_E_NONE);
+  EXPECT_EQ(entry().installed->qualifier(bcmFieldQualifyEtherType)->data[0], 0x0800u);
+  EXPECT_EQ(entry().installed->action(bcmFieldActionDrop), nullptr);
+  EXPECT_EQ(entry().staged.qualifier(bcmFieldQualifyEtherType)->data[0], 0x86ddu)
+      << "a second write replaces the staged value";
+
+  ASSERT_EQ(bcm_field_entry_reinstall(0, kEntry), BCM_E_NONE);
+  EXPECT_EQ(*entry().installed, entry().staged);
+
+  ASSERT_EQ(bcm_field_entry_remove(0, kEntry), BCM_E_NONE);
+  EXPECT_FALSE(entry().installed);
+  EXPECT_EQ(bcm_field_entry_reinstall(0, kEntry), BCM_E_NONE) << "it was installed once";
+
+  ASSERT_EQ(bcm_field_entry_destroy(0, kEntry), BCM_E_NONE);
+  EXPECT_EQ(bcmsim::state().entry(kEntry), nullptr);
+  EXPECT_TRUE(bcmsim::state().group(kGroup)->entries.empty());
+}
+
+TEST_F(DeviceViews, UnsetQualifiersReadAsZeroExceptIpProtocolCommon) {
+  uint16 data = 1, mask = 1;
+  EXPECT_EQ(bcm_field_qualify_EtherType_get(0, kEntry, &data, &mask), BCM_E_NONE);
+  EXPECT_EQ(data, 0);
+  EXPECT_EQ(mask, 0);
+  bcm_field_IpType_t type = bcmFieldIpTypeIp;
+  EXPECT_EQ(bcm_field_qualify_IpType_get(0, kEntry, &type), BCM_E_NONE);
+  EXPECT_EQ(type, bcmFieldIpTypeAny);
+  bcm_field_IpProtocolCommon_t protocol;
+  EXPECT_EQ(bcm_field_qualify_IpProtocolCommon_get(0, kEntry, &protocol), BCM_E_NOT_FOUND);
+
+  ASSERT_EQ(bcm_field_qualify_EtherType(0, kEntry, 0x0800, 0xffff), BCM_E_NONE);
+  ASSERT_EQ(bcm_field_qualify_IpType(0, kEntry, bcmFieldIpTypeIp), BCM_E_NONE);
+  ASSERT_EQ(bcm_field_qualify_IpProtocolCommon(0, kEntry, bcmFieldIpProtocolCommonTcpUdp),
+            BCM_E_NONE);
+  EXPECT_EQ(bcm_field_qualify_EtherType_get(0, kEntry, &data, &mask), BCM_E_NONE);
+  EXPECT_EQ(data, 0x0800);
+  EXPECT_EQ(mask, 0xffff);
+  EXPECT_EQ(bcm_field_qualify_IpType_get(0, kEntry, &type), BCM_E_NONE);
+  EXPECT_EQ(type, bcmFieldIpTypeIp);
+  EXPECT_EQ(bcm_field_qualify_IpProtocolCommon_get(0, kEntry, &protocol), BCM_E_NONE);
+  EXPECT_EQ(protocol, bcmFieldIpProtocolCommonTcpUdp);
+}
+
+TEST_F(DeviceViews, StatisticsHoldOneSixtyFourBitCountPerType) {
+  bcm_field_stat_t types[] = {bcmFieldStatPackets, bcmFieldStatBytes};
+  int stat = 0;
+  ASSERT_EQ(bcm_field_stat_create(0, kGroup, 2, types, &stat), BCM_E_NONE);
+  ASSERT_EQ(bcm_field_entry_stat_attach(0, kEntry, stat), BCM_E_NONE);
+  const uint64 big = 0x1'0000'0005ULL;
+  ASSERT_EQ(bcm_field_stat_set(0, stat, bcmFieldStatBytes, big), BCM_E_NONE);
+  uint64 packets = 9, bytes = 0;
+  EXPECT_EQ(bcm_field_stat_get(0, stat, bcmFieldStatPackets, &packets), BCM_E_NONE);
+  EXPECT_EQ(bcm_field_stat_get(0, stat, bcmFieldStatBytes, &bytes), BCM_E_NONE);
+  EXPECT_EQ(packets, 0u);
+  EXPECT_EQ(bytes, big);
+  EXPECT_EQ(bcm_field_stat_get(0, stat, bcmFieldStatRedBytes, &bytes), BCM_E_PARAM)
+      << "a type the object does not hold";
+  EXPECT_EQ(bcmsim::state().stat(stat)->types,
+            (std::vector<bcm_field_stat_t>{bcmFieldStatPackets, bcmFieldStatBytes}));
+
+  ASSERT_EQ(bcm_field_entry_destroy(0, kEntry), BCM_E_NONE);
+  EXPECT_EQ(bcm_field_stat_destroy(0, stat), BCM_E_NONE) << "destroying the entry detached it";
+}
+
+TEST_F(DeviceViews, ResetReturnsToTheStartUpState) {
+  ASSERT_EQ(bcm_field_entry_install(0, kEntry), BCM_E_NONE);
+  bcmsim::Config config;
+  config.groups_per_stage = {1, 1, 1};
+  bcmsim::reset(config);
+  EXPECT_TRUE(bcmsim::state().groups.empty());
+  EXPECT_TRUE(bcmsim::state().entries.empty());
+  EXPECT_EQ(create_group(1, bcmFieldQualifyStageIngress, {}), BCM_E_NONE);
+  EXPECT_EQ(create_group(2, bcmFieldQualifyStageIngress, {}), BCM_E_RESOURCE);
+}
+
+TEST(DeviceNames, QualifiersAndActionsReadAsTheSdkNamesThem) {
+  bcmsim::QualifierValue mac{bcmFieldQualifySrcMac, {0x0011, 0x22334455}, {0xffff, 0xffffff00}};
+  EXPECT_EQ(bcmsim::format_qualifier(mac), "00:11:22:33:44:55/ff:ff:ff:ff:ff:00");
+  bcmsim::QualifierValue ports{bcmFieldQualifyInPorts, {0x8e}, {0xffffffff, 1}};
+  EXPECT_EQ(bcmsim::format_qualifier(ports), "{1-3,7}/{0-32}");
+  bcmsim::QualifierValue ip_type{bcmFieldQualifyIpType, {bcmFieldIpTypeIp}, {0xffffffff}};
+  EXPECT_EQ(bcmsim::format_qualifier(ip_type), "Ip");
+  EXPECT_EQ(bcmsim::qualifier_name(bcmFieldQualifyIp6HopLimit), "Ttl");
+  EXPECT_EQ(bcmsim::action_name(bcmFieldActionRedirectPort), "Redirect");
+  EXPECT_EQ(bcmsim::action_name(999), "999");
+}
+
+}  // namespace
