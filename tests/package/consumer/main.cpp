@@ -1,17 +1,10 @@
-// Uses the installed SDK headers, the software device and the platform libraries.
-#include <bcm/error.h>
-#include <bcm/field.h>
-
+// Uses the installed library, which brings the platform libraries and the software device.
 #include <bcmsim/device.h>
-#include <filters_common/filters_common.h>
-#include <limid/limid.h>
+#include <hal_filters_ll/hal_filters_bcm.h>
 
 int main() {
-  bcm_field_group_config_t config;
-  bcm_field_group_config_t_init(&config);
-  BCM_FIELD_QSET_ADD(config.qset, bcmFieldQualifyStageEgress);
-  if (bcm_field_group_config_create(0, &config) != BCM_E_NONE) return 1;
-  FiltersCommon::FiltersEntry entry(1, 0);
-  entry.setMatch(FiltersCommon::MatchEgressPorts(std::list<limid_t>{limid_ethernet(3)}));
-  return bcmsim::state().groups.size() == 1 && entry.getMatches().size() == 1 ? 0 : 1;
+  using namespace FiltersCommon;
+  HalFiltersLL::HalFiltersItf& filters = HalFiltersLL::HalFiltersItf::getInstance(nullptr, nullptr);
+  if (filters.createGroup(FiltersGroup(FILTERS_GROUP_STAGE_EGRESS, 0, 0, 5)) != 0) return 1;
+  return bcmsim::state().groups.count(32) == 1 ? 0 : 1;
 }

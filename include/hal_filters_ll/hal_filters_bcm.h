@@ -1,0 +1,134 @@
+// The filters interface on the Broadcom field processor.
+#pragma once
+
+#include <list>
+#include <map>
+#include <memory>
+#include <set>
+#include <vector>
+
+#include <hal_filters_ll/action_translation.h>
+#include <hal_filters_ll/bcm_sdk.h>
+#include <hal_filters_ll/filter_entries_cache.h>
+#include <hal_filters_ll/hal_filters_itf.h>
+
+namespace HalFiltersLL {
+
+// One counter of a user entry: the statistics object that holds it and its type there.
+struct hw_counter_info_t {
+  int32_t stat_id;
+  int32_t stat_type;
+};
+
+// The statistics object of a user entry and the counters it serves.
+struct counter_entry_info_t {
+  int32_t stat_id;
+  std::set<unsigned short> counter_ids;
+};
+
+class HalFiltersBcm : public HalFiltersItf {
+ public:
+  static HalFiltersBcm& getInstance(std::shared_ptr<halswitchl2if::LagOrchestrator> lag,
+                                    hal_encap::DestinationOrchestrator* dest);
+  static HalFiltersBcm& getInstance();
+
+  ~HalFiltersBcm() override = default;
+  halFiltersErr_t createGroup(const FiltersCommon::FiltersGroup& group) override;
+  halFiltersErr_t createEntry(FiltersCommon::filtersGroupStage_t stage, unsigned short gid,
+                              const FiltersCommon::FiltersEntry& entry) override;
+  halFiltersErr_t updateEntry(FiltersCommon::filtersGroupStage_t stage, unsigned short gid,
+                              const FiltersCommon::FiltersEntry& entry) override;
+  halFiltersErr_t deleteEntry(FiltersCommon::filtersGroupStage_t stage, unsigned short gid,
+                              unsigned int eid) override;
+  halFiltersErr_t getCounterValue(unsigned short counter_id, unsigned long long& value) override;
+  halFiltersErr_t clearCounterValue(unsigned short counter_id) override;
+  void clearCache() override;
+
+  // Hardware identifiers, computed from the user's; -1 when there is none.
+  int getHwGid(FiltersCommon::filtersGroupStage_t stage, unsigned short gid) const;
+  int getHwGroupPrio(FiltersCommon::filtersGroupStage_t stage, unsigned short prio) const;
+  int getBaseHwEid(FiltersCommon::filtersGroupStage_t stage, unsigned short gid,
+                   unsigned int eid) const;
+  int getHwEntryPrio(FiltersCommon::filtersGroupStage_t stage, unsigned short prio) const;
+
+  // An SDK group or entry result as a result code, logged when it is a failure.
+  halFiltersErr_t handleBcmGroupError(int rv, int gid, int prio, const char* op) const;
+  halFiltersErr_t handleBcmEntryError(int rv, int gid, int eid, const char* op) const;
+
+  // Groups.
+  halFiltersErr_t fillGroupStage(const FiltersCommon::FiltersGroup& group,
+                                 bcm_field_group_config_t& config);
+  halFiltersErr_t fillGroupConfig(const FiltersCommon::FiltersGroup& group,
+                                  bcm_field_group_config_t& config);
+  halFiltersErr_t createGroupEntries(int unit, const FiltersCommon::FiltersGroup& group);
+
+  // Hardware entries of a user entry.
+  halFiltersErr_t createHwEntry(const user_entry_key_t& key,
+                                const FiltersCommon::FiltersEntry& hw_entry);
+  halFiltersErr_t installHwEntry(const user_entry_key_t& key,
+                                 const FiltersCommon::FiltersEntry& hw_entry);
+  halFiltersErr_t deleteHwEntry(const user_entry_key_t& key, int hw_eid);
+  void undoCreatedHwEntries(const user_entry_key_t& key, const std::vector<pool_entry>& pool,
+                            int count);
+
+  // Matches and actions of one hardware entry.
+  int createBcmMatch(const std::list<limid_t>& ports, FiltersCommon::filtersGroupStage_t stage,
+                     const FiltersCommon::Match* match, int eid);
+  int createBcmAction(const FiltersCommon::Action* action, int eid);
+  int deleteBcmAction(const FiltersCommon::Action* action, int eid);
+  int createBcmMacActions(const user_entry_key_t& key, const FiltersCommon::FiltersEntry& entry,
+                          int eid);
+  int createBcmVlanActions(const FiltersCommon::FiltersEntry& entry, int eid);
+  int createChangeL2FieldsAction(int eid, const user_entry_key_t& key, unsigned char src_mac[6],
+                                 unsigned char dst_mac[6], unsigned short& vlan);
+  int removeL3Entry(const user_entry_key_t& key);
+
+  // Counters.
+  halFiltersErr_t createCounter(const user_entry_key_t& key,
+                                const FiltersCommon::FiltersEntry& entry);
+  halFiltersErr_t attachCounter(const user_entry_key_t& key, int hw_eid) const;
+  halFiltersErr_t detachCounter(const user_entry_key_t& key, int hw_eid) const;
+  halFiltersErr_t removeCounter(const user_entry_key_t& key);
+  static int FiltersCommonCounterType2BcmCounterType(FiltersCommon::counter_type_t type);
+
+  // Policers.
+  int installPolicer(FiltersCommon::filtersGroupStage_t stage, int hw_eid,
+                     const FiltersCommon::FiltersEntry& entry);
+  int createBcmPolicerAction(FiltersCommon::filtersGroupStage_t stage,
+                             const policer::Action& action, int hw_eid);
+  int removePolicer(int hw_eid);
+
+  // Topology events.
+  int AddLagMemberEvent(const limid_t& lag, const limid_t& member);
+  int RemoveLagMemberEvent(const limid_t& lag, const limid_t& member);
+  int DestroyLagEvent(const limid_t& lag);
+  void RemoveDestinationEvent(int dest_id);
+  int UpdateAndReinstallEntries(const std::set<int>& hw_eids);
+
+ protected:
+  HalFiltersBcm(std::shared_ptr<halswitchl2if::LagOrchestrator> lag,
+                hal_encap::DestinationOrchestrator* dest);
+
+  unsigned int hw_entries_per_group[3];  // pre-ingress, ingress, egress
+  unsigned int max_hw_groups[3];
+  unsigned int hw_group_span[3];
+  std::shared_ptr<halswitchl2if::LagOrchestrator> lag_orchestrator_;
+  hal_encap::DestinationOrchestrator* destination_orchestrator_;
+  std::map<unsigned int, std::set<int>> policer_entries_;  // level-0 policer -> hardware entries
+  std::map<int, unsigned int> entry_policer_;
+  std::map<unsigned int, std::set<int>> parent_policer_entries_;  // level-1 (parent) policer
+  std::map<int, unsigned int> entry_parent_policer_;
+  std::map<user_entry_key_t, counter_entry_info_t> counter_entries_;
+  std::map<unsigned short, hw_counter_info_t> hw_counters_;
+  bcm_if_t black_hole_egress_if_;
+  std::map<user_entry_key_t, l3_info_t> l3_entries_;
+
+ private:
+  void subscribeToTopologyEvents();
+  void programStartUp();
+};
+
+// Reinstalls a hardware entry; one that cannot be reinstalled is destroyed (0 or -1).
+halFiltersErr_t ReinstallEntry(const bcm_field_entry_t& hw_eid);
+
+}  // namespace HalFiltersLL

@@ -1,0 +1,165 @@
+// Group creation: the hardware group of every type, the failures, and the undo.
+#include <algorithm>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/filters_fixture.h"
+
+namespace {
+
+using namespace FiltersCommon;
+using HalFiltersLL::halFiltersErr_t;
+
+class Groups : public test_support::FiltersTest {
+ protected:
+  halFiltersErr_t create(filtersGroupStage_t stage, unsigned short id, unsigned short prio,
+                         unsigned int type) {
+    return filters->createGroup(FiltersGroup(stage, id, prio, type));
+  }
+};
+
+struct TypeRow {
+  unsigned int type;
+  filtersGroupStage_t stage;
+  int hw_gid;
+  std::vector<int> qualifiers;  // the catalogue's numbers and the stage qualifier, ascending
+  int mode;
+};
+
+TEST_F(Groups, EveryTypeGetsItsCatalogueQualifierSetAndMode) {
+  const TypeRow rows[] = {
+      {1, FILTERS_GROUP_STAGE_INGRESS, 16, {6, 7, 12, 13, 15, 18, 29, 43, 68, 98, 111, 113}, 0},
+      {2, FILTERS_GROUP_STAGE_INGRESS, 16, {6, 9, 13, 18, 22, 29, 68, 196}, 0},
+      {3, FILTERS_GROUP_STAGE_INGRESS, 16,
+       {9, 10, 13, 18, 27, 28, 29, 30, 32, 40, 61, 62, 68, 153}, 0},
+      {4, FILTERS_GROUP_STAGE_PRE_INGRESS, 0,
+       {9, 10, 12, 18, 19, 22, 23, 28, 29, 30, 31, 52, 61, 71}, 0},
+      {5, FILTERS_GROUP_STAGE_EGRESS, 32, {7, 12, 18, 22, 23, 29, 72, 86, 142}, 0},
+      {6, FILTERS_GROUP_STAGE_PRE_INGRESS, 0, {6, 7, 12, 18, 19, 22, 23, 29, 71, 90}, 0},
+      {7, FILTERS_GROUP_STAGE_INGRESS, 16, {7, 13, 28, 29, 30, 35, 61, 62, 68, 79, 113}, 9},
+      {8, FILTERS_GROUP_STAGE_INGRESS, 16, {1, 29, 68, 82, 84}, 0},
+      {9, FILTERS_GROUP_STAGE_INGRESS, 16, {13, 18, 22, 23, 31, 61, 68, 142}, 0},
+      {10, FILTERS_GROUP_STAGE_INGRESS, 16, {9, 10, 13, 29, 68}, 0},
+  };
+  for (const TypeRow& row : rows) {
+    SCOPED_TRACE(testing::Message() << "type " << row.type);
+    bcmsim::reset();
+    ASSERT_EQ(create(row.stage, 0, 0, row.type), HalFiltersLL::HAL_FILTERS_OK);
+    const bcmsim::Group* group = bcmsim::state().group(row.hw_gid);
+    ASSERT_NE(group, nullptr);
+    EXPECT_EQ(group->qualifiers(), row.qualifiers);
+    EXPECT_EQ(group->mode, row.mode);
+    EXPECT_EQ(group->flags, 5u);
+    EXPECT_TRUE(group->actions().empty());
+  }
+}
+
+TEST_F(Groups, PrioritiesAreTranslatedFromTheGroupsOwnPriority) {
+  ASSERT_EQ(create(FILTERS_GROUP_STAGE_EGRESS, 2, 1, 5), HalFiltersLL::HAL_FILTERS_OK);
+  EXPECT_EQ(bcmsim::state().group(34)->priority, 2);
+}
+
+TEST_F(Groups, ATypeWithoutThisStageGetsTheStageQualifierAlone) {
+  ASSERT_EQ(create(FILTERS_GROUP_STAGE_INGRESS, 3, 0, 4), HalFiltersLL::HAL_FILTERS_OK);
+  ASSERT_EQ(create(FILTERS_GROUP_STAGE_EGRESS, 0, 0, 13), HalFiltersLL::HAL_FILTERS_OK);
+  // Without the catalogue's flags the group is created without its id: the SDK picks one.
+  std::map<int, std::vector<int>> qsets;
+  for (const auto& [id, group] : bcmsim::state().groups) qsets[id] = group.qualifiers();
+  EXPECT_EQ(qsets, (std::map<int, std::vector<int>>{{1, {68}}, {2, {72}}}));
+}
+
+struct FailureRow {
+  const char* name;
+  FiltersGroup group;
+  halFiltersErr_t result;
+  const char* line;
+};
+
+void PrintTo(const FailureRow& row, std::ostream* out) { *out << row.name; }
+
+class GroupFailures : public test_support::FiltersTest,
+                      public ::testing::WithParamInterface<FailureRow> {};
+
+TEST_P(GroupFailures, FailWithTheirLineAndCreateNothing) {
+  ASSERT_EQ(filters->createGroup(FiltersGroup(FILTERS_GROUP_STAGE_PRE_INGRESS, 0, 0, 4)),
+            HalFiltersLL::HAL_FILTERS_OK);
+  for (unsigned short id = 0; id < 4; ++id) {
+    ASSERT_EQ(filters->createGroup(FiltersGroup(FILTERS_GROUP_STAGE_EGRESS, id, id, 5)),
+              HalFiltersLL::HAL_FILTERS_OK);
+  }
+  const size_t groups = bcmsim::state().groups.size();
+  log.clear();
+  EXPECT_EQ(filters->createGroup(GetParam().group), GetParam().result);
+  EXPECT_TRUE(log.contains(GetParam().line)) << testing::PrintToString(log.texts());
+  EXPECT_EQ(bcmsim::state().groups.size(), groups);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, GroupFailures,
+    ::testing::Values(
+        FailureRow{"TypeZero", FiltersGroup(FILTERS_GROUP_STAGE_INGRESS, 1, 0, 0),
+                   HalFiltersLL::HAL_FILTERS_ERR_FAILED, "Filters group type unknown"},
+        FailureRow{"TypeTwelve", FiltersGroup(FILTERS_GROUP_STAGE_INGRESS, 1, 0, 12),
+                   HalFiltersLL::HAL_FILTERS_ERR_FAILED, "Filters group type unknown"},
+        FailureRow{"TypeEleven", FiltersGroup(FILTERS_GROUP_STAGE_INGRESS, 1, 0, 11),
+                   HalFiltersLL::HAL_FILTERS_ERR_FAILED, "Filters group 11 only supported on DNX"},
+        FailureRow{"StageZero", FiltersGroup(FILTERS_GROUP_STAGE_NONE, 0, 0, 1),
+                   HalFiltersLL::HAL_FILTERS_ERR_FAILED, "Hardware group ID translation failed"},
+        FailureRow{"GroupIdSixteen", FiltersGroup(FILTERS_GROUP_STAGE_INGRESS, 16, 0, 1),
+                   HalFiltersLL::HAL_FILTERS_ERR_FAILED, "Hardware group ID translation failed"},
+        FailureRow{"PriorityFourAtEgress", FiltersGroup(FILTERS_GROUP_STAGE_EGRESS, 1, 4, 5),
+                   HalFiltersLL::HAL_FILTERS_ERR_FAILED,
+                   "Hardware group priority translation failed"},
+        FailureRow{"GroupExists", FiltersGroup(FILTERS_GROUP_STAGE_PRE_INGRESS, 0, 1, 4),
+                   HalFiltersLL::HAL_FILTERS_ERR_FAILED,
+                   "Could not create filter group with ID 0, group already exists"},
+        FailureRow{"StageFull", FiltersGroup(FILTERS_GROUP_STAGE_EGRESS, 4, 0, 5),
+                   HalFiltersLL::HAL_FILTERS_ERR_FAILED, "Hardware group ID translation failed"}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+TEST_F(Groups, TheSdkRunningOutOfGroupsIsNoResource) {
+  bcmsim::Config small;
+  small.groups_per_stage = {4, 1, 4};
+  bcmsim::reset(small);
+  ASSERT_EQ(create(FILTERS_GROUP_STAGE_INGRESS, 0, 0, 1), HalFiltersLL::HAL_FILTERS_OK);
+  EXPECT_EQ(create(FILTERS_GROUP_STAGE_INGRESS, 1, 1, 1), HalFiltersLL::HAL_FILTERS_ERR_NO_RESOURCE);
+  EXPECT_TRUE(log.contains("Could not create filter group with ID 17, no resources available"));
+}
+
+// Records the entry operations and fails the creation of one entry.
+class FailingEntryFilters : public test_support::TestableFilters {
+ public:
+  using TestableFilters::TestableFilters;
+  halFiltersErr_t createEntry(filtersGroupStage_t, unsigned short,
+                              const FiltersEntry& entry) override {
+    operations.push_back("create " + std::to_string(entry.getId()));
+    return entry.getId() == failing ? HalFiltersLL::HAL_FILTERS_ERR_SDK : HalFiltersLL::HAL_FILTERS_OK;
+  }
+  halFiltersErr_t deleteEntry(filtersGroupStage_t, unsigned short, unsigned int eid) override {
+    operations.push_back("delete " + std::to_string(eid));
+    return HalFiltersLL::HAL_FILTERS_OK;
+  }
+  unsigned int failing = 0;
+  std::vector<std::string> operations;
+};
+
+TEST_F(Groups, AFailingEntryUndoesTheEntriesBeforeItAndTheGroup) {
+  FailingEntryFilters recording(nullptr, nullptr);
+  recording.failing = 3;
+  FiltersGroup group(FILTERS_GROUP_STAGE_INGRESS, 2, 0, 10);
+  for (unsigned int id : {5u, 3u, 1u, 4u, 2u}) group.addEntry(FiltersEntry(id, 0));
+  EXPECT_EQ(recording.createGroup(group), HalFiltersLL::HAL_FILTERS_ERR_FAILED)
+      << "whatever code the entry returned";
+  EXPECT_EQ(recording.operations,
+            (std::vector<std::string>{"create 1", "create 2", "create 3", "delete 2", "delete 1"}));
+  EXPECT_EQ(bcmsim::state().group(18), nullptr);
+
+  recording.failing = 0;
+  recording.operations.clear();
+  EXPECT_EQ(recording.createGroup(group), HalFiltersLL::HAL_FILTERS_OK);
+  EXPECT_EQ(recording.operations.size(), 5u);
+  EXPECT_NE(bcmsim::state().group(18), nullptr);
+}
+
+}  // namespace

@@ -1,0 +1,140 @@
+// Hardware identifiers at the boundaries of every stage, and SDK results as result codes.
+#include <gtest/gtest.h>
+
+#include "support/filters_fixture.h"
+
+namespace {
+
+using namespace FiltersCommon;
+using HalFiltersLL::halFiltersErr_t;
+
+class Identifiers : public test_support::FiltersTest {};
+
+constexpr auto kNone = FILTERS_GROUP_STAGE_NONE;
+constexpr auto kPre = FILTERS_GROUP_STAGE_PRE_INGRESS;
+constexpr auto kIngress = FILTERS_GROUP_STAGE_INGRESS;
+constexpr auto kEgress = FILTERS_GROUP_STAGE_EGRESS;
+constexpr auto kEnd = FILTERS_GROUP_STAGE_END;
+
+TEST_F(Identifiers, GroupIdsAndPrioritiesAtEveryStageBoundary) {
+  struct Row {
+    filtersGroupStage_t stage;
+    unsigned short value;
+    int hw_gid;
+    int hw_prio;
+  };
+  const Row rows[] = {
+      {kPre, 0, 0, 3},       {kPre, 3, 3, 0},        {kPre, 4, -1, -1},
+      {kIngress, 0, 16, 15}, {kIngress, 15, 31, 0},  {kIngress, 16, -1, -1},
+      {kEgress, 0, 32, 3},   {kEgress, 3, 35, 0},    {kEgress, 4, -1, -1},
+      {kNone, 0, -1, -1},    {kEnd, 0, -1, -1},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(testing::Message() << "stage " << row.stage << " value " << row.value);
+    EXPECT_EQ(filters->getHwGid(row.stage, row.value), row.hw_gid);
+    EXPECT_EQ(filters->getHwGroupPrio(row.stage, row.value), row.hw_prio);
+  }
+}
+
+TEST_F(Identifiers, EntryIdsAndPrioritiesAtEveryStageBoundary) {
+  struct Row {
+    filtersGroupStage_t stage;
+    unsigned short gid;
+    unsigned int eid;
+    int base;
+  };
+  const Row rows[] = {
+      {kPre, 0, 0, 0},
+      {kPre, 3, 255, 256 * (256 * 3 + 255)},
+      {kPre, 0, 256, -1},
+      {kIngress, 0, 0, 1048576},
+      {kIngress, 15, 255, 1048576 + 256 * (256 * 15 + 255)},
+      {kIngress, 0, 256, -1},
+      {kEgress, 0, 0, 2097152},
+      {kEgress, 1, 2, 2113792},
+      {kEgress, 0, 127, 2097152 + 127 * 128},
+      {kEgress, 0, 128, -1},
+      {kNone, 0, 0, -1},
+      {kEnd, 0, 0, -1},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(testing::Message() << "stage " << row.stage << " gid " << row.gid << " eid "
+                                    << row.eid);
+    EXPECT_EQ(filters->getBaseHwEid(row.stage, row.gid, row.eid), row.base);
+  }
+
+  struct PrioRow {
+    filtersGroupStage_t stage;
+    unsigned short prio;
+    int hw_prio;
+  };
+  const PrioRow prios[] = {{kPre, 0, 255},    {kPre, 256, -1},    {kIngress, 0, 255},
+                           {kIngress, 255, 0}, {kIngress, 256, -1}, {kEgress, 127, 0},
+                           {kEgress, 128, -1}, {kEnd, 0, 127},     {kNone, 0, -1}};
+  for (const PrioRow& row : prios) {
+    SCOPED_TRACE(testing::Message() << "stage " << row.stage << " prio " << row.prio);
+    EXPECT_EQ(filters->getHwEntryPrio(row.stage, row.prio), row.hw_prio);
+  }
+}
+
+struct ErrorRow {
+  int rv;
+  halFiltersErr_t result;
+  const char* line;  // empty: nothing is logged
+};
+
+TEST_F(Identifiers, GroupErrorsBecomeTheirCodesAndLines) {
+  const ErrorRow rows[] = {
+      {BCM_E_NONE, HalFiltersLL::HAL_FILTERS_OK, ""},
+      {BCM_E_EXISTS, HalFiltersLL::HAL_FILTERS_ERR_FAILED,
+       "Could not create filter group with ID 17, group already exists"},
+      {BCM_E_PARAM, HalFiltersLL::HAL_FILTERS_ERR_FAILED,
+       "Could not create filter group with ID 17, invalid priority 9"},
+      {BCM_E_RESOURCE, HalFiltersLL::HAL_FILTERS_ERR_NO_RESOURCE,
+       "Could not create filter group with ID 17, no resources available"},
+      {BCM_E_BUSY, HalFiltersLL::HAL_FILTERS_ERR_SDK,
+       "Could not create filter group with ID 17, prio 9, bcm error -10\n\t(bcm internal msg: "
+       "Operation still running)"},
+      {-30, HalFiltersLL::HAL_FILTERS_ERR_SDK,
+       "Could not create filter group with ID 17, prio 9, bcm error -30\n\t(bcm internal msg: "
+       "Unknown error)"},
+      {2, HalFiltersLL::HAL_FILTERS_ERR_SDK,
+       "Could not create filter group with ID 17, prio 9, bcm error 2\n\t(bcm internal msg: "
+       "Unknown error)"},
+  };
+  for (const ErrorRow& row : rows) {
+    log.clear();
+    EXPECT_EQ(filters->handleBcmGroupError(row.rv, 17, 9, "create"), row.result) << row.rv;
+    EXPECT_EQ(log.texts(), std::string(row.line).empty() ? std::vector<std::string>{}
+                                                          : std::vector<std::string>{row.line});
+  }
+}
+
+TEST_F(Identifiers, EntryErrorsBecomeTheirCodesAndLines) {
+  const ErrorRow rows[] = {
+      {BCM_E_NONE, HalFiltersLL::HAL_FILTERS_OK, ""},
+      {BCM_E_EXISTS, HalFiltersLL::HAL_FILTERS_ERR_FAILED,
+       "Could not destroy filter entry 1048577 on group 16, entry already exists"},
+      {BCM_E_NOT_FOUND, HalFiltersLL::HAL_FILTERS_ERR_FAILED,
+       "Could not destroy filter entry 1048577 on group 16, invalid group"},
+      {BCM_E_INIT, HalFiltersLL::HAL_FILTERS_ERR_FAILED,
+       "Could not destroy filter entry 1048577 on group 16, bcm unit not initialized"},
+      {BCM_E_RESOURCE, HalFiltersLL::HAL_FILTERS_ERR_SDK,
+       "Could not destroy filter entry 1048577 on group 16, bcm error: -14\n\t(bcm internal msg: "
+       "No resources for operation)"},
+      {BCM_E_PARTIAL, HalFiltersLL::HAL_FILTERS_ERR_SDK,
+       "Could not destroy filter entry 1048577 on group 16, bcm error: -22\n\t(bcm internal msg: "
+       "Partial success)"},
+      {-23, HalFiltersLL::HAL_FILTERS_ERR_SDK,
+       "Could not destroy filter entry 1048577 on group 16, bcm error: -23\n\t(bcm internal msg: "
+       "Unknown error)"},
+  };
+  for (const ErrorRow& row : rows) {
+    log.clear();
+    EXPECT_EQ(filters->handleBcmEntryError(row.rv, 16, 1048577, "destroy"), row.result) << row.rv;
+    EXPECT_EQ(log.texts(), std::string(row.line).empty() ? std::vector<std::string>{}
+                                                          : std::vector<std::string>{row.line});
+  }
+}
+
+}  // namespace

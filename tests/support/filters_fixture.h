@@ -1,0 +1,63 @@
+// A fresh device, platform and filters instance for every test.
+#pragma once
+
+#include <memory>
+
+#include <gtest/gtest.h>
+
+#include <bcmsim/call_log.h>
+#include <bcmsim/device.h>
+#include <encap/destination_orchestrator.h>
+#include <hal_bcm_common/hal_bcm_common.h>
+#include <hal_callbacks/hal_callbacks_itf.h>
+#include <hal_filters_ll/hal_filters_bcm.h>
+#include <lag/lag_orchestrator.h>
+
+namespace test_support {
+
+// The filters instance with its protected constructor and state open to tests.
+class TestableFilters : public HalFiltersLL::HalFiltersBcm {
+ public:
+  TestableFilters(std::shared_ptr<halswitchl2if::LagOrchestrator> lag,
+                  hal_encap::DestinationOrchestrator* dest)
+      : HalFiltersBcm(std::move(lag), dest) {}
+
+  using HalFiltersBcm::black_hole_egress_if_;
+  using HalFiltersBcm::counter_entries_;
+  using HalFiltersBcm::entry_parent_policer_;
+  using HalFiltersBcm::entry_policer_;
+  using HalFiltersBcm::hw_counters_;
+  using HalFiltersBcm::l3_entries_;
+  using HalFiltersBcm::parent_policer_entries_;
+  using HalFiltersBcm::policer_entries_;
+};
+
+// Front-panel ports 1 to 32 are eth1 to eth32 with local gports; the CPU port is cpu0.
+inline void set_up_ports() {
+  HalBcmCommon& common = HalBcmCommon::GetInstance();
+  common.Reset();
+  for (int port = 1; port <= 32; ++port) {
+    bcm_gport_t gport;
+    BCM_GPORT_LOCAL_SET(gport, port);
+    common.SetGport(limid_ethernet(port), gport);
+  }
+  common.SetGport(limid_cpuport_from_components(1, 1, 0, 1), BCM_GPORT_LOCAL_CPU);
+}
+
+class FiltersTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    bcmsim::reset();
+    set_up_ports();
+    HalFiltersLL::filters_cache_.CleanupCache();
+    filters = std::make_unique<TestableFilters>(lags, &destinations);
+  }
+
+  std::shared_ptr<halswitchl2if::LagOrchestrator> lags =
+      std::make_shared<halswitchl2if::LagOrchestrator>();
+  hal_encap::DestinationOrchestrator destinations;
+  HalLogCapture log;
+  std::unique_ptr<TestableFilters> filters;
+};
+
+}  // namespace test_support
