@@ -1,9 +1,13 @@
-// The cache's records: user entry keys, the global cache and its clean-up.
+// The cache's records: user entry keys, pools of hardware entries, and the global cache.
 #include <hal_filters_ll/filter_entries_cache.h>
 
 #include <tuple>
 
+#include "sdk_support.h"
+
 namespace HalFiltersLL {
+
+using FiltersCommon::FiltersEntry;
 
 FilterEntriesCache filters_cache_;
 
@@ -14,6 +18,83 @@ bool user_entry_key_t::operator<(const user_entry_key_t& other) const {
 
 bool user_entry_key_t::operator==(const user_entry_key_t& other) const {
   return stage == other.stage && group_id == other.group_id && entry_id == other.entry_id;
+}
+
+pool_entry FilterEntriesCache::ConvertFiltersEntryToPoolEntry(const FiltersEntry& entry) const {
+  using namespace FiltersCommon;
+  pool_entry converted;
+  converted.installable = true;
+  converted.entry = entry;
+  // An empty port match can match nothing; an ingress match without ports but with excluded
+  // port types stands for all other ports.
+  if (auto* egress = entry.findMatch<MatchEgressPorts>(FILTERS_MATCH_EGRESS_PORTS)) {
+    if (egress->getPorts().empty()) converted.installable = false;
+  }
+  if (auto* ingress = entry.findMatch<MatchIngressPorts>(FILTERS_MATCH_INGRESS_PORTS)) {
+    if (ingress->getPorts().empty() && ingress->getExcludedPortTypes().empty()) {
+      converted.installable = false;
+    }
+  }
+  if (auto* source = entry.findMatch<MatchSrcPort>(FILTERS_MATCH_SRC_PORT)) {
+    if (source->getLimId() == limid_null) converted.installable = false;
+  }
+  return converted;
+}
+
+int FilterEntriesCache::InitializeEntriesPool(const user_entry_key_t& key, int base,
+                                              const FiltersEntry& entry) {
+  auto [record, inserted] =
+      entries_info_.emplace(base, entry_info_t{key, entry, {ConvertFiltersEntryToPoolEntry(entry)}});
+  if (!inserted) {
+    callbacks().log(kLogError, "Cannot create filter hardware entry %i. Entry is not empty.", base);
+    return HAL_FILTERS_ERR_FAILED;
+  }
+  std::vector<pool_entry>& pool = record->second.pool;
+  // Expanded one match after the other, the pool becomes the product of all their values.
+  for (const auto& [type, match] : entry.getMatches()) {
+    if (ExpandFilterEntries(pool, key.stage, match->getType()) != 0) {
+      callbacks().log(kLogError, "Error expanding match %d for entry %d", match->getType(), base);
+      return HAL_FILTERS_ERR_FAILED;
+    }
+  }
+  ConsolidateEntryInformation(pool, base);
+  for (const auto& [type, action] : entry.getActions()) {
+    CacheFilterActionDependencies(base, *action);
+  }
+  return HAL_FILTERS_OK;
+}
+
+std::vector<pool_entry>* FilterEntriesCache::GetEntriesPool(int base) {
+  auto record = entries_info_.find(base);
+  if (record == entries_info_.end()) {
+    callbacks().log(kLogError, "Error getting HW entries for base %d", base);
+    return nullptr;
+  }
+  return &record->second.pool;
+}
+
+void FilterEntriesCache::DestroyEntriesPool(int base) {
+  for (auto lag = lag_entries_.begin(); lag != lag_entries_.end();) {
+    lag->second.erase(base);
+    lag = lag->second.empty() ? lag_entries_.erase(lag) : std::next(lag);
+  }
+  if (auto record = entries_info_.find(base); record != entries_info_.end()) {
+    for (const pool_entry& hw_entry : record->second.pool) {
+      const int hw_eid = static_cast<int>(hw_entry.entry.getId());
+      for (auto lag = lag_pbmp_entries_.begin(); lag != lag_pbmp_entries_.end();) {
+        lag->second.erase(hw_eid);
+        lag = lag->second.empty() ? lag_pbmp_entries_.erase(lag) : std::next(lag);
+      }
+      ingress_pbmp_.erase(hw_eid);
+    }
+    entries_info_.erase(record);
+  }
+  for (auto destination = l3_destination_entries_.begin();
+       destination != l3_destination_entries_.end();) {
+    destination->second.erase(base);
+    destination = destination->second.empty() ? l3_destination_entries_.erase(destination)
+                                              : std::next(destination);
+  }
 }
 
 void FilterEntriesCache::CleanupCache() {

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include <hal_filters_ll/bcm_sdk.h>
+#include <hal_filters_ll/hal_filters_itf.h>
 
 #include <hal_bcm_common/hal_bcm_common.h>
 #include <hal_callbacks/hal_callbacks_itf.h>

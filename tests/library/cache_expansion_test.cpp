@@ -1,0 +1,163 @@
+// Expansion of user entries into pools of single-valued hardware entries.
+#include <gtest/gtest.h>
+
+#include "support/filters_fixture.h"
+#include "support/model_builders.h"
+
+namespace {
+
+using namespace FiltersCommon;
+using HalFiltersLL::FilterEntriesCache;
+using HalFiltersLL::pool_entry;
+using HalFiltersLL::user_entry_key_t;
+using test_support::make_lag;
+using test_support::ports;
+
+class CacheExpansion : public test_support::FiltersTest {
+ protected:
+  const std::vector<pool_entry>& initialize(filtersGroupStage_t stage, const FiltersEntry& entry,
+                                            int base = 100) {
+    EXPECT_EQ(cache.InitializeEntriesPool({stage, 0, entry.getId()}, base, entry), 0);
+    return *cache.GetEntriesPool(base);
+  }
+
+  // "port/vlan" of a pool entry, from its single-valued matches.
+  static std::string describe(const pool_entry& hw_entry) {
+    std::string text;
+    if (auto* ports = hw_entry.entry.findMatch<MatchPorts>(FILTERS_MATCH_INGRESS_PORTS)) {
+      for (const limid_t& port : ports->getPorts()) text += limid_name(port) + " ";
+    }
+    if (auto* vlans = hw_entry.entry.findMatch<MatchVlanId>(FILTERS_MATCH_EXTERNAL_VLAN_ID)) {
+      for (unsigned short vlan : vlans->getVlanIds()) text += "/" + std::to_string(vlan);
+    }
+    return text;
+  }
+
+  FilterEntriesCache cache;
+  const limid_t A = limid_ethernet(1), L = limid_lag(1), m1 = limid_ethernet(2),
+                m2 = limid_ethernet(3);
+};
+
+FiltersEntry port_and_vlan_entry(std::list<limid_t> port_list) {
+  FiltersEntry entry(4, 0);
+  entry.setMatch(MatchIngressPorts(std::move(port_list)));
+  entry.setMatch(MatchExternalVlanId(std::set<unsigned short>{20, 10}));
+  return entry;
+}
+
+struct Expected {
+  std::string ports_and_vlan;
+  unsigned int id;
+  bool installable;
+  bool from_lag;
+  limid_t lag;
+  limid_t member;
+};
+
+void expect_pool(const std::vector<pool_entry>& pool, const std::vector<Expected>& expected,
+                 std::string (*describe)(const pool_entry&)) {
+  ASSERT_EQ(pool.size(), expected.size());
+  for (size_t k = 0; k < pool.size(); ++k) {
+    SCOPED_TRACE(testing::Message() << "pool entry " << k);
+    EXPECT_EQ(describe(pool[k]), expected[k].ports_and_vlan);
+    EXPECT_EQ(pool[k].entry.getId(), expected[k].id);
+    EXPECT_EQ(pool[k].installable, expected[k].installable);
+    EXPECT_EQ(pool[k].from_lag, expected[k].from_lag);
+    EXPECT_EQ(pool[k].lag, expected[k].lag);
+    EXPECT_EQ(pool[k].lag_member, expected[k].member);
+  }
+}
+
+TEST_F(CacheExpansion, PortsAndLagMembersTimesVlansInOrder) {
+  make_lag(*lags, 1, {2, 3});
+  const auto& pool = initialize(FILTERS_GROUP_STAGE_EGRESS, port_and_vlan_entry(ports({A, L})));
+  expect_pool(pool,
+              {{"eth1 /10", 100, true, false, limid_null, limid_null},
+               {"eth1 /20", 101, true, false, limid_null, limid_null},
+               {"eth2 /10", 102, true, true, L, m1},
+               {"eth2 /20", 103, true, true, L, m1},
+               {"eth3 /10", 104, true, true, L, m2},
+               {"eth3 /20", 105, true, true, L, m2}},
+              describe);
+  EXPECT_EQ(cache.lag_entries().at(L),
+            (std::map<int, FilterEntriesCache::MemberEntries>{{100, {{m1, {102, 103}}, {m2, {104, 105}}}}}));
+}
+
+TEST_F(CacheExpansion, ALagWithoutMembersKeepsItsPlaceWithPlaceholders) {
+  make_lag(*lags, 1, {});
+  const auto& pool = initialize(FILTERS_GROUP_STAGE_EGRESS, port_and_vlan_entry(ports({A, L})));
+  expect_pool(pool,
+              {{"eth1 /10", 100, true, false, limid_null, limid_null},
+               {"eth1 /20", 101, true, false, limid_null, limid_null},
+               {"eth1 lag1 /10", 102, false, true, L, limid_null},
+               {"eth1 lag1 /20", 103, false, true, L, limid_null}},
+              describe);
+  EXPECT_EQ(cache.lag_entries().at(L),
+            (std::map<int, FilterEntriesCache::MemberEntries>{{100, {}}}));
+}
+
+TEST_F(CacheExpansion, PortsAreExpandedOnlyAtPreIngressAndEgress) {
+  make_lag(*lags, 1, {2, 3});
+  for (auto stage : {FILTERS_GROUP_STAGE_INGRESS, FILTERS_GROUP_STAGE_NONE}) {
+    FilterEntriesCache fresh;
+    FiltersEntry entry(4, 0);
+    entry.setMatch(MatchIngressPorts(ports({A, L})));
+    ASSERT_EQ(fresh.InitializeEntriesPool({stage, 0, 4}, 7, entry), 0);
+    ASSERT_EQ(fresh.GetEntriesPool(7)->size(), 1u);
+    EXPECT_EQ(describe(fresh.GetEntriesPool(7)->front()), "eth1 lag1 ");
+    EXPECT_TRUE(fresh.lag_entries().empty());
+  }
+}
+
+TEST_F(CacheExpansion, TheLowestMatchTypeVariesSlowestAndValuesKeepTheirOrder) {
+  FiltersEntry entry(4, 0);
+  entry.setMatch(MatchEgressPorts(ports({limid_ethernet(9), limid_ethernet(9)})));
+  entry.setMatch(MatchPcp(std::set<unsigned char>{5, 1}));
+  entry.setMatch(MatchIngressPorts(ports({limid_ethernet(1), limid_ethernet(2)})));
+  const auto& pool = initialize(FILTERS_GROUP_STAGE_EGRESS, entry, 0);
+  std::vector<std::string> combinations;
+  for (const pool_entry& hw_entry : pool) {
+    MatchIngressPorts ingress;
+    MatchPcp pcp;
+    MatchEgressPorts egress;
+    hw_entry.entry.getMatch(ingress);
+    hw_entry.entry.getMatch(pcp);
+    hw_entry.entry.getMatch(egress);
+    combinations.push_back(limid_name(ingress.getPorts().front()) + "/" +
+                           std::to_string(*pcp.getPcps().begin()) + "/" +
+                           limid_name(egress.getPorts().front()));
+  }
+  EXPECT_EQ(combinations,
+            (std::vector<std::string>{"eth1/1/eth9", "eth1/1/eth9", "eth1/5/eth9", "eth1/5/eth9",
+                                      "eth2/1/eth9", "eth2/1/eth9", "eth2/5/eth9", "eth2/5/eth9"}))
+      << "ingress ports (1) vary slowest, egress ports (22) fastest; a duplicate port gives a "
+         "duplicate entry";
+}
+
+TEST_F(CacheExpansion, AnEmptyValueSetLeavesNoHardwareEntry) {
+  FiltersEntry entry(4, 0);
+  entry.setMatch(MatchInternalPcp(std::set<unsigned char>{}));
+  EXPECT_TRUE(initialize(FILTERS_GROUP_STAGE_INGRESS, entry).empty());
+}
+
+TEST_F(CacheExpansion, ExpandedEntriesShareTheirUnchangedMatches) {
+  FiltersEntry entry(4, 0);
+  entry.setMatch(MatchExternalVlanId(std::set<unsigned short>{1, 2, 3}));
+  entry.setMatch(MatchSrcMac(mac_address_t{1, 2, 3, 4, 5, 6}, mac_address_t{}));
+  const auto& pool = initialize(FILTERS_GROUP_STAGE_INGRESS, entry);
+  ASSERT_EQ(pool.size(), 3u);
+  const Match* shared = entry.getMatches().at(FILTERS_MATCH_SRC_MAC).get();
+  for (const pool_entry& hw_entry : pool) {
+    EXPECT_EQ(hw_entry.entry.getMatches().at(FILTERS_MATCH_SRC_MAC).get(), shared);
+  }
+}
+
+TEST_F(CacheExpansion, TheLagExpanderRefusesAMatchThatIsNotAPortMatch) {
+  make_lag(*lags, 1, {2});
+  std::vector<pool_entry> out;
+  pool_entry source = cache.ConvertFiltersEntryToPoolEntry(FiltersEntry(1, 0));
+  EXPECT_EQ(cache.MatchPortsExpandLag(source, L, out, FILTERS_MATCH_TTL), -2);
+  EXPECT_EQ(cache.MatchPortsExpandList(source, ports({A}), out, FILTERS_MATCH_TTL), -2);
+}
+
+}  // namespace
