@@ -34,6 +34,10 @@ void BM_InitializeEntriesPool(benchmark::State& state) {
   }
   state.SetItemsProcessed(state.iterations() * ports * vlans);
 }
-BENCHMARK(BM_InitializeEntriesPool)->ArgNames({"ports", "vlans"})->Args({1, 1})->Args({4, 4})->Args({16, 16});
+BENCHMARK(BM_InitializeEntriesPool)
+    ->ArgNames({"ports", "vlans"})
+    ->Args({1, 1})
+    ->Args({4, 4})
+    ->Args({16, 16});
 
 }  // namespace

@@ -19,14 +19,28 @@ GroupInfo group(std::vector<int32_t> qualifiers,
 
 }  // namespace
 
-unsigned int getHWEntriesPerPreIngressGroup() { return 256; }
-unsigned int getHWEntriesPerIngressGroup() { return 256; }
-unsigned int getHWEntriesPerEgressGroup() { return 128; }
-unsigned int getMaxHWGroupPreIngress() { return 4; }
-unsigned int getMaxHWGroupIngress() { return 16; }
-unsigned int getMaxHWGroupEgress() { return 4; }
+unsigned int getHWEntriesPerPreIngressGroup() {
+  return 256;
+}
+unsigned int getHWEntriesPerIngressGroup() {
+  return 256;
+}
+unsigned int getHWEntriesPerEgressGroup() {
+  return 128;
+}
+unsigned int getMaxHWGroupPreIngress() {
+  return 4;
+}
+unsigned int getMaxHWGroupIngress() {
+  return 16;
+}
+unsigned int getMaxHWGroupEgress() {
+  return 4;
+}
 
-bool supportCopyAndSwitchToCpuCancelSimultaneous() { return true; }
+bool supportCopyAndSwitchToCpuCancelSimultaneous() {
+  return true;
+}
 
 int applyBcmQualifierOuterPcp(int unit, int entry, FiltersCommon::filtersGroupStage_t stage,
                               unsigned char data, unsigned char mask) {
@@ -67,26 +81,25 @@ void getHWGroupConfigType3(GroupCatalogue& out) {
 void getHWGroupConfigType4(GroupCatalogue& out) {
   out = {{FILTERS_GROUP_STAGE_PRE_INGRESS,
           group({bcmFieldQualifyInPort, bcmFieldQualifyOuterVlanId, bcmFieldQualifyOuterVlanPri,
-                 bcmFieldQualifyInnerVlanId, bcmFieldQualifyInnerVlanPri,
-                 bcmFieldQualifyEtherType, bcmFieldQualifyDSCP, bcmFieldQualifySrcIp,
-                 bcmFieldQualifyDstIp, bcmFieldQualifyIpProtocol, bcmFieldQualifyL4DstPort,
+                 bcmFieldQualifyInnerVlanId, bcmFieldQualifyInnerVlanPri, bcmFieldQualifyEtherType,
+                 bcmFieldQualifyDSCP, bcmFieldQualifySrcIp, bcmFieldQualifyDstIp,
+                 bcmFieldQualifyIpProtocol, bcmFieldQualifyL4DstPort,
                  bcmFieldQualifyIpProtocolCommon, bcmFieldQualifyIpType})}};
 }
 
 void getHWGroupConfigType5(GroupCatalogue& out) {
   out = {{FILTERS_GROUP_STAGE_EGRESS,
           group({bcmFieldQualifyInPort, bcmFieldQualifyOutPort, bcmFieldQualifyDstMac,
-                 bcmFieldQualifyOuterVlanId, bcmFieldQualifyIntPriority,
-                 bcmFieldQualifyInnerVlanId, bcmFieldQualifyInnerVlanPri,
-                 bcmFieldQualifyEtherType})}};
+                 bcmFieldQualifyOuterVlanId, bcmFieldQualifyIntPriority, bcmFieldQualifyInnerVlanId,
+                 bcmFieldQualifyInnerVlanPri, bcmFieldQualifyEtherType})}};
 }
 
 void getHWGroupConfigType6(GroupCatalogue& out) {
-  out = {{FILTERS_GROUP_STAGE_PRE_INGRESS,
-          group({bcmFieldQualifyOuterVlanId, bcmFieldQualifyOuterVlanPri,
-                 bcmFieldQualifyInnerVlanId, bcmFieldQualifyInnerVlanPri, bcmFieldQualifySrcMac,
-                 bcmFieldQualifyDstMac, bcmFieldQualifyEtherType, bcmFieldQualifyInPort,
-                 bcmFieldQualifyVlanFormat})}};
+  out = {
+      {FILTERS_GROUP_STAGE_PRE_INGRESS,
+       group({bcmFieldQualifyOuterVlanId, bcmFieldQualifyOuterVlanPri, bcmFieldQualifyInnerVlanId,
+              bcmFieldQualifyInnerVlanPri, bcmFieldQualifySrcMac, bcmFieldQualifyDstMac,
+              bcmFieldQualifyEtherType, bcmFieldQualifyInPort, bcmFieldQualifyVlanFormat})}};
 }
 
 void getHWGroupConfigType7(GroupCatalogue& out) {
@@ -99,9 +112,8 @@ void getHWGroupConfigType7(GroupCatalogue& out) {
 }
 
 void getHWGroupConfigType8(GroupCatalogue& out) {
-  out = {{FILTERS_GROUP_STAGE_INGRESS,
-          group({bcmFieldQualifyVrf, bcmFieldQualifyL3Routable, bcmFieldQualifyDstIp6,
-                 bcmFieldQualifyEtherType})}};
+  out = {{FILTERS_GROUP_STAGE_INGRESS, group({bcmFieldQualifyVrf, bcmFieldQualifyL3Routable,
+                                              bcmFieldQualifyDstIp6, bcmFieldQualifyEtherType})}};
 }
 
 void getHWGroupConfigType9(GroupCatalogue& out) {
@@ -112,9 +124,8 @@ void getHWGroupConfigType9(GroupCatalogue& out) {
 }
 
 void getHWGroupConfigType10(GroupCatalogue& out) {
-  out = {{FILTERS_GROUP_STAGE_INGRESS,
-          group({bcmFieldQualifyInPorts, bcmFieldQualifyEtherType, bcmFieldQualifySrcIp,
-                 bcmFieldQualifyDstIp})}};
+  out = {{FILTERS_GROUP_STAGE_INGRESS, group({bcmFieldQualifyInPorts, bcmFieldQualifyEtherType,
+                                              bcmFieldQualifySrcIp, bcmFieldQualifyDstIp})}};
 }
 
 }  // namespace HalFiltersLL

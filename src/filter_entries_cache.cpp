@@ -43,8 +43,8 @@ pool_entry FilterEntriesCache::ConvertFiltersEntryToPoolEntry(const FiltersEntry
 
 int FilterEntriesCache::InitializeEntriesPool(const user_entry_key_t& key, int base,
                                               const FiltersEntry& entry) {
-  auto [record, inserted] =
-      entries_info_.emplace(base, entry_info_t{key, entry, {ConvertFiltersEntryToPoolEntry(entry)}});
+  auto [record, inserted] = entries_info_.emplace(
+      base, entry_info_t{key, entry, {ConvertFiltersEntryToPoolEntry(entry)}});
   if (!inserted) {
     callbacks().log(kLogError, "Cannot create filter hardware entry %i. Entry is not empty.", base);
     return HAL_FILTERS_ERR_FAILED;

@@ -13,9 +13,10 @@ using namespace FiltersCommon;
 
 const std::list<limid_t>& portsOf(const pool_entry& source, filtersMatch_t type) {
   static const std::list<limid_t> kNone;
-  const MatchPorts* ports = type == FILTERS_MATCH_INGRESS_PORTS
-      ? static_cast<const MatchPorts*>(source.entry.findMatch<MatchIngressPorts>(type))
-      : source.entry.findMatch<MatchEgressPorts>(type);
+  const MatchPorts* ports =
+      type == FILTERS_MATCH_INGRESS_PORTS
+          ? static_cast<const MatchPorts*>(source.entry.findMatch<MatchIngressPorts>(type))
+          : source.entry.findMatch<MatchEgressPorts>(type);
   return ports ? ports->getPorts() : kNone;
 }
 
@@ -133,7 +134,8 @@ int FilterEntriesCache::MatchPortsExpandLag(const pool_entry& source, const limi
 
 int FilterEntriesCache::MatchExternalVlanIdExpand(std::vector<pool_entry>& pool) {
   expandValues<MatchExternalVlanId>(
-      pool, FILTERS_MATCH_EXTERNAL_VLAN_ID, [](const MatchVlanId& m) -> const auto& { return m.getVlanIds(); },
+      pool, FILTERS_MATCH_EXTERNAL_VLAN_ID,
+      [](const MatchVlanId& m) -> const auto& { return m.getVlanIds(); },
       [](unsigned short vlan) {
         return std::make_shared<MatchExternalVlanId>(std::set<unsigned short>{vlan});
       });
@@ -142,7 +144,8 @@ int FilterEntriesCache::MatchExternalVlanIdExpand(std::vector<pool_entry>& pool)
 
 int FilterEntriesCache::MatchInternalVlanIdExpand(std::vector<pool_entry>& pool) {
   expandValues<MatchInternalVlanId>(
-      pool, FILTERS_MATCH_INTERNAL_VLAN_ID, [](const MatchVlanId& m) -> const auto& { return m.getVlanIds(); },
+      pool, FILTERS_MATCH_INTERNAL_VLAN_ID,
+      [](const MatchVlanId& m) -> const auto& { return m.getVlanIds(); },
       [](unsigned short vlan) {
         return std::make_shared<MatchInternalVlanId>(std::set<unsigned short>{vlan});
       });
@@ -158,7 +161,8 @@ int FilterEntriesCache::MatchExternalPcpExpand(std::vector<pool_entry>& pool) {
 
 int FilterEntriesCache::MatchInternalPcpExpand(std::vector<pool_entry>& pool) {
   expandValues<MatchInternalPcp>(
-      pool, FILTERS_MATCH_INTERNAL_PCP, [](const MatchPcpSet& m) -> const auto& { return m.getPcps(); },
+      pool, FILTERS_MATCH_INTERNAL_PCP,
+      [](const MatchPcpSet& m) -> const auto& { return m.getPcps(); },
       [](unsigned char pcp) { return std::make_shared<MatchInternalPcp>(pcp); });
   return 0;
 }

@@ -29,7 +29,9 @@ HalFiltersBcm& HalFiltersBcm::getInstance(std::shared_ptr<halswitchl2if::LagOrch
   return instance;
 }
 
-HalFiltersBcm& HalFiltersBcm::getInstance() { return getInstance(nullptr, nullptr); }
+HalFiltersBcm& HalFiltersBcm::getInstance() {
+  return getInstance(nullptr, nullptr);
+}
 
 HalFiltersBcm::HalFiltersBcm(std::shared_ptr<halswitchl2if::LagOrchestrator> lag,
                              hal_encap::DestinationOrchestrator* dest)

@@ -44,8 +44,12 @@ int HalFiltersBcm::RemoveLagMemberEvent(const limid_t&, const limid_t&) {
   return notAvailable("RemoveLagMemberEvent");
 }
 
-int HalFiltersBcm::DestroyLagEvent(const limid_t&) { return notAvailable("DestroyLagEvent"); }
+int HalFiltersBcm::DestroyLagEvent(const limid_t&) {
+  return notAvailable("DestroyLagEvent");
+}
 
-void HalFiltersBcm::RemoveDestinationEvent(int) { notAvailable("RemoveDestinationEvent"); }
+void HalFiltersBcm::RemoveDestinationEvent(int) {
+  notAvailable("RemoveDestinationEvent");
+}
 
 }  // namespace HalFiltersLL

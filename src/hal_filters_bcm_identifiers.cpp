@@ -49,8 +49,9 @@ int HalFiltersBcm::getBaseHwEid(filtersGroupStage_t stage, unsigned short gid,
 
 int HalFiltersBcm::getHwEntryPrio(filtersGroupStage_t stage, unsigned short prio) const {
   // Stage 4 takes the egress numbers here, unlike the other translations.
-  const int index =
-      stage == FiltersCommon::FILTERS_GROUP_STAGE_END ? stageIndex(FiltersCommon::FILTERS_GROUP_STAGE_EGRESS) : stageIndex(stage);
+  const int index = stage == FiltersCommon::FILTERS_GROUP_STAGE_END
+                        ? stageIndex(FiltersCommon::FILTERS_GROUP_STAGE_EGRESS)
+                        : stageIndex(stage);
   if (index < 0 || prio >= hw_entries_per_group[index]) return -1;
   return static_cast<int>(hw_entries_per_group[index] - 1 - prio);
 }
@@ -69,8 +70,8 @@ halFiltersErr_t HalFiltersBcm::handleBcmGroupError(int rv, int gid, int prio,
                       gid, prio);
       return HAL_FILTERS_ERR_FAILED;
     case BCM_E_RESOURCE:
-      callbacks().log(kLogError, "Could not %s filter group with ID %i, no resources available",
-                      op, gid);
+      callbacks().log(kLogError, "Could not %s filter group with ID %i, no resources available", op,
+                      gid);
       return HAL_FILTERS_ERR_NO_RESOURCE;
     default:
       callbacks().log(kLogError,
@@ -81,8 +82,7 @@ halFiltersErr_t HalFiltersBcm::handleBcmGroupError(int rv, int gid, int prio,
   }
 }
 
-halFiltersErr_t HalFiltersBcm::handleBcmEntryError(int rv, int gid, int eid,
-                                                   const char* op) const {
+halFiltersErr_t HalFiltersBcm::handleBcmEntryError(int rv, int gid, int eid, const char* op) const {
   switch (rv) {
     case BCM_E_NONE:
       return HAL_FILTERS_OK;
@@ -91,8 +91,8 @@ halFiltersErr_t HalFiltersBcm::handleBcmEntryError(int rv, int gid, int eid,
                       op, eid, gid);
       return HAL_FILTERS_ERR_FAILED;
     case BCM_E_NOT_FOUND:
-      callbacks().log(kLogError, "Could not %s filter entry %i on group %i, invalid group", op,
-                      eid, gid);
+      callbacks().log(kLogError, "Could not %s filter entry %i on group %i, invalid group", op, eid,
+                      gid);
       return HAL_FILTERS_ERR_FAILED;
     case BCM_E_INIT:
       callbacks().log(kLogError,

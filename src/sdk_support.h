@@ -12,7 +12,9 @@
 namespace HalFiltersLL {
 
 // The Broadcom unit, as the platform keeps it (an 8-bit value).
-inline int bcmUnit() { return static_cast<uint8_t>(HalBcmCommon::GetInstance().unit); }
+inline int bcmUnit() {
+  return static_cast<uint8_t>(HalBcmCommon::GetInstance().unit);
+}
 
 // The SDK's text for a return code: minus the code indexes the table for -22 to 0, every other
 // code reads as the table's "unknown" entry.
@@ -29,7 +31,9 @@ inline int localPortOfGport(bcm_gport_t gport) {
   return static_cast<int>(bits & 0x7ff);
 }
 
-inline HalCallbacksItf& callbacks() { return HalCallbacksItf::getInstance(); }
+inline HalCallbacksItf& callbacks() {
+  return HalCallbacksItf::getInstance();
+}
 
 constexpr int kLogError = HalCallbacksItf::kError;
 constexpr int kLogWarning = HalCallbacksItf::kWarning;

@@ -30,8 +30,8 @@ struct user_entry_key_t {
 struct pool_entry {
   bool installable = false;  // false: a port match is empty; never written to the hardware
   FiltersCommon::FiltersEntry entry;
-  bool from_lag = false;           // expanded from a LAG
-  limid_t lag = limid_null;        // that LAG
+  bool from_lag = false;            // expanded from a LAG
+  limid_t lag = limid_null;         // that LAG
   limid_t lag_member = limid_null;  // the member it stands for; null when the LAG had none
 };
 
@@ -117,8 +117,7 @@ class FilterEntriesCache {
                     const FiltersCommon::FiltersEntry& entry);
   template <class Member>
   int UpdateLagMemberBitmaps(const limid_t& lag, const limid_t& member, std::set<int>& out,
-                             const char* missing_text, const char* conversion_text,
-                             Member&& apply);
+                             const char* missing_text, const char* conversion_text, Member&& apply);
 
   std::map<int, entry_info_t> entries_info_;
   std::map<limid_t, std::map<int, MemberEntries>> lag_entries_;

@@ -28,16 +28,13 @@ class HalFiltersItf {
 
   virtual ~HalFiltersItf() = default;
   virtual halFiltersErr_t createGroup(const FiltersCommon::FiltersGroup& group) = 0;
-  virtual halFiltersErr_t createEntry(FiltersCommon::filtersGroupStage_t stage,
-                                      unsigned short gid,
+  virtual halFiltersErr_t createEntry(FiltersCommon::filtersGroupStage_t stage, unsigned short gid,
                                       const FiltersCommon::FiltersEntry& entry) = 0;
-  virtual halFiltersErr_t updateEntry(FiltersCommon::filtersGroupStage_t stage,
-                                      unsigned short gid,
+  virtual halFiltersErr_t updateEntry(FiltersCommon::filtersGroupStage_t stage, unsigned short gid,
                                       const FiltersCommon::FiltersEntry& entry) = 0;
-  virtual halFiltersErr_t deleteEntry(FiltersCommon::filtersGroupStage_t stage,
-                                      unsigned short gid, unsigned int eid) = 0;
-  virtual halFiltersErr_t getCounterValue(unsigned short counter_id,
-                                          unsigned long long& value) = 0;
+  virtual halFiltersErr_t deleteEntry(FiltersCommon::filtersGroupStage_t stage, unsigned short gid,
+                                      unsigned int eid) = 0;
+  virtual halFiltersErr_t getCounterValue(unsigned short counter_id, unsigned long long& value) = 0;
   virtual halFiltersErr_t clearCounterValue(unsigned short counter_id) = 0;
   virtual void clearCache() = 0;
 };

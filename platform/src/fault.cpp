@@ -17,8 +17,8 @@ void qarmw_print_backtrace(void) {
 
 void qarmw_gen_fault(int severity, const char* function, const char* file, int line,
                      const char* message) {
-  std::fprintf(stderr, "FAULT severity=%d function=%s location=%s:%d\n  %s\n", severity,
-               function, file, line, message);
+  std::fprintf(stderr, "FAULT severity=%d function=%s location=%s:%d\n  %s\n", severity, function,
+               file, line, message);
   std::fflush(stderr);
 }
 }

@@ -34,7 +34,9 @@ HalBcmCommon& HalBcmCommon::GetInstance() {
   return instance;
 }
 
-bcm_gport_t HalBcmCommon::GetGport(const limid_t& limid) const { return lookup(gports_, limid); }
+bcm_gport_t HalBcmCommon::GetGport(const limid_t& limid) const {
+  return lookup(gports_, limid);
+}
 
 bcm_gport_t HalBcmCommon::GetVirtualPortGport(const limid_t& limid) const {
   return lookup(virtual_ports_, limid);

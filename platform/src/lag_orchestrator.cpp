@@ -54,8 +54,8 @@ int LagOrchestrator::RemoveMember(const limid_t& lag, const limid_t& member) {
 
 int LagOrchestrator::DestroyLag(const limid_t& lag) {
   if (!HasLag(lag)) return -2;
-  int rc = tell_clients(
-      [&](const Callback& c) { return !c.lag_destroyed || c.lag_destroyed(lag); });
+  int rc =
+      tell_clients([&](const Callback& c) { return !c.lag_destroyed || c.lag_destroyed(lag); });
   HalBcmCommon& common = HalBcmCommon::GetInstance();
   common.ForgetLag(lag);
   common.RemoveGport(lag);

@@ -39,7 +39,8 @@ std::optional<limid_t> parse_cpuport(const std::string& rest) {
   size_t start = 0;
   while (count < 4) {
     size_t slash = rest.find('/', start);
-    auto value = parse_number(rest.substr(start, slash == std::string::npos ? slash : slash - start));
+    auto value =
+        parse_number(rest.substr(start, slash == std::string::npos ? slash : slash - start));
     if (!value) return std::nullopt;
     parts[count++] = *value;
     if (slash == std::string::npos) break;
@@ -62,16 +63,24 @@ bool operator==(const limid_t& a, const limid_t& b) {
   return std::memcmp(a.bytes, b.bytes, sizeof(a.bytes)) == 0;
 }
 
-bool operator!=(const limid_t& a, const limid_t& b) { return !(a == b); }
+bool operator!=(const limid_t& a, const limid_t& b) {
+  return !(a == b);
+}
 
 limid_t limid_from_type(limid_type_t type, unsigned number) {
   return limid_t{{type, static_cast<uint8_t>(number >> 16), static_cast<uint8_t>(number >> 8),
                   static_cast<uint8_t>(number)}};
 }
 
-limid_t limid_ethernet(unsigned port) { return limid_from_type(limid_type_ethernet, port); }
-limid_t limid_lag(unsigned lag) { return limid_from_type(limid_type_lag, lag); }
-limid_t limid_vpn(unsigned vpn) { return limid_from_type(limid_type_vpn, vpn); }
+limid_t limid_ethernet(unsigned port) {
+  return limid_from_type(limid_type_ethernet, port);
+}
+limid_t limid_lag(unsigned lag) {
+  return limid_from_type(limid_type_lag, lag);
+}
+limid_t limid_vpn(unsigned vpn) {
+  return limid_from_type(limid_type_vpn, vpn);
+}
 limid_t limid_vpn_access(unsigned access) {
   return limid_from_type(limid_type_vpn_access, access);
 }
@@ -82,7 +91,9 @@ limid_t limid_cpuport_from_components(unsigned chassis, unsigned slot, unsigned 
                   static_cast<uint8_t>(unit), static_cast<uint8_t>(port)}};
 }
 
-limid_type_t limid_type(const limid_t& limid) { return static_cast<limid_type_t>(limid.bytes[0]); }
+limid_type_t limid_type(const limid_t& limid) {
+  return static_cast<limid_type_t>(limid.bytes[0]);
+}
 
 unsigned limid_number(const limid_t& limid) {
   return (unsigned{limid.bytes[1]} << 16) | (unsigned{limid.bytes[2]} << 8) | limid.bytes[3];

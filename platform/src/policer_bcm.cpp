@@ -11,7 +11,9 @@ namespace policer::hal_ll {
 namespace {
 
 // Burst sizes are kept in bytes; the SDK takes kbit, rounded up.
-uint32 kbits(unsigned bytes) { return static_cast<uint32>((uint64_t{bytes} * 8 + 999) / 1000); }
+uint32 kbits(unsigned bytes) {
+  return static_cast<uint32>((uint64_t{bytes} * 8 + 999) / 1000);
+}
 
 bool to_sdk_config(const Mode& mode, bcm_policer_config_t& config) {
   config.ckbits_sec = mode.GetCir();

@@ -4,12 +4,22 @@
 
 namespace bcmsim {
 
-std::string Call::text() const { return function + "(" + args + ") = " + std::to_string(rc); }
+std::string Call::text() const {
+  return function + "(" + args + ") = " + std::to_string(rc);
+}
 
-void set_call_log(bool enabled) { detail::device().log.set_enabled(enabled); }
-bool call_log_enabled() { return detail::device().log.enabled(); }
-const std::vector<Call>& calls() { return detail::device().log.calls(); }
-void clear_calls() { detail::device().log.clear(); }
+void set_call_log(bool enabled) {
+  detail::device().log.set_enabled(enabled);
+}
+bool call_log_enabled() {
+  return detail::device().log.enabled();
+}
+const std::vector<Call>& calls() {
+  return detail::device().log.calls();
+}
+void clear_calls() {
+  detail::device().log.clear();
+}
 
 std::vector<std::string> call_names(const std::string& prefix) {
   std::vector<std::string> names;

@@ -78,7 +78,9 @@ std::vector<int> Config::default_front_ports() {
   return ports;
 }
 
-void reset() { reset(Config{}); }
+void reset() {
+  reset(Config{});
+}
 
 void reset(const Config& config) {
   detail::Device& dev = detail::device();
@@ -91,7 +93,11 @@ void reset(const Config& config) {
   dev.faults.clear();
 }
 
-const Config& config() { return detail::device().config; }
-const State& state() { return detail::device().state; }
+const Config& config() {
+  return detail::device().config;
+}
+const State& state() {
+  return detail::device().state;
+}
 
 }  // namespace bcmsim

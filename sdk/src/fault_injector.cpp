@@ -6,9 +6,15 @@
 
 namespace bcmsim {
 
-void inject_fault(const Fault& fault) { detail::device().faults.add(fault); }
-void clear_faults() { detail::device().faults.clear(); }
-int pending_faults() { return detail::device().faults.pending(); }
+void inject_fault(const Fault& fault) {
+  detail::device().faults.add(fault);
+}
+void clear_faults() {
+  detail::device().faults.clear();
+}
+int pending_faults() {
+  return detail::device().faults.pending();
+}
 
 namespace detail {
 

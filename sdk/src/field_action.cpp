@@ -71,8 +71,7 @@ int bcm_field_action_ports_add(int unit, bcm_field_entry_t entry, bcm_field_acti
   return add_action(__func__, unit, entry, value);
 }
 
-int bcm_field_action_vlan_actions_add(int unit, bcm_field_entry_t entry,
-                                      bcm_field_action_t action,
+int bcm_field_action_vlan_actions_add(int unit, bcm_field_entry_t entry, bcm_field_action_t action,
                                       bcm_vlan_action_set_t* vlan_action_set) {
   ActionValue value;
   value.action = action;
@@ -109,8 +108,9 @@ int bcm_field_action_remove(int unit, bcm_field_entry_t entry, bcm_field_action_
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) -> int {
           auto& actions = e.staged.actions;
-          auto first = std::remove_if(actions.begin(), actions.end(),
-                                      [&](const bcmsim::ActionValue& a) { return a.action == action; });
+          auto first =
+              std::remove_if(actions.begin(), actions.end(),
+                             [&](const bcmsim::ActionValue& a) { return a.action == action; });
           if (first == actions.end()) return BCM_E_NOT_FOUND;
           actions.erase(first, actions.end());
           return BCM_E_NONE;

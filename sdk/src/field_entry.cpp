@@ -8,7 +8,9 @@
 namespace bcmsim::detail {
 namespace {
 
-std::string args(int unit, int entry) { return std::to_string(unit) + ", " + std::to_string(entry); }
+std::string args(int unit, int entry) {
+  return std::to_string(unit) + ", " + std::to_string(entry);
+}
 
 int add_entry(Device& dev, int group_id, int entry_id) {
   Group* group = find_group(dev.state, group_id);

@@ -138,13 +138,13 @@ int bcm_field_group_destroy(int unit, bcm_field_group_t group) {
 }
 
 int bcm_field_init(int unit) {
-  return sdk_call(__func__, unit, kNoEntry, [&] { return std::to_string(unit); },
-                  clear_field_state);
+  return sdk_call(
+      __func__, unit, kNoEntry, [&] { return std::to_string(unit); }, clear_field_state);
 }
 
 int bcm_field_detach(int unit) {
-  return sdk_call(__func__, unit, kNoEntry, [&] { return std::to_string(unit); },
-                  clear_field_state);
+  return sdk_call(
+      __func__, unit, kNoEntry, [&] { return std::to_string(unit); }, clear_field_state);
 }
 
 }  // extern "C"

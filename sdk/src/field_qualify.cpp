@@ -95,8 +95,7 @@ int bcm_field_qualify_EtherType(int unit, bcm_field_entry_t entry, uint16 data, 
   return qualify_scalar(__func__, unit, entry, bcmFieldQualifyEtherType, data, mask);
 }
 
-int bcm_field_qualify_EtherType_get(int unit, bcm_field_entry_t entry, uint16* data,
-                                    uint16* mask) {
+int bcm_field_qualify_EtherType_get(int unit, bcm_field_entry_t entry, uint16* data, uint16* mask) {
   QualifierValue value;
   int rv = read_qualifier(__func__, unit, entry, bcmFieldQualifyEtherType, data && mask, &value);
   if (rv == BCM_E_NONE) {
@@ -136,8 +135,7 @@ int bcm_field_qualify_DSCP(int unit, bcm_field_entry_t entry, uint8 data, uint8 
   return qualify_scalar(__func__, unit, entry, bcmFieldQualifyDSCP, data, mask);
 }
 
-int bcm_field_qualify_IngressStpState(int unit, bcm_field_entry_t entry, uint8 data,
-                                      uint8 mask) {
+int bcm_field_qualify_IngressStpState(int unit, bcm_field_entry_t entry, uint8 data, uint8 mask) {
   return qualify_scalar(__func__, unit, entry, bcmFieldQualifyIngressStpState, data, mask);
 }
 
@@ -194,18 +192,15 @@ int bcm_field_qualify_InterfaceClassL2(int unit, bcm_field_entry_t entry, uint32
   return qualify_scalar(__func__, unit, entry, bcmFieldQualifyInterfaceClassL2, data, mask);
 }
 
-int bcm_field_qualify_InPort(int unit, bcm_field_entry_t entry, bcm_port_t data,
-                             bcm_port_t mask) {
+int bcm_field_qualify_InPort(int unit, bcm_field_entry_t entry, bcm_port_t data, bcm_port_t mask) {
   return qualify_scalar(__func__, unit, entry, bcmFieldQualifyInPort, data, mask);
 }
 
-int bcm_field_qualify_OutPort(int unit, bcm_field_entry_t entry, bcm_port_t data,
-                              bcm_port_t mask) {
+int bcm_field_qualify_OutPort(int unit, bcm_field_entry_t entry, bcm_port_t data, bcm_port_t mask) {
   return qualify_scalar(__func__, unit, entry, bcmFieldQualifyOutPort, data, mask);
 }
 
-int bcm_field_qualify_InPorts(int unit, bcm_field_entry_t entry, bcm_pbmp_t data,
-                              bcm_pbmp_t mask) {
+int bcm_field_qualify_InPorts(int unit, bcm_field_entry_t entry, bcm_pbmp_t data, bcm_pbmp_t mask) {
   return qualify(__func__, unit, entry,
                  {bcmFieldQualifyInPorts, pbmp_words(data), pbmp_words(mask)});
 }
@@ -216,16 +211,14 @@ int bcm_field_qualify_ForwardingType(int unit, bcm_field_entry_t entry,
 }
 
 int bcm_field_qualify_SrcPort(int unit, bcm_field_entry_t entry, bcm_module_t data_modid,
-                              bcm_module_t mask_modid, bcm_port_t data_port,
-                              bcm_port_t mask_port) {
+                              bcm_module_t mask_modid, bcm_port_t data_port, bcm_port_t mask_port) {
   return qualify(__func__, unit, entry,
                  {bcmFieldQualifySrcPort, pair_words(data_modid, data_port),
                   pair_words(mask_modid, mask_port)});
 }
 
 int bcm_field_qualify_DstPort(int unit, bcm_field_entry_t entry, bcm_module_t data_modid,
-                              bcm_module_t mask_modid, bcm_port_t data_port,
-                              bcm_port_t mask_port) {
+                              bcm_module_t mask_modid, bcm_port_t data_port, bcm_port_t mask_port) {
   return qualify(__func__, unit, entry,
                  {bcmFieldQualifyDstPort, pair_words(data_modid, data_port),
                   pair_words(mask_modid, mask_port)});
@@ -258,8 +251,7 @@ int bcm_field_qualify_IpType_get(int unit, bcm_field_entry_t entry, bcm_field_Ip
 
 int bcm_field_qualify_IpProtocolCommon(int unit, bcm_field_entry_t entry,
                                        bcm_field_IpProtocolCommon_t protocol) {
-  return qualify_scalar(__func__, unit, entry, bcmFieldQualifyIpProtocolCommon, protocol,
-                        kAllOnes);
+  return qualify_scalar(__func__, unit, entry, bcmFieldQualifyIpProtocolCommon, protocol, kAllOnes);
 }
 
 int bcm_field_qualify_IpProtocolCommon_get(int unit, bcm_field_entry_t entry,

@@ -61,13 +61,13 @@ using namespace bcmsim::detail;
 
 extern "C" {
 
-int bcm_field_stat_create(int unit, bcm_field_group_t group, int nstat,
-                          bcm_field_stat_t* stat_arr, int* stat_id) {
+int bcm_field_stat_create(int unit, bcm_field_group_t group, int nstat, bcm_field_stat_t* stat_arr,
+                          int* stat_id) {
   return sdk_call(
       __func__, unit, kNoEntry,
       [&] {
-        return std::to_string(unit) + ", " + std::to_string(group) + ", " +
-               std::to_string(nstat) + ", " + stat_types_text(nstat, stat_arr) + " -> " +
+        return std::to_string(unit) + ", " + std::to_string(group) + ", " + std::to_string(nstat) +
+               ", " + stat_types_text(nstat, stat_arr) + " -> " +
                (stat_id ? std::to_string(*stat_id) : "NULL");
       },
       [&](Device& dev) -> int { return create_stat(dev, group, nstat, stat_arr, stat_id); });
@@ -116,7 +116,9 @@ int bcm_field_stat_set(int unit, int stat_id, bcm_field_stat_t stat, uint64 valu
 int bcm_field_entry_stat_attach(int unit, bcm_field_entry_t entry, int stat_id) {
   return sdk_call(
       __func__, unit, entry,
-      [&] { return std::to_string(unit) + ", " + std::to_string(entry) + ", " + std::to_string(stat_id); },
+      [&] {
+        return std::to_string(unit) + ", " + std::to_string(entry) + ", " + std::to_string(stat_id);
+      },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](bcmsim::Entry& e) -> int {
           auto it = dev.state.stats.find(stat_id);
@@ -133,7 +135,9 @@ int bcm_field_entry_stat_attach(int unit, bcm_field_entry_t entry, int stat_id) 
 int bcm_field_entry_stat_detach(int unit, bcm_field_entry_t entry, int stat_id) {
   return sdk_call(
       __func__, unit, entry,
-      [&] { return std::to_string(unit) + ", " + std::to_string(entry) + ", " + std::to_string(stat_id); },
+      [&] {
+        return std::to_string(unit) + ", " + std::to_string(entry) + ", " + std::to_string(stat_id);
+      },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](bcmsim::Entry& e) -> int {
           if (e.stat != stat_id) return BCM_E_NOT_FOUND;

@@ -39,12 +39,18 @@ void write_groups(JsonWriter& json, const State& state) {
   json.key("groups").begin_array();
   for (const auto& [id, group] : state.groups) {
     json.begin_object()
-        .key("id").value(id)
-        .key("stage").value(stage_name(group.stage))
-        .key("priority").value(group.priority)
-        .key("mode").value(group_mode_name(group.mode))
-        .key("flags").value(detail::hex_text(group.flags))
-        .key("qset").begin_array();
+        .key("id")
+        .value(id)
+        .key("stage")
+        .value(stage_name(group.stage))
+        .key("priority")
+        .value(group.priority)
+        .key("mode")
+        .value(group_mode_name(group.mode))
+        .key("flags")
+        .value(detail::hex_text(group.flags))
+        .key("qset")
+        .begin_array();
     for (int q : group.qualifiers()) json.value(qualifier_name(q));
     json.end_array().key("aset").begin_array();
     for (int a : group.actions()) json.value(action_name(a));
@@ -60,9 +66,12 @@ void write_entries(JsonWriter& json, const State& state) {
   for (int id : state.entry_ids()) {
     const Entry& entry = *state.entry(id);
     json.begin_object()
-        .key("id").value(id)
-        .key("group").value(entry.group)
-        .key("priority").value(entry.priority)
+        .key("id")
+        .value(id)
+        .key("group")
+        .value(entry.group)
+        .key("priority")
+        .value(entry.priority)
         .key("staged");
     write_view(json, entry.staged);
     json.key("installed");
@@ -100,14 +109,22 @@ void write_policers(JsonWriter& json, const State& state) {
   for (const auto& [id, policer] : state.policers) {
     const bcm_policer_config_t& c = policer.config;
     json.begin_object()
-        .key("id").value(id)
-        .key("mode").value(policer_mode_name(c.mode))
-        .key("flags").value(detail::hex_text(c.flags))
-        .key("ckbits_sec").value(uint64_t{c.ckbits_sec})
-        .key("ckbits_burst").value(uint64_t{c.ckbits_burst})
-        .key("pkbits_sec").value(uint64_t{c.pkbits_sec})
-        .key("pkbits_burst").value(uint64_t{c.pkbits_burst})
-        .key("attached").begin_array();
+        .key("id")
+        .value(id)
+        .key("mode")
+        .value(policer_mode_name(c.mode))
+        .key("flags")
+        .value(detail::hex_text(c.flags))
+        .key("ckbits_sec")
+        .value(uint64_t{c.ckbits_sec})
+        .key("ckbits_burst")
+        .value(uint64_t{c.ckbits_burst})
+        .key("pkbits_sec")
+        .value(uint64_t{c.pkbits_sec})
+        .key("pkbits_burst")
+        .value(uint64_t{c.pkbits_burst})
+        .key("attached")
+        .begin_array();
     for (const auto& [entry, level] : policer.attachments) {
       json.begin_object().key("entry").value(entry).key("level").value(level).end_object();
     }
@@ -120,21 +137,30 @@ void write_l3(JsonWriter& json, const State& state) {
   json.key("l3_intfs").begin_array();
   for (const auto& [id, intf] : state.l3_intfs) {
     json.begin_object()
-        .key("id").value(id)
-        .key("mac").value(detail::mac_text(detail::mac_words(intf.l3a_mac_addr)))
-        .key("vlan").value(int{intf.l3a_vid})
+        .key("id")
+        .value(id)
+        .key("mac")
+        .value(detail::mac_text(detail::mac_words(intf.l3a_mac_addr)))
+        .key("vlan")
+        .value(int{intf.l3a_vid})
         .end_object();
   }
   json.end_array().key("l3_egress").begin_array();
   for (const auto& [id, object] : state.l3_egresses) {
     const bcm_l3_egress_t& e = object.egress;
     json.begin_object()
-        .key("id").value(id)
-        .key("flags").value(detail::hex_text(e.flags))
-        .key("flags2").value(detail::hex_text(e.flags2))
-        .key("intf").value(e.intf)
-        .key("mac").value(detail::mac_text(detail::mac_words(e.mac_addr)))
-        .key("port").value(e.port)
+        .key("id")
+        .value(id)
+        .key("flags")
+        .value(detail::hex_text(e.flags))
+        .key("flags2")
+        .value(detail::hex_text(e.flags2))
+        .key("intf")
+        .value(e.intf)
+        .key("mac")
+        .value(detail::mac_text(detail::mac_words(e.mac_addr)))
+        .key("port")
+        .value(e.port)
         .end_object();
   }
   json.end_array();
@@ -144,9 +170,12 @@ void write_controls(JsonWriter& json, const State& state) {
   json.key("port_controls").begin_array();
   for (const auto& [key, value] : state.port_controls) {
     json.begin_object()
-        .key("port").value(key.first)
-        .key("control").value(key.second)
-        .key("value").value(value)
+        .key("port")
+        .value(key.first)
+        .key("control")
+        .value(key.second)
+        .key("value")
+        .value(value)
         .end_object();
   }
   json.end_array().key("switch_controls").begin_array();

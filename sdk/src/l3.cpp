@@ -76,10 +76,10 @@ std::string intf_text(const bcm_l3_intf_t* intf) {
 
 std::string egress_text(const bcm_l3_egress_t* egress) {
   if (!egress) return "NULL";
-  return "{flags " + hex_text(egress->flags) + ", flags2 " + hex_text(egress->flags2) +
-         ", intf " + std::to_string(egress->intf) + ", mac " +
-         mac_text(mac_words(egress->mac_addr)) + ", port " + std::to_string(egress->port) +
-         ", trunk " + std::to_string(egress->trunk) + "}";
+  return "{flags " + hex_text(egress->flags) + ", flags2 " + hex_text(egress->flags2) + ", intf " +
+         std::to_string(egress->intf) + ", mac " + mac_text(mac_words(egress->mac_addr)) +
+         ", port " + std::to_string(egress->port) + ", trunk " + std::to_string(egress->trunk) +
+         "}";
 }
 
 }  // namespace

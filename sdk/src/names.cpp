@@ -142,13 +142,13 @@ std::string name_or_number(const Table& table, int value) {
 }
 
 std::string enum_text(int qualifier, uint32_t value) {
-  static const std::map<int, const char*> ip_types{{0, "Any"},     {1, "NonIp"}, {5, "Ipv4Any"},
-                                                   {10, "Ipv6"},   {11, "Ip"},   {12, "Arp"}};
+  static const std::map<int, const char*> ip_types{{0, "Any"},   {1, "NonIp"}, {5, "Ipv4Any"},
+                                                   {10, "Ipv6"}, {11, "Ip"},   {12, "Arp"}};
   static const std::map<int, const char*> protocols{
       {0, "Tcp"},         {1, "Udp"},    {2, "Igmp"},   {3, "Icmp"},   {4, "Ip6Icmp"},
       {5, "Ip6HopByHop"}, {6, "IpInIp"}, {7, "TcpUdp"}, {8, "Unknown"}};
   static const std::map<int, const char*> forwarding{
-      {0, "Any"},   {1, "L2"},    {2, "L3"},          {3, "L2Shared"}, {4, "L2Independent"},
+      {0, "Any"},   {1, "L2"},          {2, "L3"},       {3, "L2Shared"}, {4, "L2Independent"},
       {5, "L2Vpn"}, {6, "L2VpnDirect"}, {7, "L3Direct"}, {8, "Ip4Ucast"}};
   switch (qualifier) {
     case bcmFieldQualifyIpType:
@@ -203,32 +203,34 @@ std::string qualifier_name(int qualifier) {
   return it == qualifier_table().end() ? std::to_string(qualifier) : it->second.name;
 }
 
-std::string action_name(int action) { return name_or_number(action_table(), action); }
+std::string action_name(int action) {
+  return name_or_number(action_table(), action);
+}
 
 std::string stat_type_name(int type) {
   static const std::map<int, const char*> names{
-      {0, "Bytes"},          {1, "Packets"},         {2, "GreenBytes"},
-      {3, "GreenPackets"},   {4, "YellowBytes"},     {5, "YellowPackets"},
-      {6, "RedBytes"},       {7, "RedPackets"},      {8, "NotGreenBytes"},
+      {0, "Bytes"},           {1, "Packets"},         {2, "GreenBytes"},
+      {3, "GreenPackets"},    {4, "YellowBytes"},     {5, "YellowPackets"},
+      {6, "RedBytes"},        {7, "RedPackets"},      {8, "NotGreenBytes"},
       {9, "NotGreenPackets"}, {10, "NotYellowBytes"}, {11, "NotYellowPackets"},
-      {12, "NotRedBytes"},   {13, "NotRedPackets"}};
+      {12, "NotRedBytes"},    {13, "NotRedPackets"}};
   return name_or_number(names, type);
 }
 
 std::string group_mode_name(int mode) {
   static const std::map<int, const char*> names{
-      {0, "Single"},  {1, "Double"},           {2, "Triple"},  {3, "Quad"},
-      {4, "Auto"},    {5, "Direct"},           {6, "DirectExtraction"},
-      {7, "Hashing"}, {8, "ExactMatch"},       {9, "IntraSliceDouble"}};
+      {0, "Single"},     {1, "Double"},          {2, "Triple"},           {3, "Quad"},
+      {4, "Auto"},       {5, "Direct"},          {6, "DirectExtraction"}, {7, "Hashing"},
+      {8, "ExactMatch"}, {9, "IntraSliceDouble"}};
   return name_or_number(names, mode);
 }
 
 std::string policer_mode_name(int mode) {
   static const std::map<int, const char*> names{
-      {0, "SrTcm"},         {1, "Committed"},         {2, "Peak"},        {3, "TrTcm"},
-      {4, "TrTcmDs"},       {5, "Green"},             {6, "PassThrough"}, {7, "SrTcmModified"},
-      {8, "CoupledTrTcmDs"}, {9, "Cascade"},          {10, "CoupledCascade"},
-      {11, "SrTcmTsn"}};
+      {0, "SrTcm"},       {1, "Committed"},       {2, "Peak"},
+      {3, "TrTcm"},       {4, "TrTcmDs"},         {5, "Green"},
+      {6, "PassThrough"}, {7, "SrTcmModified"},   {8, "CoupledTrTcmDs"},
+      {9, "Cascade"},     {10, "CoupledCascade"}, {11, "SrTcmTsn"}};
   return name_or_number(names, mode);
 }
 
@@ -269,8 +271,8 @@ std::string format_qualifier(const QualifierValue& value) {
       return data;
     case QualifierKind::ModPort:
       return "module " + std::to_string(static_cast<int32_t>(value.data[0])) + "/" +
-             hex_text(value.mask[0]) + ", port " + std::to_string(static_cast<int32_t>(value.data[1])) +
-             "/" + hex_text(value.mask[1]);
+             hex_text(value.mask[0]) + ", port " +
+             std::to_string(static_cast<int32_t>(value.data[1])) + "/" + hex_text(value.mask[1]);
     case QualifierKind::Decimal:
     case QualifierKind::Port:
       return data + "/" + hex_text(value.mask[0]);

@@ -86,7 +86,10 @@ int bcm_policer_destroy(int unit, bcm_policer_t policer_id) {
 int bcm_policer_set(int unit, bcm_policer_t policer_id, bcm_policer_config_t* pol_cfg) {
   return sdk_call(
       __func__, unit, kNoEntry,
-      [&] { return std::to_string(unit) + ", " + std::to_string(policer_id) + ", " + config_text(pol_cfg); },
+      [&] {
+        return std::to_string(unit) + ", " + std::to_string(policer_id) + ", " +
+               config_text(pol_cfg);
+      },
       [&](Device& dev) -> int {
         if (!pol_cfg || pol_cfg->mode < 0 || pol_cfg->mode >= bcmPolicerModeCount) {
           return BCM_E_PARAM;

@@ -7,9 +7,8 @@ namespace bcmsim {
 namespace {
 
 bool same_action(const ActionValue& a, const ActionValue& b) {
-  return a.action == b.action && a.form == b.form && a.param0 == b.param0 &&
-         a.param1 == b.param1 && a.words == b.words &&
-         std::memcmp(&a.vlan, &b.vlan, sizeof(a.vlan)) == 0;
+  return a.action == b.action && a.form == b.form && a.param0 == b.param0 && a.param1 == b.param1 &&
+         a.words == b.words && std::memcmp(&a.vlan, &b.vlan, sizeof(a.vlan)) == 0;
 }
 
 template <class Set>
@@ -57,8 +56,12 @@ bool Group::allows_action(int action) const {
          std::all_of(std::begin(aset.w), std::end(aset.w), [](uint32_t w) { return w == 0; });
 }
 
-std::vector<int> Group::qualifiers() const { return set_members(qset, bcmFieldQualifyCount); }
-std::vector<int> Group::actions() const { return set_members(aset, bcmFieldActionCount); }
+std::vector<int> Group::qualifiers() const {
+  return set_members(qset, bcmFieldQualifyCount);
+}
+std::vector<int> Group::actions() const {
+  return set_members(aset, bcmFieldActionCount);
+}
 
 std::optional<uint64_t> Stat::value(bcm_field_stat_t type) const {
   for (size_t i = 0; i < types.size(); ++i) {

@@ -12,7 +12,9 @@ extern "C" {
 int bcm_switch_control_set(int unit, bcm_switch_control_t type, int arg) {
   return sdk_call(
       __func__, unit, kNoEntry,
-      [&] { return std::to_string(unit) + ", " + std::to_string(type) + ", " + std::to_string(arg); },
+      [&] {
+        return std::to_string(unit) + ", " + std::to_string(type) + ", " + std::to_string(arg);
+      },
       [&](Device& dev) -> int {
         dev.state.switch_controls[type] = arg;
         return BCM_E_NONE;

@@ -28,7 +28,8 @@ inline Words ip6_words(const uint8* ip6) {
 
 inline Words pbmp_words(const bcm_pbmp_t& pbmp) {
   Words w{};
-  for (int i = 0; i < _SHR_PBMP_WORD_MAX && i < static_cast<int>(w.size()); ++i) w[i] = pbmp.pbits[i];
+  for (int i = 0; i < _SHR_PBMP_WORD_MAX && i < static_cast<int>(w.size()); ++i)
+    w[i] = pbmp.pbits[i];
   return w;
 }
 

@@ -57,7 +57,9 @@ struct FaultCase {
   std::vector<int> expected;  // codes of five installs of entries 1 to 5, in order
 };
 
-void PrintTo(const FaultCase& test, std::ostream* out) { *out << test.name; }
+void PrintTo(const FaultCase& test, std::ostream* out) {
+  *out << test.name;
+}
 
 class FaultPlan : public ::testing::TestWithParam<FaultCase> {};
 
@@ -77,14 +79,21 @@ TEST_P(FaultPlan, FailsTheChosenCallsOnly) {
 
 INSTANTIATE_TEST_SUITE_P(
     Table, FaultPlan,
-    ::testing::Values(
-        FaultCase{"NextCallOnce", {"bcm_field_entry_install", BCM_E_FULL, 1, std::nullopt, false}, {-6, 0, 0, 0, 0}},
-        FaultCase{"ThirdCallOnce", {"bcm_field_entry_install", BCM_E_INTERNAL, 3, std::nullopt, false}, {0, 0, -1, 0, 0}},
-        FaultCase{"FromTheSecondOnAlways",
-                  {"bcm_field_entry_install", BCM_E_BUSY, 2, std::nullopt, true},
-                  {0, -10, -10, -10, -10}},
-        FaultCase{"OnlyForOneEntry", {"bcm_field_entry_install", BCM_E_PARAM, 1, 4, false}, {0, 0, 0, -4, 0}},
-        FaultCase{"OtherFunctionUntouched", {"bcm_field_entry_destroy", BCM_E_PARAM, 1, std::nullopt, false}, {0, 0, 0, 0, 0}}),
+    ::testing::Values(FaultCase{"NextCallOnce",
+                                {"bcm_field_entry_install", BCM_E_FULL, 1, std::nullopt, false},
+                                {-6, 0, 0, 0, 0}},
+                      FaultCase{"ThirdCallOnce",
+                                {"bcm_field_entry_install", BCM_E_INTERNAL, 3, std::nullopt, false},
+                                {0, 0, -1, 0, 0}},
+                      FaultCase{"FromTheSecondOnAlways",
+                                {"bcm_field_entry_install", BCM_E_BUSY, 2, std::nullopt, true},
+                                {0, -10, -10, -10, -10}},
+                      FaultCase{"OnlyForOneEntry",
+                                {"bcm_field_entry_install", BCM_E_PARAM, 1, 4, false},
+                                {0, 0, 0, -4, 0}},
+                      FaultCase{"OtherFunctionUntouched",
+                                {"bcm_field_entry_destroy", BCM_E_PARAM, 1, std::nullopt, false},
+                                {0, 0, 0, 0, 0}}),
     [](const auto& test) { return std::string(test.param.name); });
 
 TEST_F(CallLog, FailedCallsAreRecordedWithTheirCodeAndRetireOnceFired) {

@@ -44,7 +44,9 @@ void standard_setup() {
   ASSERT_EQ(bcm_field_entry_policer_attach(0, kEntry, 0, 7), BCM_E_NONE);
 }
 
-int stat_of_entry() { return *bcmsim::state().entry(kEntry)->stat; }
+int stat_of_entry() {
+  return *bcmsim::state().entry(kEntry)->stat;
+}
 
 struct Refusal {
   std::string name;
@@ -53,7 +55,9 @@ struct Refusal {
   std::function<void()> prepare = [] {};
 };
 
-void PrintTo(const Refusal& refusal, std::ostream* out) { *out << refusal.name; }
+void PrintTo(const Refusal& refusal, std::ostream* out) {
+  *out << refusal.name;
+}
 
 class DeviceRules : public ::testing::TestWithParam<Refusal> {
  protected:

@@ -79,8 +79,8 @@ TEST_F(CacheExpansion, PortsAndLagMembersTimesVlansInOrder) {
                {"eth3 /10", 104, true, true, L, m2},
                {"eth3 /20", 105, true, true, L, m2}},
               describe);
-  EXPECT_EQ(cache.lag_entries().at(L),
-            (std::map<int, FilterEntriesCache::MemberEntries>{{100, {{m1, {102, 103}}, {m2, {104, 105}}}}}));
+  EXPECT_EQ(cache.lag_entries().at(L), (std::map<int, FilterEntriesCache::MemberEntries>{
+                                           {100, {{m1, {102, 103}}, {m2, {104, 105}}}}}));
 }
 
 TEST_F(CacheExpansion, ALagWithoutMembersKeepsItsPlaceWithPlaceholders) {

@@ -51,8 +51,10 @@ TEST_F(CachePools, EntriesThatCanMatchNothingAreNotInstallable) {
 }
 
 TEST_F(CachePools, ABaseInUseIsRefusedAndKeepsTheFirstPool) {
-  ASSERT_EQ(cache.InitializeEntriesPool({FILTERS_GROUP_STAGE_EGRESS, 0, 1}, 5, FiltersEntry(1, 0)), 0);
-  EXPECT_EQ(cache.InitializeEntriesPool({FILTERS_GROUP_STAGE_EGRESS, 0, 2}, 5, FiltersEntry(2, 0)), -2);
+  ASSERT_EQ(cache.InitializeEntriesPool({FILTERS_GROUP_STAGE_EGRESS, 0, 1}, 5, FiltersEntry(1, 0)),
+            0);
+  EXPECT_EQ(cache.InitializeEntriesPool({FILTERS_GROUP_STAGE_EGRESS, 0, 2}, 5, FiltersEntry(2, 0)),
+            -2);
   EXPECT_TRUE(log.contains("Cannot create filter hardware entry 5. Entry is not empty."));
   EXPECT_EQ(cache.entries_info().at(5).user_key.entry_id, 1u);
 }

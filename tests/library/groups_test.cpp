@@ -31,10 +31,16 @@ TEST_F(Groups, EveryTypeGetsItsCatalogueQualifierSetAndMode) {
   const TypeRow rows[] = {
       {1, FILTERS_GROUP_STAGE_INGRESS, 16, {6, 7, 12, 13, 15, 18, 29, 43, 68, 98, 111, 113}, 0},
       {2, FILTERS_GROUP_STAGE_INGRESS, 16, {6, 9, 13, 18, 22, 29, 68, 196}, 0},
-      {3, FILTERS_GROUP_STAGE_INGRESS, 16,
-       {9, 10, 13, 18, 27, 28, 29, 30, 32, 40, 61, 62, 68, 153}, 0},
-      {4, FILTERS_GROUP_STAGE_PRE_INGRESS, 0,
-       {9, 10, 12, 18, 19, 22, 23, 28, 29, 30, 31, 52, 61, 71}, 0},
+      {3,
+       FILTERS_GROUP_STAGE_INGRESS,
+       16,
+       {9, 10, 13, 18, 27, 28, 29, 30, 32, 40, 61, 62, 68, 153},
+       0},
+      {4,
+       FILTERS_GROUP_STAGE_PRE_INGRESS,
+       0,
+       {9, 10, 12, 18, 19, 22, 23, 28, 29, 30, 31, 52, 61, 71},
+       0},
       {5, FILTERS_GROUP_STAGE_EGRESS, 32, {7, 12, 18, 22, 23, 29, 72, 86, 142}, 0},
       {6, FILTERS_GROUP_STAGE_PRE_INGRESS, 0, {6, 7, 12, 18, 19, 22, 23, 29, 71, 90}, 0},
       {7, FILTERS_GROUP_STAGE_INGRESS, 16, {7, 13, 28, 29, 30, 35, 61, 62, 68, 79, 113}, 9},
@@ -76,7 +82,9 @@ struct FailureRow {
   const char* line;
 };
 
-void PrintTo(const FailureRow& row, std::ostream* out) { *out << row.name; }
+void PrintTo(const FailureRow& row, std::ostream* out) {
+  *out << row.name;
+}
 
 class GroupFailures : public test_support::FiltersTest,
                       public ::testing::WithParamInterface<FailureRow> {};
@@ -123,7 +131,8 @@ TEST_F(Groups, TheSdkRunningOutOfGroupsIsNoResource) {
   small.groups_per_stage = {4, 1, 4};
   bcmsim::reset(small);
   ASSERT_EQ(create(FILTERS_GROUP_STAGE_INGRESS, 0, 0, 1), HalFiltersLL::HAL_FILTERS_OK);
-  EXPECT_EQ(create(FILTERS_GROUP_STAGE_INGRESS, 1, 1, 1), HalFiltersLL::HAL_FILTERS_ERR_NO_RESOURCE);
+  EXPECT_EQ(create(FILTERS_GROUP_STAGE_INGRESS, 1, 1, 1),
+            HalFiltersLL::HAL_FILTERS_ERR_NO_RESOURCE);
   EXPECT_TRUE(log.contains("Could not create filter group with ID 17, no resources available"));
 }
 
@@ -134,7 +143,8 @@ class FailingEntryFilters : public test_support::TestableFilters {
   halFiltersErr_t createEntry(filtersGroupStage_t, unsigned short,
                               const FiltersEntry& entry) override {
     operations.push_back("create " + std::to_string(entry.getId()));
-    return entry.getId() == failing ? HalFiltersLL::HAL_FILTERS_ERR_SDK : HalFiltersLL::HAL_FILTERS_OK;
+    return entry.getId() == failing ? HalFiltersLL::HAL_FILTERS_ERR_SDK
+                                    : HalFiltersLL::HAL_FILTERS_OK;
   }
   halFiltersErr_t deleteEntry(filtersGroupStage_t, unsigned short, unsigned int eid) override {
     operations.push_back("delete " + std::to_string(eid));

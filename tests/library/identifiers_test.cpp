@@ -24,10 +24,9 @@ TEST_F(Identifiers, GroupIdsAndPrioritiesAtEveryStageBoundary) {
     int hw_prio;
   };
   const Row rows[] = {
-      {kPre, 0, 0, 3},       {kPre, 3, 3, 0},        {kPre, 4, -1, -1},
-      {kIngress, 0, 16, 15}, {kIngress, 15, 31, 0},  {kIngress, 16, -1, -1},
-      {kEgress, 0, 32, 3},   {kEgress, 3, 35, 0},    {kEgress, 4, -1, -1},
-      {kNone, 0, -1, -1},    {kEnd, 0, -1, -1},
+      {kPre, 0, 0, 3},       {kPre, 3, 3, 0},        {kPre, 4, -1, -1},   {kIngress, 0, 16, 15},
+      {kIngress, 15, 31, 0}, {kIngress, 16, -1, -1}, {kEgress, 0, 32, 3}, {kEgress, 3, 35, 0},
+      {kEgress, 4, -1, -1},  {kNone, 0, -1, -1},     {kEnd, 0, -1, -1},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(testing::Message() << "stage " << row.stage << " value " << row.value);
@@ -58,8 +57,8 @@ TEST_F(Identifiers, EntryIdsAndPrioritiesAtEveryStageBoundary) {
       {kEnd, 0, 0, -1},
   };
   for (const Row& row : rows) {
-    SCOPED_TRACE(testing::Message() << "stage " << row.stage << " gid " << row.gid << " eid "
-                                    << row.eid);
+    SCOPED_TRACE(testing::Message()
+                 << "stage " << row.stage << " gid " << row.gid << " eid " << row.eid);
     EXPECT_EQ(filters->getBaseHwEid(row.stage, row.gid, row.eid), row.base);
   }
 
@@ -68,9 +67,9 @@ TEST_F(Identifiers, EntryIdsAndPrioritiesAtEveryStageBoundary) {
     unsigned short prio;
     int hw_prio;
   };
-  const PrioRow prios[] = {{kPre, 0, 255},    {kPre, 256, -1},    {kIngress, 0, 255},
+  const PrioRow prios[] = {{kPre, 0, 255},     {kPre, 256, -1},     {kIngress, 0, 255},
                            {kIngress, 255, 0}, {kIngress, 256, -1}, {kEgress, 127, 0},
-                           {kEgress, 128, -1}, {kEnd, 0, 127},     {kNone, 0, -1}};
+                           {kEgress, 128, -1}, {kEnd, 0, 127},      {kNone, 0, -1}};
   for (const PrioRow& row : prios) {
     SCOPED_TRACE(testing::Message() << "stage " << row.stage << " prio " << row.prio);
     EXPECT_EQ(filters->getHwEntryPrio(row.stage, row.prio), row.hw_prio);
@@ -106,7 +105,7 @@ TEST_F(Identifiers, GroupErrorsBecomeTheirCodesAndLines) {
     log.clear();
     EXPECT_EQ(filters->handleBcmGroupError(row.rv, 17, 9, "create"), row.result) << row.rv;
     EXPECT_EQ(log.texts(), std::string(row.line).empty() ? std::vector<std::string>{}
-                                                          : std::vector<std::string>{row.line});
+                                                         : std::vector<std::string>{row.line});
   }
 }
 
@@ -133,7 +132,7 @@ TEST_F(Identifiers, EntryErrorsBecomeTheirCodesAndLines) {
     log.clear();
     EXPECT_EQ(filters->handleBcmEntryError(row.rv, 16, 1048577, "destroy"), row.result) << row.rv;
     EXPECT_EQ(log.texts(), std::string(row.line).empty() ? std::vector<std::string>{}
-                                                          : std::vector<std::string>{row.line});
+                                                         : std::vector<std::string>{row.line});
   }
 }
 

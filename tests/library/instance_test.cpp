@@ -59,7 +59,9 @@ struct StartUpFailure {
   bcm_if_t black_hole;
 };
 
-void PrintTo(const StartUpFailure& failure, std::ostream* out) { *out << failure.name; }
+void PrintTo(const StartUpFailure& failure, std::ostream* out) {
+  *out << failure.name;
+}
 
 class StartUpFailures : public StartUp, public ::testing::WithParamInterface<StartUpFailure> {};
 
@@ -112,8 +114,7 @@ TEST(Singleton, AFirstCallWithoutOrchestratorsNeverSubscribes) {
         HalFiltersLL::HalFiltersItf& second =
             HalFiltersLL::HalFiltersItf::getInstance(lags, &destinations);
         const bool same = &second == &first;
-        const bool subscribed =
-            !lags->ClientNames().empty() || !destinations.ClientNames().empty();
+        const bool subscribed = !lags->ClientNames().empty() || !destinations.ClientNames().empty();
         std::fprintf(stderr, "same=%d subscribed=%d\n", same, subscribed);
         std::exit(same && !subscribed ? 0 : 1);
       },

@@ -10,7 +10,8 @@ using namespace FiltersCommon;
 FiltersEntry entry_with_vlans_and_mac() {
   FiltersEntry entry(7, 3);
   entry.setMatch(MatchExternalVlanId(std::set<unsigned short>{20, 10}));
-  entry.setMatch(MatchSrcMac(mac_address_t{0, 1, 2, 3, 4, 5}, mac_address_t{0xff, 0xff, 0xff, 0xff, 0xff, 0xff}));
+  entry.setMatch(MatchSrcMac(mac_address_t{0, 1, 2, 3, 4, 5},
+                             mac_address_t{0xff, 0xff, 0xff, 0xff, 0xff, 0xff}));
   return entry;
 }
 
@@ -69,8 +70,8 @@ TEST(FiltersEntry, MatchesActionsCountersAndGroupEntriesAreOrdered) {
   for (const auto& [type, match] : entry.getMatches()) matches.push_back(match->getType());
   for (const auto& [type, action] : entry.getActions()) actions.push_back(action->getType());
   for (const auto& [id, counter] : entry.getCounters()) counters.push_back(counter.getId());
-  EXPECT_EQ(matches, (std::vector<int>{FILTERS_MATCH_INGRESS_PORTS, FILTERS_MATCH_PCP,
-                                       FILTERS_MATCH_TTL}));
+  EXPECT_EQ(matches,
+            (std::vector<int>{FILTERS_MATCH_INGRESS_PORTS, FILTERS_MATCH_PCP, FILTERS_MATCH_TTL}));
   EXPECT_EQ(actions, (std::vector<int>{FILTERS_ACTION_DROP, FILTERS_ACTION_L3_SWITCH}));
   EXPECT_EQ(counters, (std::vector<int>{2, 9}));
 
@@ -86,8 +87,8 @@ TEST(FiltersEntry, PolicersAreAbsentUntilSet) {
   FiltersEntry entry(1, 0);
   EXPECT_EQ(entry.getPolicer().GetId(), 0xFFFFFFFFu);
   EXPECT_FALSE(entry.getPolicerParent());
-  entry.setPolicer(policer::Policer(4, policer::Policer::STAGE_INGRESS,
-                                    policer::Mode::Flow(1000, 1500), {}));
+  entry.setPolicer(
+      policer::Policer(4, policer::Policer::STAGE_INGRESS, policer::Mode::Flow(1000, 1500), {}));
   entry.setPolicerParent(std::make_shared<policer::Policer>());
   EXPECT_EQ(entry.getPolicer().GetId(), 4u);
   EXPECT_EQ(entry.getPolicer().GetMode().GetCbs(), 1500u);
@@ -95,7 +96,8 @@ TEST(FiltersEntry, PolicersAreAbsentUntilSet) {
 }
 
 TEST(FiltersEntry, CloneKeepsTheConcreteClass) {
-  const MatchIngressPorts ports(std::list<limid_t>{limid_lag(2)}, std::list<port_type_t>{PORT_TYPE_CPU});
+  const MatchIngressPorts ports(std::list<limid_t>{limid_lag(2)},
+                                std::list<port_type_t>{PORT_TYPE_CPU});
   std::shared_ptr<const Match> copy = static_cast<const Match&>(ports).clone();
   auto* same = dynamic_cast<const MatchIngressPorts*>(copy.get());
   ASSERT_NE(same, nullptr);

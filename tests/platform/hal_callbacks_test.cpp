@@ -9,7 +9,8 @@ namespace {
 TEST(HalCallbacks, KeepsLinesUpToTheLevelWithTheirCodes) {
   HalCallbacksItf& callbacks = HalCallbacksItf::getInstance();
   std::vector<HalCallbacksItf::Line> kept;
-  auto previous = callbacks.setSink([&](const HalCallbacksItf::Line& line) { kept.push_back(line); });
+  auto previous =
+      callbacks.setSink([&](const HalCallbacksItf::Line& line) { kept.push_back(line); });
   const int previous_level = callbacks.level();
   callbacks.setLevel(HalCallbacksItf::kWarning);
 

@@ -9,9 +9,9 @@
 namespace {
 
 TEST(Limid, OrdersBytewiseTypeFirstThenNumber) {
-  std::vector<limid_t> ids = {limid_lag(1), limid_ethernet(300), limid_ethernet(2),
-                              limid_cpuport_from_components(1, 1, 0, 1), limid_null,
-                              limid_ethernet(256)};
+  std::vector<limid_t> ids = {limid_lag(1),      limid_ethernet(300),
+                              limid_ethernet(2), limid_cpuport_from_components(1, 1, 0, 1),
+                              limid_null,        limid_ethernet(256)};
   std::sort(ids.begin(), ids.end());
   std::vector<std::string> names;
   for (const limid_t& id : ids) names.push_back(limid_name(id));

@@ -49,7 +49,9 @@ struct CodeCase {
   int expected;
 };
 
-void PrintTo(const CodeCase& test, std::ostream* out) { *out << test.name; }
+void PrintTo(const CodeCase& test, std::ostream* out) {
+  *out << test.name;
+}
 
 class PolicerDriverCodes : public ::testing::TestWithParam<CodeCase> {};
 

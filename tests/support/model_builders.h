@@ -11,7 +11,9 @@
 
 namespace test_support {
 
-inline std::list<limid_t> ports(std::initializer_list<limid_t> ids) { return ids; }
+inline std::list<limid_t> ports(std::initializer_list<limid_t> ids) {
+  return ids;
+}
 
 inline std::set<int> members_of(const _shr_pbmp& pbmp) {
   std::set<int> ports;

@@ -59,9 +59,8 @@ class ActionSetPcp final
   unsigned char getPcp() const { return value(); }
 };
 
-class ActionSetPcpAndQueue final
-    : public ActionOf<ActionSetPcpAndQueue, ActionValue<unsigned char>,
-                      FILTERS_ACTION_SET_PCP_AND_QUEUE> {
+class ActionSetPcpAndQueue final : public ActionOf<ActionSetPcpAndQueue, ActionValue<unsigned char>,
+                                                   FILTERS_ACTION_SET_PCP_AND_QUEUE> {
  public:
   using Concrete::Concrete;
   unsigned char getPcpAndQueue() const { return value(); }
@@ -81,9 +80,8 @@ class ActionSetDSCP final
   unsigned char getDSCP() const { return value(); }
 };
 
-class ActionMapToCosQueue final
-    : public ActionOf<ActionMapToCosQueue, ActionValue<unsigned char>,
-                      FILTERS_ACTION_MAP_TO_COS_QUEUE> {
+class ActionMapToCosQueue final : public ActionOf<ActionMapToCosQueue, ActionValue<unsigned char>,
+                                                  FILTERS_ACTION_MAP_TO_COS_QUEUE> {
  public:
   using Concrete::Concrete;
   unsigned char getCosQueue() const { return value(); }
@@ -104,17 +102,15 @@ class ActionRedirect final
   const std::list<limid_t>& getRedirectPorts() const { return value(); }
 };
 
-class ActionReplaceDstMac final
-    : public ActionOf<ActionReplaceDstMac, ActionValue<mac_address_t>,
-                      FILTERS_ACTION_REPLACE_DST_MAC> {
+class ActionReplaceDstMac final : public ActionOf<ActionReplaceDstMac, ActionValue<mac_address_t>,
+                                                  FILTERS_ACTION_REPLACE_DST_MAC> {
  public:
   using Concrete::Concrete;
   const mac_address_t& getReplaceDstMac() const { return value(); }
 };
 
-class ActionReplaceSrcMac final
-    : public ActionOf<ActionReplaceSrcMac, ActionValue<mac_address_t>,
-                      FILTERS_ACTION_REPLACE_SRC_MAC> {
+class ActionReplaceSrcMac final : public ActionOf<ActionReplaceSrcMac, ActionValue<mac_address_t>,
+                                                  FILTERS_ACTION_REPLACE_SRC_MAC> {
  public:
   using Concrete::Concrete;
   const mac_address_t& getReplaceSrcMac() const { return value(); }

@@ -47,7 +47,7 @@ class FiltersEntry {
     return it == matches_->end() ? nullptr : dynamic_cast<const M*>(it->second.get());
   }
 
-  const MatchMap& getMatches() const { return *matches_; }    // by type
+  const MatchMap& getMatches() const { return *matches_; }   // by type
   const ActionMap& getActions() const { return *actions_; }  // by type
 
   void addCounter(const Counter& counter);

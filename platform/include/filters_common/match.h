@@ -205,9 +205,8 @@ class MatchTPID final : public MatchOf<MatchTPID, MatchValue<unsigned short>, FI
   unsigned short getTPID() const { return value(); }
 };
 
-class MatchL2SrcEntryType final
-    : public MatchOf<MatchL2SrcEntryType, MatchValue<unsigned char>,
-                     FILTERS_MATCH_L2_SRC_ENTRY_TYPE> {
+class MatchL2SrcEntryType final : public MatchOf<MatchL2SrcEntryType, MatchValue<unsigned char>,
+                                                 FILTERS_MATCH_L2_SRC_ENTRY_TYPE> {
  public:
   using Concrete::Concrete;
   unsigned char getL2SrcEntryType() const { return value(); }  // 1: a static entry
@@ -246,9 +245,8 @@ class MatchTTL final : public MatchOf<MatchTTL, MatchValue<unsigned char>, FILTE
   unsigned char getTTL() const { return value(); }
 };
 
-class MatchIngressStpState final
-    : public MatchOf<MatchIngressStpState, MatchValue<en_StpState>,
-                     FILTERS_MATCH_INGRESS_STP_STATE> {
+class MatchIngressStpState final : public MatchOf<MatchIngressStpState, MatchValue<en_StpState>,
+                                                  FILTERS_MATCH_INGRESS_STP_STATE> {
  public:
   using Concrete::Concrete;
   en_StpState getIngressStpState() const { return value(); }
@@ -274,9 +272,8 @@ class MatchMyStationHit final
   unsigned char getHitFlag() const { return value(); }
 };
 
-class MatchForwardingType final
-    : public MatchOf<MatchForwardingType, MatchValue<en_ForwardingType>,
-                     FILTERS_MATCH_FORWARDING_TYPE> {
+class MatchForwardingType final : public MatchOf<MatchForwardingType, MatchValue<en_ForwardingType>,
+                                                 FILTERS_MATCH_FORWARDING_TYPE> {
  public:
   using Concrete::Concrete;
   en_ForwardingType getForwardingType() const { return value(); }

@@ -11,7 +11,8 @@ namespace FiltersCommon::detail {
 template <class Root, class T>
 class WithValue : public Root {
  public:
-  explicit WithValue(typename Root::Type type, T value = T{}) : Root(type), value_(std::move(value)) {}
+  explicit WithValue(typename Root::Type type, T value = T{})
+      : Root(type), value_(std::move(value)) {}
 
  protected:
   const T& value() const { return value_; }

@@ -53,7 +53,7 @@ enum filtersMatch_t : int {
 };
 
 enum filtersAction_t : int {
-  FILTERS_ACTION_PERMIT = 0,                  // cancel a drop
+  FILTERS_ACTION_PERMIT = 0,  // cancel a drop
   FILTERS_ACTION_DROP = 1,
   FILTERS_ACTION_COPY_TO_CPU = 2,
   FILTERS_ACTION_BLOCK_EGRESS_PORTS = 3,
@@ -69,10 +69,10 @@ enum filtersAction_t : int {
   FILTERS_ACTION_REDIRECT_CANCEL = 13,
   FILTERS_ACTION_REPLACE_SRC_MAC = 14,
   FILTERS_ACTION_L3_SWITCH = 15,
-  FILTERS_ACTION_BLACK_HOLE = 16,             // switch to a discarding egress, keep from the CPU
+  FILTERS_ACTION_BLACK_HOLE = 16,  // switch to a discarding egress, keep from the CPU
   FILTERS_ACTION_COPY_INNER_PCP_TO_OUTER = 17,
   FILTERS_ACTION_MPLS_PORT_SET = 18,
-  FILTERS_ACTION_KEEP_FROM_CPU = 19,          // block the CPU port and cancel copies to it
+  FILTERS_ACTION_KEEP_FROM_CPU = 19,  // block the CPU port and cancel copies to it
   FILTERS_ACTION_END = 20,
 };
 

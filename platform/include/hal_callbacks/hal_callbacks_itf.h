@@ -51,7 +51,7 @@ class HalLogCapture {
   HalLogCapture& operator=(const HalLogCapture&) = delete;
 
   const std::vector<HalCallbacksItf::Line>& lines() const { return lines_; }
-  std::vector<std::string> texts() const;  // the texts of all lines, in order
+  std::vector<std::string> texts() const;        // the texts of all lines, in order
   bool contains(const std::string& text) const;  // a line with exactly this text
   void clear() { lines_.clear(); }
 
