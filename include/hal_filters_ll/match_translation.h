@@ -7,6 +7,7 @@
 #include <hal_filters_ll/bcm_sdk.h>
 
 #include <filters_common/filters_common.h>
+#include <hal_bcm_common/hal_bcm_common.h>
 #include <limid/limid.h>
 
 namespace HalFiltersLL {
@@ -70,5 +71,8 @@ int setBcmPcpQualifier(const std::list<limid_t>& ports, FiltersCommon::filtersGr
                        const FiltersCommon::Match* match, int eid);
 int setBcmInnerPcpQualifier(const FiltersCommon::Match* match, int eid);
 int setBcmVlanInfoQualifier(const FiltersCommon::Match* match, int eid);
+// The model's service VLAN type in the bridge domain's numbering (3 and 4 are crossed); 0, or -2
+// for a type outside 0 to 4.
+int xlateSvcVlanInfo(const FiltersCommon::vlan_info_t& model, hal_bd_vlan_info_t& bridge_domain);
 
 }  // namespace HalFiltersLL
