@@ -28,14 +28,6 @@ halFiltersErr_t HalFiltersBcm::deleteEntry(FiltersCommon::filtersGroupStage_t, u
   return notAvailable("deleteEntry");
 }
 
-halFiltersErr_t HalFiltersBcm::getCounterValue(unsigned short, unsigned long long&) {
-  return notAvailable("getCounterValue");
-}
-
-halFiltersErr_t HalFiltersBcm::clearCounterValue(unsigned short) {
-  return notAvailable("clearCounterValue");
-}
-
 int HalFiltersBcm::AddLagMemberEvent(const limid_t&, const limid_t&) {
   return notAvailable("AddLagMemberEvent");
 }

@@ -4,6 +4,7 @@
 #include <list>
 #include <map>
 #include <memory>
+#include <ostream>
 #include <set>
 #include <vector>
 
@@ -130,5 +131,10 @@ class HalFiltersBcm : public HalFiltersItf {
 
 // Reinstalls a hardware entry; one that cannot be reinstalled is destroyed (0 or -1).
 halFiltersErr_t ReinstallEntry(const bcm_field_entry_t& hw_eid);
+
+// A policer as log lines describe it: id, stage, mode with its rates, and its actions.
+void writePolicerDescription(std::ostream& out, const policer::Policer& policer);
+// One policer action: "Yellow Set DSCP 10", "Red Drop".
+void writePolicerAction(std::ostream& out, const policer::Action& action);
 
 }  // namespace HalFiltersLL

@@ -32,16 +32,16 @@ class TestableFilters : public HalFiltersLL::HalFiltersBcm {
   using HalFiltersBcm::policer_entries_;
 };
 
-// Front-panel ports 1 to 32 are eth1 to eth32 with local gports; the CPU port is cpu0.
+// Front-panel ports 1 to 32 are eth1 to eth32, the CPU port (local port 0) is cpu0.
 inline void set_up_ports() {
   HalBcmCommon& common = HalBcmCommon::GetInstance();
   common.Reset();
-  for (int port = 1; port <= 32; ++port) {
+  for (int port = 0; port <= 32; ++port) {
     bcm_gport_t gport;
     BCM_GPORT_LOCAL_SET(gport, port);
-    common.SetGport(limid_ethernet(port), gport);
+    common.SetGport(port == 0 ? limid_cpuport_from_components(1, 1, 0, 1) : limid_ethernet(port),
+                    gport);
   }
-  common.SetGport(limid_cpuport_from_components(1, 1, 0, 1), BCM_GPORT_LOCAL_CPU);
 }
 
 class FiltersTest : public ::testing::Test {

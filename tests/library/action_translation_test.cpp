@@ -1,0 +1,220 @@
+// Action translation: every action type as its Broadcom actions, and its failures.
+#include <gtest/gtest.h>
+
+#include <bcmsim/fault_plan.h>
+#include <hal_filters_ll/action_translation.h>
+
+#include "support/device_views.h"
+#include "support/filters_fixture.h"
+#include "support/model_builders.h"
+#include "support/sdk_builders.h"
+
+namespace {
+
+using namespace FiltersCommon;
+using test_support::actions_of;
+using test_support::ports;
+
+constexpr int kEid = 1000;
+
+class ActionTranslation : public test_support::FiltersTest {
+ protected:
+  void SetUp() override {
+    FiltersTest::SetUp();
+    ASSERT_EQ(test_support::create_group(16, bcmFieldQualifyStageIngress, {}), 0);
+    ASSERT_EQ(bcm_field_entry_create_id(0, 16, kEid), 0);
+    ASSERT_EQ(destinations.AddDestination(5, 100010), 0);
+    HalBcmCommon::GetInstance().GetVpnInfoGetter().SetVpnInterfaceInfo(
+        limid_vpn(1), limid_vpn_access(1), {0x18000001, 1});
+    test_support::make_lag(*lags, 1, {4});
+    log.clear();
+  }
+};
+
+struct Row {
+  const char* name;
+  std::shared_ptr<const Action> action;
+  int result;
+  std::vector<std::string> actions;
+  std::vector<std::string> lines;
+};
+
+void PrintTo(const Row& row, std::ostream* out) {
+  *out << row.name;
+}
+
+class EveryActionType : public ActionTranslation, public ::testing::WithParamInterface<Row> {};
+
+TEST_P(EveryActionType, AddsItsBroadcomActionsInOrder) {
+  EXPECT_EQ(filters->createBcmAction(GetParam().action.get(), kEid), GetParam().result);
+  EXPECT_EQ(actions_of(kEid), GetParam().actions);
+  EXPECT_EQ(log.texts(), GetParam().lines);
+}
+
+template <class A, class... Args>
+std::shared_ptr<const Action> make(Args&&... args) {
+  return std::make_shared<A>(std::forward<Args>(args)...);
+}
+
+std::shared_ptr<const Action> plain(int type) {
+  return std::make_shared<Action>(static_cast<filtersAction_t>(type));
+}
+
+using Byte = unsigned char;
+const limid_t kCpu = limid_cpuport_from_components(1, 1, 0, 1);
+const std::vector<std::string> kKeepFromCpu = {"EgressMask({0})", "SwitchToCpuCancel(0, 0)",
+                                               "CopyToCpuCancel(0, 0)"};
+
+std::vector<std::string> then(std::vector<std::string> first,
+                              const std::vector<std::string>& rest) {
+  first.insert(first.end(), rest.begin(), rest.end());
+  return first;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, EveryActionType,
+    ::testing::Values(
+        Row{"T00Permit", plain(0), 0, {"DropCancel(0, 0)"}, {}},
+        Row{"T01Drop", plain(1), 0, {"Drop(0, 0)"}, {}},
+        Row{"T02CopyToCpu", plain(2), 0, {"CopyToCpu(0, 0)"}, {}},
+        Row{"T03BlockEgressPorts",
+            make<ActionBlockEgressPorts>(ports({limid_ethernet(3), limid_ethernet(1),
+                                                limid_lag(1)})),
+            0,
+            {"EgressMask({1,3})"},
+            {}},
+        Row{"T03BlockNoPort", make<ActionBlockEgressPorts>(ports({})), 0, {"EgressMask({})"}, {}},
+        Row{"T03BlockUnknownPort",
+            make<ActionBlockEgressPorts>(ports({limid_ethernet(50)})),
+            -2,
+            {},
+            {"Filters-ll-bcm: failed to convert action interface to gport - HAL ID not found\n"}},
+        Row{"T04CancelCopies", make<ActionCopyToCpuCancel>(0), 0, {"CopyToCpuCancel(0, 0)"}, {}},
+        Row{"T04CancelSwitching",
+            make<ActionCopyToCpuCancel>(1),
+            0,
+            {"SwitchToCpuCancel(0, 0)"},
+            {}},
+        Row{"T04CancelOther", make<ActionCopyToCpuCancel>(2), 0, {}, {}},
+        Row{"T05SetPcp", make<ActionSetPcp>(Byte{5}), 0, {"PrioPktNew(5, 0)"}, {}},
+        Row{"T06SetPcpAndQueue",
+            make<ActionSetPcpAndQueue>(Byte{3}),
+            0,
+            {"PrioPktAndIntNew(3, 0)"},
+            {}},
+        Row{"T07SetInnerPcp", make<ActionSetInnerPcp>(Byte{2}), 0, {"InnerVlanPrioNew(2, 0)"}, {}},
+        Row{"T08SetDscp", make<ActionSetDSCP>(Byte{46}), 0, {"DscpNew(46, 0)"}, {}},
+        Row{"T09CosQueue", make<ActionMapToCosQueue>(Byte{4}), 0, {"CosQNew(4, 0)"}, {}},
+        Row{"T10CpuCosQueue", make<ActionMapToCpuCosQueue>(Byte{6}), 0, {"CosQCpuNew(6, 0)"}, {}},
+        Row{"T11RedirectEachPort",
+            make<ActionRedirect>(ports({limid_ethernet(2), kCpu})),
+            0,
+            {"Redirect(0, 2)", "Redirect(0, 0)"},
+            {}},
+        Row{"T11RedirectNowhere", make<ActionRedirect>(ports({})), 0, {}, {}},
+        Row{"T11RedirectToLag",
+            make<ActionRedirect>(ports({limid_ethernet(2), limid_lag(1)})),
+            -2,
+            {"Redirect(0, 2)"},
+            {"This interface: lag1 cannot be used."}},
+        Row{"T11RedirectUnknownPort",
+            make<ActionRedirect>(ports({limid_ethernet(50)})),
+            -2,
+            {},
+            {"Filters - Port: eth50 not found"}},
+        Row{"T12ReplaceDstMac",
+            make<ActionReplaceDstMac>(mac_address_t{2, 0, 0, 0, 0, 1}),
+            0,
+            {"DstMacNew(02:00:00:00:00:01)"},
+            {}},
+        Row{"T13RedirectCancel", plain(13), 0, {"RedirectCancel(0, 0)"}, {}},
+        Row{"T14ReplaceSrcMac",
+            make<ActionReplaceSrcMac>(mac_address_t{2, 0, 0, 0, 0, 2}),
+            0,
+            {"SrcMacNew(02:00:00:00:00:02)"},
+            {}},
+        Row{"T15L3Switch", make<ActionL3Switch>(5u), 0, {"L3Switch(100010, 0)"}, {}},
+        Row{"T15UnknownDestination",
+            make<ActionL3Switch>(9u),
+            -2,
+            {},
+            {"Could not find egress ID for destination ID 9."}},
+        Row{"T16BlackHole", plain(16), 0, then({"L3Switch(100002, 0)"}, kKeepFromCpu), {}},
+        Row{"T17CopyInnerPcpToOuter", plain(17), 0, {"OuterVlanPrioCopyInner(0, 0)"}, {}},
+        Row{"T18MplsPortSet",
+            make<ActionMplsPortSet>(limid_vpn(1), limid_vpn_access(1)),
+            0,
+            {"IncomingMplsPortSet(402653185, 0)"},
+            {}},
+        Row{"T18UnknownVpnAccess",
+            make<ActionMplsPortSet>(limid_vpn(1), limid_vpn_access(2)),
+            -2,
+            {},
+            {"[HAL FILTERS] createBcmAction(): Could not retrieve VPN Interface Info from "
+             "HalBcmCommon for VPN vpn1 and access vport2, error=-1"}},
+        Row{"T19KeepFromCpu", plain(19), 0, kKeepFromCpu, {}},
+        Row{"T20Unknown", plain(20), -2, {}, {"Action type 20 not found"}},
+        Row{"ClassNotMatchingItsType", plain(5), -2, {}, {"Action type 5 not found"}}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+TEST_F(ActionTranslation, TheMplsFailureIsAWarning) {
+  EXPECT_EQ(filters->createBcmAction(
+                ActionMplsPortSet(limid_vpn(2), limid_vpn_access(1)).clone().get(), kEid),
+            -2);
+  EXPECT_EQ(log.lines().at(0).level, 4);
+}
+
+TEST_F(ActionTranslation, AnSdkRefusalIsReportedWithItsCodeAndAPositiveResultIsSuccess) {
+  bcmsim::inject_fault({"bcm_field_action_add", BCM_E_PARAM, 1, std::nullopt, false});
+  EXPECT_EQ(filters->createBcmAction(Action(FILTERS_ACTION_DROP).clone().get(), kEid), -2);
+  ASSERT_EQ(log.lines().size(), 1u);
+  EXPECT_EQ(log.lines()[0].code, BCM_E_PARAM);
+  EXPECT_EQ(log.lines()[0].text,
+            "[HAL FILTERS] Couldn't add action 39 to/from BCM entry id 1000: Invalid parameter");
+
+  bcmsim::inject_fault({"bcm_field_action_add", 1, 1, std::nullopt, false});
+  EXPECT_EQ(filters->createBcmAction(Action(FILTERS_ACTION_DROP).clone().get(), kEid), 0);
+}
+
+TEST_F(ActionTranslation, AFailingStepEndsAMultiStepAction) {
+  bcmsim::inject_fault({"bcm_field_action_ports_add", BCM_E_FULL, 1, std::nullopt, false});
+  EXPECT_EQ(filters->createBcmAction(Action(FILTERS_ACTION_BLACK_HOLE).clone().get(), kEid), -2);
+  EXPECT_EQ(actions_of(kEid), std::vector<std::string>{"L3Switch(100002, 0)"});
+}
+
+TEST_F(ActionTranslation, OnlyTheL3SwitchIsEverDeleted) {
+  const ActionL3Switch l3_switch(5u);
+  ASSERT_EQ(filters->createBcmAction(&l3_switch, kEid), 0);
+  ASSERT_EQ(filters->createBcmAction(Action(FILTERS_ACTION_DROP).clone().get(), kEid), 0);
+  EXPECT_EQ(filters->deleteBcmAction(&l3_switch, kEid), 0);
+  EXPECT_EQ(actions_of(kEid), std::vector<std::string>{"Drop(0, 0)"});
+  EXPECT_EQ(filters->deleteBcmAction(Action(FILTERS_ACTION_DROP).clone().get(), kEid), -2);
+  EXPECT_TRUE(log.contains("Action type 1 not found"));
+  EXPECT_EQ(filters->deleteBcmAction(ActionL3Switch(9u).clone().get(), kEid), -2);
+  EXPECT_TRUE(log.contains("Could not find egress ID for destination ID 9."));
+  EXPECT_EQ(filters->deleteBcmAction(&l3_switch, kEid), -2) << "nothing left to delete";
+  EXPECT_TRUE(log.contains(
+      "[HAL FILTERS] Couldn't delete action 48 to/from BCM entry id 1000: Entry not found"));
+}
+
+TEST_F(ActionTranslation, VlanActionSetsGoThroughTheirWrapper) {
+  bcm_vlan_action_set_t vlan_actions;
+  bcm_vlan_action_set_t_init(&vlan_actions);
+  vlan_actions.new_outer_vlan = 30;
+  EXPECT_EQ(HalFiltersLL::setBcmFieldActionVlanActionsAdd(kEid, bcmFieldActionOuterVlanCopyInner,
+                                                          vlan_actions),
+            0);
+  EXPECT_EQ(actions_of(kEid),
+            std::vector<std::string>{"OuterVlanCopyInner(outer vlan 30, inner vlan 0)"});
+  EXPECT_EQ(HalFiltersLL::setBcmFieldActionVlanActionsAdd(1, bcmFieldActionOuterVlanCopyInner,
+                                                          vlan_actions),
+            -2);
+}
+
+TEST(ActionTranslationDeathTest, ANullActionRaisesTheSdkAssertion) {
+  test_support::TestableFilters filters(nullptr, nullptr);
+  EXPECT_DEATH(filters.createBcmAction(nullptr, 1), "action != nullptr.*hal_filters_bcm:1401");
+  EXPECT_DEATH(filters.deleteBcmAction(nullptr, 1), "action != nullptr.*hal_filters_bcm:1643");
+}
+
+}  // namespace
