@@ -1,47 +1,182 @@
-// User entries. Programming entries is not available yet: every entry operation fails.
+// User entries: each is expanded into a pool of hardware entries, which are created, programmed
+// and installed one by one; a failure undoes the hardware entries already created.
 #include <hal_filters_ll/hal_filters_bcm.h>
 
 #include "sdk_support.h"
 
 namespace HalFiltersLL {
-namespace {
 
-halFiltersErr_t notAvailable(const char* operation) {
-  callbacks().log(kLogError, "[HAL FILTERS] %s() not available in this build", operation);
-  return HAL_FILTERS_ERR_FAILED;
+using FiltersCommon::FiltersEntry;
+using FiltersCommon::filtersGroupStage_t;
+
+halFiltersErr_t HalFiltersBcm::createEntry(filtersGroupStage_t stage, unsigned short gid,
+                                           const FiltersEntry& entry) {
+  const user_entry_key_t key{stage, gid, entry.getId()};
+  const int base = getBaseHwEid(stage, gid, entry.getId());
+  // The pool is initialised before the base is checked, so an invalid base is tried too.
+  const int initialized = filters_cache_.InitializeEntriesPool(key, base, entry);
+  if (base < 0) {
+    callbacks().log(kLogError, "Hardware entry ID translation failed");
+    return HAL_FILTERS_ERR_FAILED;
+  }
+  if (initialized < 0) {
+    callbacks().log(kLogError, "Error initializing HW entries pool");
+    return static_cast<halFiltersErr_t>(initialized);
+  }
+  if (halFiltersErr_t rc = createCounter(key, entry); rc != HAL_FILTERS_OK) return rc;
+
+  const std::vector<pool_entry>* pool = filters_cache_.GetEntriesPool(base);
+  if (!pool) {
+    callbacks().log(kLogInfo, "[HAL FILTERS] %s() Entry (EID: %d; Hw EID: %d) does not exist",
+                    "createEntry", entry.getId(), base);
+    return HAL_FILTERS_ERR_FAILED;
+  }
+  int count = 0;
+  for (const pool_entry& hw_entry : *pool) {
+    if (!hw_entry.installable) continue;
+    ++count;
+    callbacks().log(kLogInfo, "[HAL FILTERS] %s() Creating Filter Entry (EID: %d; Hw EID: %d)",
+                    "createEntry", entry.getId(), hw_entry.entry.getId());
+    if (halFiltersErr_t rc = createHwEntry(key, hw_entry.entry); rc != HAL_FILTERS_OK) {
+      // The counter created above stays.
+      undoCreatedHwEntries(key, *pool, count);
+      filters_cache_.DestroyEntriesPool(base);
+      return rc;
+    }
+  }
+  return HAL_FILTERS_OK;
 }
 
-}  // namespace
-
-halFiltersErr_t HalFiltersBcm::createEntry(FiltersCommon::filtersGroupStage_t, unsigned short,
-                                           const FiltersCommon::FiltersEntry&) {
-  return notAvailable("createEntry");
+void HalFiltersBcm::undoCreatedHwEntries(const user_entry_key_t& key,
+                                         const std::vector<pool_entry>& pool, int count) {
+  // By position, installable or not: with no free slot before it, the failing entry is included.
+  for (int position = 0; position < count; ++position) {
+    deleteHwEntry(key, static_cast<int>(pool[position].entry.getId()));
+  }
 }
 
-halFiltersErr_t HalFiltersBcm::updateEntry(FiltersCommon::filtersGroupStage_t, unsigned short,
-                                           const FiltersCommon::FiltersEntry&) {
-  return notAvailable("updateEntry");
+halFiltersErr_t HalFiltersBcm::createHwEntry(const user_entry_key_t& key,
+                                             const FiltersEntry& hw_entry) {
+  const int hw_eid = static_cast<int>(hw_entry.getId());
+  const int hw_gid = getHwGid(key.stage, key.group_id);
+  if (hw_gid < 0) {
+    callbacks().log(kLogError, "[HAL FILTERS] %s() Hardware group ID translation failed",
+                    "createHwEntry");
+    return HAL_FILTERS_ERR_FAILED;
+  }
+  const int rv = bcm_field_entry_create_id(bcmUnit(), hw_gid, hw_eid);
+  if (rv != BCM_E_NONE) return handleBcmEntryError(rv, hw_gid, hw_eid, "create");
+  return installHwEntry(key, hw_entry);
 }
 
-halFiltersErr_t HalFiltersBcm::deleteEntry(FiltersCommon::filtersGroupStage_t, unsigned short,
-                                           unsigned int) {
-  return notAvailable("deleteEntry");
+halFiltersErr_t HalFiltersBcm::installHwEntry(const user_entry_key_t& key,
+                                              const FiltersEntry& hw_entry) {
+  const int unit = bcmUnit();
+  const int hw_eid = static_cast<int>(hw_entry.getId());
+  static const std::list<limid_t> kNoPorts;
+  auto* ingress_ports = hw_entry.findMatch<FiltersCommon::MatchIngressPorts>(
+      FiltersCommon::FILTERS_MATCH_INGRESS_PORTS);
+  const std::list<limid_t>& ports = ingress_ports ? ingress_ports->getPorts() : kNoPorts;
+
+  for (const auto& [type, match] : hw_entry.getMatches()) {
+    if (int rc = createBcmMatch(ports, key.stage, match.get(), hw_eid); rc != 0) {
+      return static_cast<halFiltersErr_t>(rc);
+    }
+  }
+  for (const auto& [type, action] : hw_entry.getActions()) {
+    if (int rc = createBcmAction(action.get(), hw_eid); rc != 0) {
+      return static_cast<halFiltersErr_t>(rc);
+    }
+  }
+  if (int rc = createBcmMacActions(key, hw_entry, hw_eid); rc != 0) {
+    return static_cast<halFiltersErr_t>(rc);
+  }
+  if (int rc = createBcmVlanActions(hw_entry, hw_eid); rc != 0) {
+    return static_cast<halFiltersErr_t>(rc);
+  }
+  if (int rc = installPolicer(key.stage, hw_eid, hw_entry); rc != 0) {
+    return static_cast<halFiltersErr_t>(rc);
+  }
+  if (halFiltersErr_t rc = attachCounter(key, hw_eid); rc != HAL_FILTERS_OK) return rc;
+
+  const int prio = getHwEntryPrio(key.stage, hw_entry.getPriority());
+  if (prio < 0) {
+    callbacks().log(kLogError, "[HAL FILTERS] %s() Hardware entry priority translation failed",
+                    "installHwEntry");
+    return HAL_FILTERS_ERR_FAILED;
+  }
+  int rv = bcm_field_entry_prio_set(unit, hw_eid, prio);
+  if (rv < 0) {
+    callbacks().error(rv, "[HAL FILTERS] %s() Error setting entry priority %i on entry %i: %s",
+                      "installHwEntry", prio, hw_eid, sdkErrorText(rv));
+    return HAL_FILTERS_ERR_SDK;
+  }
+  rv = bcm_field_entry_install(unit, hw_eid);
+  if (rv < 0) {
+    callbacks().error(rv, "[HAL FILTERS] %s() Error installing filter with id %i: %s",
+                      "installHwEntry", hw_eid, sdkErrorText(rv));
+    return HAL_FILTERS_ERR_SDK;
+  }
+  callbacks().log(kLogInfo, "[HAL FILTERS] %s() Installed Filter Entry %i", "installHwEntry",
+                  hw_eid);
+  return HAL_FILTERS_OK;
 }
 
-int HalFiltersBcm::AddLagMemberEvent(const limid_t&, const limid_t&) {
-  return notAvailable("AddLagMemberEvent");
+halFiltersErr_t HalFiltersBcm::deleteHwEntry(const user_entry_key_t& key, int hw_eid) {
+  const int hw_gid = getHwGid(key.stage, key.group_id);
+  if (hw_gid < 0) {
+    callbacks().log(kLogError, "[HAL FILTERS] %s() Hardware group ID translation failed",
+                    "deleteHwEntry");
+    return HAL_FILTERS_ERR_FAILED;
+  }
+  if (halFiltersErr_t rc = detachCounter(key, hw_eid); rc != HAL_FILTERS_OK) return rc;
+  const int rv = bcm_field_entry_destroy(bcmUnit(), hw_eid);
+  if (rv < 0) return handleBcmEntryError(rv, hw_gid, hw_eid, "destroy");
+  return static_cast<halFiltersErr_t>(removePolicer(hw_eid));
 }
 
-int HalFiltersBcm::RemoveLagMemberEvent(const limid_t&, const limid_t&) {
-  return notAvailable("RemoveLagMemberEvent");
+halFiltersErr_t HalFiltersBcm::deleteEntry(filtersGroupStage_t stage, unsigned short gid,
+                                           unsigned int eid) {
+  const user_entry_key_t key{stage, gid, eid};
+  const int base = getBaseHwEid(stage, gid, eid);
+  if (base < 0) {
+    callbacks().log(kLogError, "[HAL FILTERS] %s() Hardware entry ID translation failed",
+                    "deleteEntry");
+    return HAL_FILTERS_ERR_FAILED;
+  }
+  const std::vector<pool_entry>* pool = filters_cache_.GetEntriesPool(base);
+  if (!pool) {
+    callbacks().log(kLogInfo, "[HAL FILTERS] %s() Entry (EID: %d; Hw EID: %d) does not exist",
+                    "deleteEntry", eid, base);
+    return HAL_FILTERS_ERR_FAILED;
+  }
+  halFiltersErr_t last = HAL_FILTERS_OK;
+  for (const pool_entry& hw_entry : *pool) {
+    if (!hw_entry.installable) continue;
+    const int hw_eid = static_cast<int>(hw_entry.entry.getId());
+    if (halFiltersErr_t rc = deleteHwEntry(key, hw_eid); rc != HAL_FILTERS_OK) {
+      last = rc;
+      continue;
+    }
+    callbacks().log(kLogInfo, "[HAL FILTERS] %s() Deleted Filter Entry (EID: %d; Hw EID: %d)",
+                    "deleteEntry", eid, hw_eid);
+  }
+  // On any failure the pool stays, so that a later delete finds the entry again.
+  if (int rc = removeL3Entry(key); rc != 0) {
+    halFiltersErr_t counter_rc = removeCounter(key);
+    return counter_rc != HAL_FILTERS_OK ? counter_rc : static_cast<halFiltersErr_t>(rc);
+  }
+  if (halFiltersErr_t rc = removeCounter(key); rc != HAL_FILTERS_OK) return rc;
+  if (last != HAL_FILTERS_OK) return last;
+  filters_cache_.DestroyEntriesPool(base);
+  return HAL_FILTERS_OK;
 }
 
-int HalFiltersBcm::DestroyLagEvent(const limid_t&) {
-  return notAvailable("DestroyLagEvent");
-}
-
-void HalFiltersBcm::RemoveDestinationEvent(int) {
-  notAvailable("RemoveDestinationEvent");
+halFiltersErr_t HalFiltersBcm::updateEntry(filtersGroupStage_t stage, unsigned short gid,
+                                           const FiltersEntry& entry) {
+  callbacks().log(kLogInfo, "Updating Filter Entry (EID: %d)", entry.getId());
+  if (halFiltersErr_t rc = deleteEntry(stage, gid, entry.getId()); rc != HAL_FILTERS_OK) return rc;
+  return createEntry(stage, gid, entry);
 }
 
 }  // namespace HalFiltersLL

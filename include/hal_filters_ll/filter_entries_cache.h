@@ -113,11 +113,9 @@ class FilterEntriesCache {
   }
 
  private:
-  int ExpandMatches(std::vector<pool_entry>& pool, const user_entry_key_t& key,
-                    const FiltersCommon::FiltersEntry& entry);
-  template <class Member>
+  // Adds (or removes) a LAG member's port in the bitmaps of the entries that hold the LAG.
   int UpdateLagMemberBitmaps(const limid_t& lag, const limid_t& member, std::set<int>& out,
-                             const char* missing_text, const char* conversion_text, Member&& apply);
+                             bool adding);
 
   std::map<int, entry_info_t> entries_info_;
   std::map<limid_t, std::map<int, MemberEntries>> lag_entries_;

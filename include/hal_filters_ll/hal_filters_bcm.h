@@ -127,6 +127,8 @@ class HalFiltersBcm : public HalFiltersItf {
  private:
   void subscribeToTopologyEvents();
   void programStartUp();
+  // Deletes the hardware entries a topology event removes; true when any deletion failed.
+  bool deleteHwEntries(const FilterEntriesCache::RemovedEntries& removed, const char* event);
 };
 
 // Reinstalls a hardware entry; one that cannot be reinstalled is destroyed (0 or -1).

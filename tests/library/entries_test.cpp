@@ -1,0 +1,175 @@
+// User entries end to end: creation, installation, update, deletion, and their undo paths.
+#include <gtest/gtest.h>
+
+#include <bcmsim/fault_plan.h>
+
+#include "support/device_views.h"
+#include "support/filters_fixture.h"
+#include "support/model_builders.h"
+
+namespace {
+
+using namespace FiltersCommon;
+using test_support::ports;
+using test_support::qualifiers_of;
+
+constexpr auto kIn = FILTERS_GROUP_STAGE_INGRESS;
+constexpr auto kEg = FILTERS_GROUP_STAGE_EGRESS;
+constexpr int kEgressBase = 2097152;  // entry 0 of egress group 0
+
+class Entries : public test_support::FiltersTest {
+ protected:
+  void SetUp() override {
+    FiltersTest::SetUp();
+    ASSERT_EQ(filters->createGroup(FiltersGroup(kEg, 0, 0, 5)), 0);
+    ASSERT_EQ(filters->createGroup(FiltersGroup(kIn, 0, 0, 1)), 0);
+    log.clear();
+  }
+
+  static FiltersEntry egressEntry(unsigned int id, std::list<limid_t> out_ports) {
+    FiltersEntry entry(id, 3);
+    entry.setMatch(MatchEgressPorts(std::move(out_ports)));
+    entry.setAction(Action(FILTERS_ACTION_DROP));
+    return entry;
+  }
+
+  std::vector<int> installed_ids() {
+    std::vector<int> ids;
+    for (int id : bcmsim::state().entry_ids()) {
+      if (bcmsim::state().entry(id)->installed) ids.push_back(id);
+    }
+    return ids;
+  }
+};
+
+TEST_F(Entries, AnEntryBecomesInstalledHardwareEntriesWithItsPriorityCounterAndPolicer) {
+  FiltersEntry entry = egressEntry(0, ports({limid_ethernet(1), limid_ethernet(2)}));
+  entry.addCounter(Counter(7, COUNTER_TYPE_PACKETS));
+  entry.setPolicer(
+      policer::Policer(4, policer::Policer::STAGE_EGRESS, policer::Mode::Flow(100, 1000), {}));
+  ASSERT_EQ(filters->createEntry(kEg, 0, entry), 0);
+
+  EXPECT_EQ(installed_ids(), (std::vector<int>{kEgressBase, kEgressBase + 1}));
+  for (int port : {1, 2}) {
+    const int eid = kEgressBase + port - 1;
+    const bcmsim::Entry& hw = *bcmsim::state().entry(eid);
+    EXPECT_EQ(qualifiers_of(eid, true),
+              std::vector<std::string>{"OutPort=" + std::to_string(port) + "/0xff"});
+    EXPECT_EQ(test_support::actions_of(eid, true), std::vector<std::string>{"Drop(0, 0)"});
+    EXPECT_EQ(hw.priority, 124) << "128 - 1 - 3";
+    EXPECT_EQ(hw.stat, filters->counter_entries_.begin()->second.stat_id);
+    EXPECT_EQ(hw.policers[0], 4);
+  }
+  EXPECT_TRUE(log.contains("[HAL FILTERS] installHwEntry() Installed Filter Entry 2097153"));
+}
+
+TEST_F(Entries, AnEntryWithoutInstallableHardwareEntriesLivesOnlyInSoftware) {
+  FiltersEntry entry = egressEntry(0, ports({}));
+  entry.addCounter(Counter(7, COUNTER_TYPE_PACKETS));
+  bcmsim::set_call_log(true);
+  ASSERT_EQ(filters->createEntry(kEg, 0, entry), 0);
+  EXPECT_TRUE(bcmsim::call_names("bcm_field_entry").empty());
+  EXPECT_EQ(bcmsim::state().stats.size(), 1u);
+  ASSERT_EQ(filters->deleteEntry(kEg, 0, 0), 0);
+  bcmsim::set_call_log(false);
+  EXPECT_TRUE(bcmsim::call_names("bcm_field_entry").empty());
+  EXPECT_TRUE(bcmsim::state().stats.empty());
+  EXPECT_TRUE(HalFiltersLL::filters_cache_.entries_info().empty());
+}
+
+TEST_F(Entries, TheSecondOfThreeFailingToInstallUndoesTheFirstTwoPositions) {
+  bcmsim::inject_fault({"bcm_field_entry_install", BCM_E_FULL, 2, std::nullopt, false});
+  EXPECT_EQ(
+      filters->createEntry(
+          kEg, 0, egressEntry(0, ports({limid_ethernet(1), limid_ethernet(2), limid_ethernet(3)}))),
+      -1);
+  EXPECT_TRUE(
+      log.contains("[HAL FILTERS] installHwEntry() Error installing filter with id 2097153: "
+                   "Table full"));
+  EXPECT_TRUE(bcmsim::state().entries.empty());
+  EXPECT_TRUE(HalFiltersLL::filters_cache_.entries_info().empty());
+}
+
+TEST_F(Entries, APriorityBeyondTheGroupFailsAfterProgrammingAndIsUndone) {
+  FiltersEntry entry(0, 256);
+  entry.setMatch(MatchIngressPorts(ports({limid_ethernet(1)})));
+  EXPECT_EQ(filters->createEntry(kIn, 0, entry), -2);
+  EXPECT_TRUE(
+      log.contains("[HAL FILTERS] installHwEntry() Hardware entry priority translation failed"));
+  EXPECT_TRUE(bcmsim::state().entries.empty());
+}
+
+TEST_F(Entries, AnEntryIdOutsideTheGroupIsRefusedAfterThePoolIsTried) {
+  EXPECT_EQ(filters->createEntry(kIn, 0, FiltersEntry(256, 0)), -2);
+  EXPECT_TRUE(log.contains("Hardware entry ID translation failed"));
+  EXPECT_EQ(HalFiltersLL::filters_cache_.entries_info().count(-1), 1u)
+      << "the pool of the invalid base stays, as initialised";
+}
+
+TEST_F(Entries, UpdateIsDeleteThenCreateUnderTheSameIds) {
+  ASSERT_EQ(filters->createEntry(kEg, 0, egressEntry(0, ports({limid_ethernet(1)}))), 0);
+  FiltersEntry changed = egressEntry(0, ports({limid_ethernet(5), limid_ethernet(6)}));
+  ASSERT_EQ(filters->updateEntry(kEg, 0, changed), 0);
+  EXPECT_EQ(installed_ids(), (std::vector<int>{kEgressBase, kEgressBase + 1}));
+  EXPECT_EQ(qualifiers_of(kEgressBase, true), std::vector<std::string>{"OutPort=5/0xff"});
+
+  log.clear();
+  EXPECT_EQ(filters->updateEntry(kEg, 0, egressEntry(9, ports({limid_ethernet(1)}))), -2);
+  EXPECT_TRUE(
+      log.contains("[HAL FILTERS] deleteEntry() Entry (EID: 9; Hw EID: 2098304) does not exist"));
+  EXPECT_EQ(installed_ids().size(), 2u) << "nothing created";
+}
+
+TEST_F(Entries, AFailedDeleteKeepsThePoolAndReportsTheLastFailure) {
+  ASSERT_EQ(
+      filters->createEntry(kEg, 0, egressEntry(0, ports({limid_ethernet(1), limid_ethernet(2)}))),
+      0);
+  bcmsim::inject_fault({"bcm_field_entry_destroy", BCM_E_BUSY, 1, kEgressBase, false});
+  EXPECT_EQ(filters->deleteEntry(kEg, 0, 0), -1);
+  EXPECT_EQ(installed_ids(), std::vector<int>{kEgressBase});
+  EXPECT_EQ(HalFiltersLL::filters_cache_.entries_info().count(kEgressBase), 1u);
+}
+
+TEST_F(Entries, DeletingEveryEntryLeavesNothingTheLibraryCreated) {
+  test_support::make_lag(*lags, 1, {2, 3});
+  ASSERT_EQ(destinations.AddDestination(5, 100010), 0);
+  ASSERT_EQ(filters->createGroup(FiltersGroup(kIn, 1, 1, 10)), 0);
+  FiltersEntry over_lag = egressEntry(0, ports({limid_lag(1)}));
+  over_lag.setMatch(MatchExternalVlanId(std::set<unsigned short>{10, 20}));
+  over_lag.addCounter(Counter(1, COUNTER_TYPE_BYTES));
+  over_lag.setPolicer(policer::Policer(9, policer::Policer::STAGE_EGRESS, policer::Mode::Flow(1, 1),
+                                       {{policer::COLOR_RED, policer::Action::TYPE_DROP}}));
+  over_lag.setPolicerParent(std::make_shared<policer::Policer>(
+      10, policer::Policer::STAGE_EGRESS, policer::Mode::Flow(2, 2), std::list<policer::Action>{}));
+  FiltersEntry switching(3, 0);
+  switching.setMatch(MatchIngressPorts(ports({limid_ethernet(1), limid_lag(1)})));
+  switching.setMatch(MatchSrcIPv4(0x0a000000u, 0xff000000u));
+  switching.setAction(ActionL3Switch(5u));
+  switching.addCounter(Counter(2, COUNTER_TYPE_PACKETS));
+  ASSERT_EQ(filters->createEntry(kEg, 0, over_lag), 0);
+  ASSERT_EQ(filters->createEntry(kIn, 1, switching), 0);
+  unsigned short vlan = 7;
+  unsigned char mac[6] = {2, 0, 0, 0, 0, 1};
+  ASSERT_EQ(filters->createChangeL2FieldsAction(kEgressBase, {kEg, 0, 0}, mac, mac, vlan), 0);
+  ASSERT_EQ(lags->AddMember(limid_lag(1), limid_ethernet(4)), 0);
+  EXPECT_EQ(installed_ids().size(), 7u);
+
+  ASSERT_EQ(filters->deleteEntry(kEg, 0, 0), 0);
+  ASSERT_EQ(filters->deleteEntry(kIn, 1, 3), 0);
+  const bcmsim::State& device = bcmsim::state();
+  EXPECT_TRUE(device.entries.empty());
+  EXPECT_TRUE(device.stats.empty());
+  EXPECT_TRUE(device.policers.empty());
+  EXPECT_TRUE(device.l3_intfs.empty());
+  EXPECT_EQ(device.l3_egresses.size(), 1u) << "only the black hole";
+  const auto& cache = HalFiltersLL::filters_cache_;
+  EXPECT_TRUE(cache.entries_info().empty() && cache.lag_entries().empty() &&
+              cache.lag_pbmp_entries().empty() && cache.ingress_pbmp().empty() &&
+              cache.l3_destination_entries().empty());
+  EXPECT_TRUE(filters->policer_entries_.empty() && filters->parent_policer_entries_.empty() &&
+              filters->entry_policer_.empty() && filters->entry_parent_policer_.empty() &&
+              filters->counter_entries_.empty() && filters->hw_counters_.empty() &&
+              filters->l3_entries_.empty());
+}
+
+}  // namespace

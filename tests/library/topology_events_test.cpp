@@ -1,0 +1,175 @@
+// Topology events raised by the orchestrators: hardware entries follow LAG membership and L3
+// destinations.
+#include <gtest/gtest.h>
+
+#include <bcmsim/fault_plan.h>
+
+#include "support/device_views.h"
+#include "support/filters_fixture.h"
+#include "support/model_builders.h"
+
+namespace {
+
+using namespace FiltersCommon;
+using HalFiltersLL::FilterEntriesCache;
+using test_support::ports;
+using test_support::qualifiers_of;
+
+constexpr auto kIn = FILTERS_GROUP_STAGE_INGRESS;
+constexpr auto kEg = FILTERS_GROUP_STAGE_EGRESS;
+constexpr int kBase = 2097152;     // entry 0 of egress group 0
+constexpr int kIngress = 1048576;  // entry 0 of ingress group 0
+
+class TopologyEvents : public test_support::FiltersTest {
+ protected:
+  void SetUp() override {
+    FiltersTest::SetUp();
+    ASSERT_EQ(filters->createGroup(FiltersGroup(kEg, 0, 0, 5)), 0);
+    ASSERT_EQ(filters->createGroup(FiltersGroup(kIn, 0, 0, 1)), 0);
+    test_support::make_lag(*lags, 1, {2, 3});
+  }
+
+  // Installed hardware entries as "id:OuterVlanId/OutPort/" (in match type order).
+  std::vector<std::string> installed() {
+    std::vector<std::string> entries;
+    for (int id : bcmsim::state().entry_ids()) {
+      const bcmsim::Entry& entry = *bcmsim::state().entry(id);
+      if (!entry.installed) continue;
+      std::string text = std::to_string(id - kBase) + ":";
+      for (const auto& q : entry.installed->qualifiers) text += std::to_string(q.data[0]) + "/";
+      entries.push_back(text);
+    }
+    return entries;
+  }
+
+  FilterEntriesCache::MemberEntries members() {
+    return HalFiltersLL::filters_cache_.lag_entries().at(limid_lag(1)).at(kBase);
+  }
+
+  const limid_t lag1 = limid_lag(1);
+};
+
+FiltersEntry overLag(unsigned int id) {
+  FiltersEntry entry(id, 0);
+  entry.setMatch(MatchEgressPorts(std::list<limid_t>{limid_lag(1)}));
+  entry.setMatch(MatchExternalVlanId(std::set<unsigned short>{10, 20}));
+  return entry;
+}
+
+TEST_F(TopologyEvents, AnEgressEntryOverALagFollowsItsMembersReusingFreedIdsLowestFirst) {
+  ASSERT_EQ(filters->createEntry(kEg, 0, overLag(0)), 0);
+  // VLAN ids (match type 2) vary slower than egress ports (22).
+  EXPECT_EQ(installed(), (std::vector<std::string>{"0:10/2/", "1:10/3/", "2:20/2/", "3:20/3/"}));
+
+  ASSERT_EQ(lags->RemoveMember(lag1, limid_ethernet(2)), 0);
+  EXPECT_EQ(installed(), (std::vector<std::string>{"1:10/3/", "3:20/3/"}));
+  EXPECT_EQ(members(),
+            (FilterEntriesCache::MemberEntries{{limid_ethernet(3), {kBase + 1, kBase + 3}}}));
+
+  ASSERT_EQ(lags->AddMember(lag1, limid_ethernet(4)), 0);
+  ASSERT_EQ(lags->AddMember(lag1, limid_ethernet(5)), 0);
+  EXPECT_EQ(installed(), (std::vector<std::string>{"0:10/4/", "1:10/3/", "2:20/4/", "3:20/3/",
+                                                   "4:10/5/", "5:20/5/"}));
+  EXPECT_EQ(members(),
+            (FilterEntriesCache::MemberEntries{{limid_ethernet(3), {kBase + 1, kBase + 3}},
+                                               {limid_ethernet(4), {kBase, kBase + 2}},
+                                               {limid_ethernet(5), {kBase + 4, kBase + 5}}}));
+  const auto& pool = HalFiltersLL::filters_cache_.entries_info().at(kBase).pool;
+  ASSERT_EQ(pool.size(), 6u);
+  EXPECT_EQ(pool[0].lag_member, limid_ethernet(4));
+
+  ASSERT_EQ(lags->DestroyLag(lag1), 0);
+  EXPECT_TRUE(installed().empty());
+  EXPECT_EQ(HalFiltersLL::filters_cache_.lag_entries().count(lag1), 0u);
+  ASSERT_EQ(filters->deleteEntry(kEg, 0, 0), 0) << "nothing left in the hardware to delete";
+}
+
+TEST_F(TopologyEvents, AnEmptyLagFillsItsPlaceholdersWhenItGainsAMember) {
+  test_support::make_lag(*lags, 2, {});
+  FiltersEntry entry(0, 0);
+  entry.setMatch(MatchEgressPorts(std::list<limid_t>{limid_ethernet(7), limid_lag(2)}));
+  ASSERT_EQ(filters->createEntry(kEg, 0, entry), 0);
+  EXPECT_EQ(installed(), std::vector<std::string>{"0:7/"});
+  ASSERT_EQ(lags->AddMember(limid_lag(2), limid_ethernet(8)), 0);
+  EXPECT_EQ(installed(), (std::vector<std::string>{"0:7/", "1:8/"}));
+}
+
+TEST_F(TopologyEvents, AnIngressBitmapFollowsMembershipThroughReinstall) {
+  FiltersEntry entry(0, 0);
+  entry.setMatch(MatchIngressPorts(ports({limid_ethernet(1), lag1})));
+  ASSERT_EQ(filters->createEntry(kIn, 0, entry), 0);
+  EXPECT_EQ(qualifiers_of(kIngress, true), std::vector<std::string>{"InPorts={1-3}/{0-32}"});
+
+  bcmsim::set_call_log(true);
+  ASSERT_EQ(lags->AddMember(lag1, limid_ethernet(4)), 0);
+  EXPECT_EQ(bcmsim::call_names("bcm_field_"),
+            (std::vector<std::string>{"bcm_field_qualify_InPorts", "bcm_field_entry_reinstall"}));
+  bcmsim::set_call_log(false);
+  EXPECT_EQ(qualifiers_of(kIngress, true), std::vector<std::string>{"InPorts={1-4}/{0-32}"});
+
+  ASSERT_EQ(lags->RemoveMember(lag1, limid_ethernet(2)), 0);
+  EXPECT_EQ(qualifiers_of(kIngress, true), std::vector<std::string>{"InPorts={1,3,4}/{0-32}"});
+}
+
+TEST_F(TopologyEvents, ADestroyedLagKeepsAPortTheEntryNamesDirectly) {
+  FiltersEntry entry(0, 0);
+  entry.setMatch(MatchIngressPorts(ports({limid_ethernet(2), lag1})));
+  ASSERT_EQ(filters->createEntry(kIn, 0, entry), 0);
+  EXPECT_EQ(qualifiers_of(kIngress, true), std::vector<std::string>{"InPorts={2,3}/{0-32}"});
+  ASSERT_EQ(lags->DestroyLag(lag1), 0);
+  EXPECT_EQ(qualifiers_of(kIngress, true), std::vector<std::string>{"InPorts={2}/{0-32}"});
+  EXPECT_TRUE(HalFiltersLL::filters_cache_.lag_pbmp_entries().empty());
+}
+
+TEST_F(TopologyEvents, ARemovedDestinationLeavesItsEntriesInstalledWithoutTheSwitch) {
+  ASSERT_EQ(destinations.AddDestination(5, 100010), 0);
+  FiltersEntry entry(0, 0);
+  entry.setMatch(MatchEgressPorts(std::list<limid_t>{limid_ethernet(1), limid_ethernet(2)}));
+  entry.setAction(Action(FILTERS_ACTION_DROP));
+  entry.setAction(ActionL3Switch(5u));
+  ASSERT_EQ(filters->createEntry(kEg, 0, entry), 0);
+  EXPECT_EQ(test_support::actions_of(kBase, true),
+            (std::vector<std::string>{"Drop(0, 0)", "L3Switch(100010, 0)"}));
+
+  ASSERT_EQ(destinations.RemoveDestination(5), 0);
+  for (int eid : {kBase, kBase + 1}) {
+    EXPECT_EQ(test_support::actions_of(eid, true), std::vector<std::string>{"Drop(0, 0)"});
+  }
+  EXPECT_TRUE(
+      log.contains("[HAL FILTERS] RemoveDestinationEvent(dest_id=5) Reinstalling Filter "
+                   "Entry (GID: 0 EID: 0 HW: 2097153)"));
+  EXPECT_TRUE(HalFiltersLL::filters_cache_.l3_destination_entries().empty());
+}
+
+TEST_F(TopologyEvents, AFailingDeletionDoesNotStopTheOthersAndTheEventFails) {
+  ASSERT_EQ(filters->createEntry(kEg, 0, overLag(0)), 0);
+  bcmsim::inject_fault({"bcm_field_entry_destroy", BCM_E_INTERNAL, 1, kBase, false});
+  EXPECT_EQ(lags->RemoveMember(lag1, limid_ethernet(2)), -1) << "the filters did not follow";
+  EXPECT_EQ(installed(), (std::vector<std::string>{"0:10/2/", "1:10/3/", "3:20/3/"}));
+}
+
+TEST_F(TopologyEvents, AnEntryThatCannotBeReinstalledLeavesTheHardware) {
+  FiltersEntry entry(0, 0);
+  entry.setMatch(MatchIngressPorts(ports({lag1})));
+  ASSERT_EQ(filters->createEntry(kIn, 0, entry), 0);
+  bcmsim::inject_fault({"bcm_field_entry_reinstall", BCM_E_FAIL, 1, std::nullopt, false});
+  log.clear();
+  EXPECT_EQ(lags->AddMember(lag1, limid_ethernet(4)), -1);
+  EXPECT_TRUE(
+      log.contains("HalFiltersLL::halFiltersErr_t ReinstallEntry(const bcm_field_entry_t&): "
+                   "error trying to reinstall filter entry. unit = 0, eid = 1048576\n"));
+  EXPECT_EQ(bcmsim::state().entry(kIngress), nullptr);
+}
+
+TEST_F(TopologyEvents, ALagNoFilterUsesChangesNothing) {
+  test_support::make_lag(*lags, 9, {});
+  log.clear();
+  bcmsim::set_call_log(true);
+  EXPECT_EQ(lags->AddMember(limid_lag(9), limid_ethernet(9)), 0);
+  EXPECT_EQ(lags->DestroyLag(limid_lag(9)), 0);
+  bcmsim::set_call_log(false);
+  EXPECT_TRUE(bcmsim::calls().empty());
+  EXPECT_TRUE(log.lines().empty());
+}
+
+}  // namespace
