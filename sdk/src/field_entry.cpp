@@ -3,6 +3,7 @@
 #include <bcm/field.h>
 
 #include "sdk_call.h"
+#include "tcam.h"
 #include "text.h"
 
 namespace bcmsim::detail {
@@ -31,6 +32,16 @@ int lowest_free_entry_id(const State& state) {
   int id = 1;
   while (state.entries.count(id)) ++id;
   return id;
+}
+
+// Copies the staged view to the installed one, placing the entry in its group's TCAM first if it
+// is not there.
+void install(Device& dev, Entry& entry) {
+  if (!entry.installed) {
+    dev.state.tcam_moves += tcam_insert(dev.state.groups.at(entry.group), entry.id, entry.priority);
+  }
+  entry.installed = entry.staged;
+  entry.ever_installed = true;
 }
 
 // Releases what hangs on an entry: its statistics object and its policers.
@@ -80,6 +91,7 @@ int bcm_field_entry_destroy(int unit, bcm_field_entry_t entry) {
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) -> int {
           detach_all(dev.state, e);
+          tcam_remove(dev.state.groups[e.group], entry);
           dev.state.groups[e.group].entries.erase(entry);
           dev.state.entries.erase(entry);
           return BCM_E_NONE;
@@ -91,9 +103,8 @@ int bcm_field_entry_install(int unit, bcm_field_entry_t entry) {
   return sdk_call(
       __func__, unit, entry, [&] { return args(unit, entry); },
       [&](Device& dev) -> int {
-        return with_entry(dev, entry, [](Entry& e) -> int {
-          e.installed = e.staged;
-          e.ever_installed = true;
+        return with_entry(dev, entry, [&](Entry& e) -> int {
+          install(dev, e);
           return BCM_E_NONE;
         });
       });
@@ -103,9 +114,9 @@ int bcm_field_entry_reinstall(int unit, bcm_field_entry_t entry) {
   return sdk_call(
       __func__, unit, entry, [&] { return args(unit, entry); },
       [&](Device& dev) -> int {
-        return with_entry(dev, entry, [](Entry& e) -> int {
+        return with_entry(dev, entry, [&](Entry& e) -> int {
           if (!e.ever_installed) return BCM_E_PARAM;
-          e.installed = e.staged;
+          install(dev, e);
           return BCM_E_NONE;
         });
       });
@@ -115,7 +126,8 @@ int bcm_field_entry_remove(int unit, bcm_field_entry_t entry) {
   return sdk_call(
       __func__, unit, entry, [&] { return args(unit, entry); },
       [&](Device& dev) -> int {
-        return with_entry(dev, entry, [](Entry& e) -> int {
+        return with_entry(dev, entry, [&](Entry& e) -> int {
+          tcam_remove(dev.state.groups.at(e.group), entry);
           e.installed.reset();
           return BCM_E_NONE;
         });
@@ -128,6 +140,12 @@ int bcm_field_entry_prio_set(int unit, bcm_field_entry_t entry, int prio) {
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) -> int {
           if (prio < BCM_FIELD_ENTRY_PRIO_LOWEST) return BCM_E_PARAM;
+          if (e.installed && e.priority != prio) {
+            // An installed entry moves to the place of its new priority.
+            Group& group = dev.state.groups.at(e.group);
+            tcam_remove(group, entry);
+            dev.state.tcam_moves += tcam_insert(group, entry, prio);
+          }
           e.priority = prio;
           return BCM_E_NONE;
         });

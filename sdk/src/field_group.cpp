@@ -64,6 +64,7 @@ int create_group(Device& dev, bcm_field_group_config_t* config) {
   group.flags = config->flags;
   group.qset = config->qset;
   group.aset = config->aset;
+  group.slots.resize(dev.config.entries_per_group[static_cast<int>(group.stage)]);
   config->group = group.id;
   dev.state.groups.emplace(group.id, std::move(group));
   return BCM_E_NONE;

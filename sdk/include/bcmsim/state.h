@@ -74,6 +74,14 @@ struct Group {
   bcm_field_qset_t qset{};
   bcm_field_aset_t aset{};
   std::set<int> entries;
+  // TCAM slots, highest priority first: each holds an installed entry or is free.
+  struct Slot {
+    static constexpr int kFree = -1;
+    int entry = kFree;
+    int priority = 0;
+    bool free() const { return entry == kFree; }
+  };
+  std::vector<Slot> slots;
 
   bool has_qualifier(int qualifier) const;
   bool allows_action(int action) const;  // an empty action set allows every action
@@ -111,6 +119,8 @@ struct State {
   std::map<bcm_if_t, L3Egress> l3_egresses;
   std::map<std::pair<int, int>, int> port_controls;  // (port, control) -> value
   std::map<int, int> switch_controls;
+  // Installed entries shifted from one TCAM slot to another to make room for an install.
+  uint64_t tcam_moves = 0;
 
   const Entry* entry(int id) const;
   const Group* group(int id) const;

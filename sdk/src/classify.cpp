@@ -1,0 +1,245 @@
+// Classification of a test packet against the installed entries, stage by stage.
+#include <bcmsim/classify.h>
+
+#include <algorithm>
+
+#include <bcm/field.h>
+#include <bcm/l3.h>
+
+#include "device_impl.h"
+#include "packet_match.h"
+
+namespace bcmsim {
+namespace detail {
+namespace {
+
+Mac mac_of(const Words& w) {
+  return Mac{static_cast<uint8_t>(w[0] >> 8),  static_cast<uint8_t>(w[0]),
+             static_cast<uint8_t>(w[1] >> 24), static_cast<uint8_t>(w[1] >> 16),
+             static_cast<uint8_t>(w[1] >> 8),  static_cast<uint8_t>(w[1])};
+}
+
+Mac mac_of(const uint8* mac) {
+  return Mac{mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]};
+}
+
+bool installed_match(const Packet& packet, const EntryView& view) {
+  return std::all_of(view.qualifiers.begin(), view.qualifiers.end(),
+                     [&](const QualifierValue& q) { return qualifier_matches(packet, q); });
+}
+
+// The installed entry of highest priority in the group that the packet matches.
+const Entry* first_match(const State& state, const Group& group, const Packet& packet) {
+  for (const Group::Slot& slot : group.slots) {
+    if (slot.free()) continue;
+    const Entry& entry = *state.entry(slot.entry);
+    if (installed_match(packet, *entry.installed)) return &entry;
+  }
+  return nullptr;
+}
+
+// The colour a per-colour action applies to; nullopt for an action that applies to every packet.
+std::optional<Color> colour_of(int action) {
+  switch (action) {
+    case bcmFieldActionRpDrop:
+    case bcmFieldActionRpDscpNew:
+    case bcmFieldActionRpOuterVlanPrioNew:
+    case bcmFieldActionRpPrioPktNew:
+    case bcmFieldActionRpPrioIntNew:
+      return Color::Red;
+    case bcmFieldActionYpDrop:
+    case bcmFieldActionYpDscpNew:
+    case bcmFieldActionYpOuterVlanPrioNew:
+    case bcmFieldActionYpPrioPktNew:
+    case bcmFieldActionYpPrioIntNew:
+      return Color::Yellow;
+    case bcmFieldActionGpDrop:
+    case bcmFieldActionGpDscpNew:
+    case bcmFieldActionGpOuterVlanPrioNew:
+    case bcmFieldActionGpPrioPktNew:
+    case bcmFieldActionGpPrioIntNew:
+      return Color::Green;
+    default:
+      return std::nullopt;
+  }
+}
+
+bool metered(const Entry& entry) {
+  return std::any_of(entry.policers.begin(), entry.policers.end(),
+                     [](const std::optional<int>& policer) { return policer.has_value(); });
+}
+
+void switch_to_egress(const State& state, int egress_id, Verdict& verdict) {
+  verdict.l3_egress = egress_id;
+  auto egress = state.l3_egresses.find(egress_id);
+  if (egress != state.l3_egresses.end() && (egress->second.egress.flags & BCM_L3_DST_DISCARD)) {
+    verdict.drop = true;
+  }
+}
+
+void change_l2_fields(const State& state, int egress_id, Verdict& verdict) {
+  auto egress = state.l3_egresses.find(egress_id);
+  if (egress == state.l3_egresses.end()) return;
+  verdict.dst_mac = mac_of(egress->second.egress.mac_addr);
+  auto intf = state.l3_intfs.find(egress->second.egress.intf);
+  if (intf == state.l3_intfs.end()) return;
+  verdict.src_mac = mac_of(intf->second.l3a_mac_addr);
+  verdict.vlan = intf->second.l3a_vid;
+}
+
+void apply(const State& state, const Entry& entry, const ActionValue& action, const Packet& packet,
+           Verdict& verdict) {
+  if (auto colour = colour_of(action.action)) {
+    if (!metered(entry) || *colour != packet.color) return;
+  }
+  const int p0 = static_cast<int>(action.param0);
+  switch (action.action) {
+    case bcmFieldActionCosQNew:
+      verdict.cos_queue = p0;
+      break;
+    case bcmFieldActionCosQCpuNew:
+      verdict.cpu_cos_queue = p0;
+      break;
+    case bcmFieldActionPrioPktAndIntNew:
+      verdict.pcp = p0;
+      verdict.internal_priority = p0;
+      break;
+    case bcmFieldActionPrioPktNew:
+    case bcmFieldActionRpPrioPktNew:
+    case bcmFieldActionYpPrioPktNew:
+    case bcmFieldActionGpPrioPktNew:
+    case bcmFieldActionRpOuterVlanPrioNew:
+    case bcmFieldActionYpOuterVlanPrioNew:
+    case bcmFieldActionGpOuterVlanPrioNew:
+      verdict.pcp = p0;
+      break;
+    case bcmFieldActionRpPrioIntNew:
+    case bcmFieldActionYpPrioIntNew:
+    case bcmFieldActionGpPrioIntNew:
+      verdict.internal_priority = p0;
+      break;
+    case bcmFieldActionDscpNew:
+    case bcmFieldActionRpDscpNew:
+    case bcmFieldActionYpDscpNew:
+    case bcmFieldActionGpDscpNew:
+      verdict.dscp = p0;
+      break;
+    case bcmFieldActionCopyToCpu:
+      verdict.copy_to_cpu = true;
+      break;
+    case bcmFieldActionCopyToCpuCancel:
+    case bcmFieldActionSwitchToCpuCancel:
+      verdict.copy_to_cpu = false;
+      break;
+    case bcmFieldActionRedirect:
+      verdict.redirect_ports.push_back(static_cast<int>(action.param1));
+      break;
+    case bcmFieldActionRedirectCancel:
+      verdict.redirect_ports.clear();
+      break;
+    case bcmFieldActionEgressMask:
+      for (size_t w = 0; w < action.words.size(); ++w) verdict.blocked_ports[w] |= action.words[w];
+      break;
+    case bcmFieldActionDrop:
+    case bcmFieldActionRpDrop:
+    case bcmFieldActionYpDrop:
+    case bcmFieldActionGpDrop:
+      verdict.drop = true;
+      break;
+    case bcmFieldActionDropCancel:
+      verdict.drop = false;
+      break;
+    case bcmFieldActionL3Switch:
+      switch_to_egress(state, p0, verdict);
+      break;
+    case bcmFieldActionInnerVlanPrioNew:
+      verdict.inner_pcp = p0;
+      break;
+    case bcmFieldActionIncomingMplsPortSet:
+      verdict.mpls_port = p0;
+      break;
+    case bcmFieldActionSrcMacNew:
+      verdict.src_mac = mac_of(action.words);
+      break;
+    case bcmFieldActionDstMacNew:
+      verdict.dst_mac = mac_of(action.words);
+      break;
+    case bcmFieldActionOuterVlanPrioCopyInner:
+      verdict.pcp = packet.inner_pcp;
+      break;
+    case bcmFieldActionChangeL2Fields:
+      change_l2_fields(state, p0, verdict);
+      break;
+    default:
+      break;
+  }
+}
+
+bool counts(bcm_field_stat_t type, Color color) {
+  switch (type) {
+    case bcmFieldStatGreenBytes:
+    case bcmFieldStatGreenPackets:
+      return color == Color::Green;
+    case bcmFieldStatYellowBytes:
+    case bcmFieldStatYellowPackets:
+      return color == Color::Yellow;
+    case bcmFieldStatRedBytes:
+    case bcmFieldStatRedPackets:
+      return color == Color::Red;
+    case bcmFieldStatNotGreenBytes:
+    case bcmFieldStatNotGreenPackets:
+      return color != Color::Green;
+    case bcmFieldStatNotYellowBytes:
+    case bcmFieldStatNotYellowPackets:
+      return color != Color::Yellow;
+    case bcmFieldStatNotRedBytes:
+    case bcmFieldStatNotRedPackets:
+      return color != Color::Red;
+    default:
+      return true;
+  }
+}
+
+void count(State& state, const Entry& entry, const Packet& packet) {
+  if (!entry.stat) return;
+  Stat& stat = state.stats.at(*entry.stat);
+  for (size_t i = 0; i < stat.types.size(); ++i) {
+    if (!counts(stat.types[i], packet.color)) continue;
+    // Even stat types count bytes, odd ones packets.
+    stat.values[i] += stat.types[i] % 2 == 0 ? packet.length : 1;
+  }
+}
+
+// Classifies one stage: the hit of each group, and their actions applied from the group of
+// lowest priority to the highest, so that the higher wins a conflict.
+void classify_stage(State& state, Stage stage, const Packet& packet, Classification& result) {
+  std::vector<std::pair<const Group*, const Entry*>> hits;
+  for (const auto& [id, group] : state.groups) {
+    if (group.stage != stage) continue;
+    if (const Entry* entry = first_match(state, group, packet)) hits.push_back({&group, entry});
+  }
+  std::stable_sort(hits.begin(), hits.end(), [](const auto& a, const auto& b) {
+    return a.first->priority > b.first->priority;
+  });
+  for (const auto& [group, entry] : hits) result.hits.push_back({stage, group->id, entry->id});
+  for (auto hit = hits.rbegin(); hit != hits.rend(); ++hit) {
+    for (const ActionValue& action : hit->second->installed->actions) {
+      apply(state, *hit->second, action, packet, result.verdict);
+    }
+    count(state, *hit->second, packet);
+  }
+}
+
+}  // namespace
+}  // namespace detail
+
+Classification classify(const Packet& packet) {
+  State& state = detail::device().state;
+  Classification result;
+  detail::classify_stage(state, Stage::PreIngress, packet, result);
+  detail::classify_stage(state, Stage::Ingress, packet, result);
+  if (!result.verdict.drop) detail::classify_stage(state, Stage::Egress, packet, result);
+  return result;
+}
+
+}  // namespace bcmsim

@@ -1,0 +1,187 @@
+#include "packet_match.h"
+
+#include <bcm/field.h>
+
+#include "words.h"
+
+namespace bcmsim::detail {
+namespace {
+
+bool masked_equal(const Words& field, const QualifierValue& q) {
+  for (size_t w = 0; w < field.size(); ++w) {
+    if ((field[w] & q.mask[w]) != (q.data[w] & q.mask[w])) return false;
+  }
+  return true;
+}
+
+bool bit(const Words& bitmap, int port) {
+  return port >= 0 && port < 256 && ((bitmap[port / 32] >> (port % 32)) & 1);
+}
+
+bool ip_type_matches(const Packet& p, uint32_t type) {
+  switch (type) {
+    case bcmFieldIpTypeAny:
+      return true;
+    case bcmFieldIpTypeNonIp:
+      return !p.is_ipv4() && !p.is_ipv6();
+    case bcmFieldIpTypeIpv4Any:
+      return p.is_ipv4();
+    case bcmFieldIpTypeIpv6:
+      return p.is_ipv6();
+    case bcmFieldIpTypeIp:
+      return p.is_ipv4() || p.is_ipv6();
+    case bcmFieldIpTypeArp:
+      return p.ether_type == 0x0806;
+    default:
+      return false;
+  }
+}
+
+bool ip_protocol_common_matches(const Packet& p, uint32_t protocol) {
+  if (!p.is_ipv4() && !p.is_ipv6()) return false;
+  switch (protocol) {
+    case bcmFieldIpProtocolCommonTcp:
+      return p.ip_protocol == 6;
+    case bcmFieldIpProtocolCommonUdp:
+      return p.ip_protocol == 17;
+    case bcmFieldIpProtocolCommonIgmp:
+      return p.ip_protocol == 2;
+    case bcmFieldIpProtocolCommonIcmp:
+      return p.ip_protocol == 1;
+    case bcmFieldIpProtocolCommonIp6Icmp:
+      return p.ip_protocol == 58;
+    case bcmFieldIpProtocolCommonIp6HopByHop:
+      return p.ip_protocol == 0 && p.is_ipv6();
+    case bcmFieldIpProtocolCommonIpInIp:
+      return p.ip_protocol == 4;
+    case bcmFieldIpProtocolCommonTcpUdp:
+      return p.ip_protocol == 6 || p.ip_protocol == 17;
+    default:
+      return false;
+  }
+}
+
+// The packet's value of a qualifier; false when the device has no such field.
+bool packet_field(const Packet& p, int qualifier, Words* field) {
+  const bool ip = p.is_ipv4() || p.is_ipv6();
+  switch (qualifier) {
+    case bcmFieldQualifyDstIp6:
+      *field = p.is_ipv6() ? ip6_words(p.dst_ip6.data()) : Words{};
+      return true;
+    case bcmFieldQualifySrcMac:
+      *field = mac_words(p.src_mac.data());
+      return true;
+    case bcmFieldQualifyDstMac:
+      *field = mac_words(p.dst_mac.data());
+      return true;
+    case bcmFieldQualifySrcIp:
+      *field = scalar_words(p.is_ipv4() ? p.src_ip : 0);
+      return true;
+    case bcmFieldQualifyDstIp:
+      *field = scalar_words(p.is_ipv4() ? p.dst_ip : 0);
+      return true;
+    case bcmFieldQualifyInPort:
+      *field = scalar_words(static_cast<uint32_t>(p.in_port));
+      return true;
+    case bcmFieldQualifyDrop:
+      *field = scalar_words(p.drop);
+      return true;
+    case bcmFieldQualifyOuterVlanId:
+      *field = scalar_words(p.outer_vlan.value_or(0));
+      return true;
+    case bcmFieldQualifyOuterVlanPri:
+      *field = scalar_words(p.outer_vlan ? p.outer_pcp : 0);
+      return true;
+    case bcmFieldQualifyInnerVlanId:
+      *field = scalar_words(p.inner_vlan.value_or(0));
+      return true;
+    case bcmFieldQualifyInnerVlanPri:
+      *field = scalar_words(p.inner_vlan ? p.inner_pcp : 0);
+      return true;
+    case bcmFieldQualifyL4SrcPort:
+      *field = scalar_words(p.l4_src_port);
+      return true;
+    case bcmFieldQualifyL4DstPort:
+      *field = scalar_words(p.l4_dst_port);
+      return true;
+    case bcmFieldQualifyEtherType:
+      *field = scalar_words(p.ether_type);
+      return true;
+    case bcmFieldQualifyIpProtocol:
+      *field = scalar_words(ip ? p.ip_protocol : 0);
+      return true;
+    case bcmFieldQualifyDSCP:
+      *field = scalar_words(ip ? p.dscp : 0);
+      return true;
+    case bcmFieldQualifyTtl:
+      *field = scalar_words(ip ? p.ttl : 0);
+      return true;
+    case bcmFieldQualifySrcPort:
+      *field = pair_words(static_cast<uint32_t>(p.src_module), static_cast<uint32_t>(p.in_port));
+      return true;
+    case bcmFieldQualifyDstPort:
+      *field = pair_words(0, static_cast<uint32_t>(p.out_port));
+      return true;
+    case bcmFieldQualifyPacketRes:
+      *field = scalar_words(p.packet_res);
+      return true;
+    case bcmFieldQualifyForwardingType:
+      *field = scalar_words(p.forwarding_type);
+      return true;
+    case bcmFieldQualifyInterfaceClassL2:
+      *field = scalar_words(p.interface_class);
+      return true;
+    case bcmFieldQualifyL3Routable:
+      *field = scalar_words(p.l3_routable);
+      return true;
+    case bcmFieldQualifyVrf:
+      *field = scalar_words(p.vrf);
+      return true;
+    case bcmFieldQualifyOutPort:
+      *field = scalar_words(static_cast<uint32_t>(p.out_port));
+      return true;
+    case bcmFieldQualifyVlanFormat:
+      *field = scalar_words((p.outer_vlan ? BCM_FIELD_VLAN_FORMAT_OUTER_TAGGED : 0) |
+                            (p.inner_vlan ? BCM_FIELD_VLAN_FORMAT_INNER_TAGGED : 0));
+      return true;
+    case bcmFieldQualifyMplsTerminated:
+      *field = scalar_words(p.mpls_terminated);
+      return true;
+    case bcmFieldQualifyIngressStpState:
+      *field = scalar_words(p.stp_state);
+      return true;
+    case bcmFieldQualifyL2SrcStatic:
+      *field = scalar_words(p.l2_src_static);
+      return true;
+    case bcmFieldQualifyIntPriority:
+      *field = scalar_words(p.int_priority.value_or(p.outer_vlan ? p.outer_pcp : 0));
+      return true;
+    case bcmFieldQualifyMyStationHit:
+      *field = scalar_words(p.my_station_hit);
+      return true;
+    case bcmFieldQualifySrcGport:
+      *field = scalar_words(static_cast<uint32_t>(p.src_gport));
+      return true;
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+bool qualifier_matches(const Packet& packet, const QualifierValue& q) {
+  switch (q.qualifier) {
+    case bcmFieldQualifyInPorts:
+      return !bit(q.mask, packet.in_port) || bit(q.data, packet.in_port);
+    case bcmFieldQualifyIpType:
+      return ip_type_matches(packet, q.data[0]);
+    case bcmFieldQualifyIpProtocolCommon:
+      return ip_protocol_common_matches(packet, q.data[0]);
+    default:
+      break;
+  }
+  Words field;
+  return packet_field(packet, q.qualifier, &field) && masked_equal(field, q);
+}
+
+}  // namespace bcmsim::detail

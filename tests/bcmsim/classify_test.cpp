@@ -1,0 +1,183 @@
+// Classification: which installed entry a packet hits, what wins, and what is counted.
+#include <gtest/gtest.h>
+
+#include <bcm/error.h>
+#include <bcm/field.h>
+#include <bcm/l3.h>
+#include <bcm/policer.h>
+#include <bcm/switch.h>
+
+#include <bcmsim/classify.h>
+#include <bcmsim/device.h>
+
+#include "support/sdk_builders.h"
+
+namespace {
+
+using bcmsim::Packet;
+using test_support::create_group;
+
+class Classify : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    bcmsim::reset();
+    ASSERT_EQ(
+        create_group(16, bcmFieldQualifyStageIngress,
+                     {bcmFieldQualifyInPorts, bcmFieldQualifyDstIp, bcmFieldQualifyIpType}, {}, 5),
+        0);
+    ASSERT_EQ(create_group(17, bcmFieldQualifyStageIngress, {bcmFieldQualifyEtherType}, {}, 9), 0);
+    ASSERT_EQ(create_group(32, bcmFieldQualifyStageEgress, {bcmFieldQualifyOutPort}), 0);
+  }
+
+  // Creates and installs an entry with a destination prefix and one action.
+  void dst_ip_entry(int eid, uint32_t ip, uint32_t mask, int priority, bcm_field_action_t action,
+                    uint32_t param = 0, bool install = true) {
+    ASSERT_EQ(bcm_field_entry_create_id(0, 16, eid), 0);
+    ASSERT_EQ(bcm_field_qualify_DstIp(0, eid, ip, mask), 0);
+    ASSERT_EQ(bcm_field_action_add(0, eid, action, param, 0), 0);
+    ASSERT_EQ(bcm_field_entry_prio_set(0, eid, priority), 0);
+    if (install) {
+      ASSERT_EQ(bcm_field_entry_install(0, eid), 0);
+    }
+  }
+
+  static Packet to(uint32_t dst_ip) {
+    Packet packet;
+    packet.dst_ip = dst_ip;
+    return packet;
+  }
+
+  static std::vector<int> hit_entries(const bcmsim::Classification& result) {
+    std::vector<int> entries;
+    for (const auto& hit : result.hits) entries.push_back(hit.entry);
+    return entries;
+  }
+};
+
+TEST_F(Classify, TheMatchingEntryOfHighestPriorityHitsUnderItsMask) {
+  dst_ip_entry(1, 0x0a000000, 0xff000000, 10, bcmFieldActionDscpNew, 10);
+  dst_ip_entry(2, 0x0a010000, 0xffff0000, 20, bcmFieldActionDscpNew, 20);
+  dst_ip_entry(3, 0x0a010203, 0xffffffff, 5, bcmFieldActionDscpNew, 30);
+  EXPECT_EQ(hit_entries(bcmsim::classify(to(0x0a010203))), std::vector<int>{2});
+  EXPECT_EQ(hit_entries(bcmsim::classify(to(0x0a020000))), std::vector<int>{1});
+  EXPECT_TRUE(hit_entries(bcmsim::classify(to(0x0b000000))).empty());
+  EXPECT_EQ(bcmsim::classify(to(0x0a010203)).verdict.text(), "forwarded, dscp 20");
+}
+
+TEST_F(Classify, StagedButNotInstalledEntriesNeverHit) {
+  dst_ip_entry(1, 0, 0, 10, bcmFieldActionDrop, 0, false);
+  EXPECT_TRUE(bcmsim::classify(to(1)).hits.empty());
+  ASSERT_EQ(bcm_field_entry_install(0, 1), 0);
+  ASSERT_EQ(bcm_field_action_delete(0, 1, bcmFieldActionDrop, 0, 0), 0);
+  EXPECT_EQ(bcmsim::classify(to(1)).verdict.outcome(), "dropped") << "until reinstalled";
+  ASSERT_EQ(bcm_field_entry_reinstall(0, 1), 0);
+  EXPECT_EQ(bcmsim::classify(to(1)).verdict.outcome(), "forwarded");
+  ASSERT_EQ(bcm_field_entry_remove(0, 1), 0);
+  EXPECT_TRUE(bcmsim::classify(to(1)).hits.empty());
+}
+
+TEST_F(Classify, TheGroupOfHigherPriorityWinsAConflict) {
+  dst_ip_entry(1, 0, 0, 1, bcmFieldActionDrop);  // group 16, priority 5
+  ASSERT_EQ(bcm_field_entry_create_id(0, 17, 2), 0);
+  ASSERT_EQ(bcm_field_qualify_EtherType(0, 2, 0x0800, 0xffff), 0);
+  ASSERT_EQ(bcm_field_action_add(0, 2, bcmFieldActionDropCancel, 0, 0), 0);
+  ASSERT_EQ(bcm_field_action_add(0, 2, bcmFieldActionPrioPktNew, 3, 0), 0);
+  ASSERT_EQ(bcm_field_entry_install(0, 2), 0);
+  const auto result = bcmsim::classify(to(1));
+  EXPECT_EQ(hit_entries(result), (std::vector<int>{2, 1})) << "highest group priority first";
+  EXPECT_EQ(result.verdict.text(), "forwarded, pcp 3");
+}
+
+TEST_F(Classify, PortBitmapsIpTypesAndTheEgressStage) {
+  ASSERT_EQ(bcm_field_entry_create_id(0, 16, 1), 0);
+  ASSERT_EQ(bcm_field_qualify_InPorts(0, 1, test_support::pbmp_of({2, 3}),
+                                      test_support::pbmp_of({1, 2, 3, 4})),
+            0);
+  ASSERT_EQ(bcm_field_qualify_IpType(0, 1, bcmFieldIpTypeIpv6), 0);
+  ASSERT_EQ(bcm_field_action_add(0, 1, bcmFieldActionCopyToCpu, 0, 0), 0);
+  ASSERT_EQ(bcm_field_entry_install(0, 1), 0);
+  ASSERT_EQ(bcm_field_entry_create_id(0, 32, 2), 0);
+  ASSERT_EQ(bcm_field_qualify_OutPort(0, 2, 9, 0xff), 0);
+  ASSERT_EQ(bcm_field_action_add(0, 2, bcmFieldActionDrop, 0, 0), 0);
+  ASSERT_EQ(bcm_field_entry_install(0, 2), 0);
+
+  Packet packet;
+  packet.ether_type = 0x86DD;
+  packet.out_port = 9;
+  for (int port : {1, 2, 3, 4, 5}) {
+    packet.in_port = port;
+    const bool copied = bcmsim::classify(packet).verdict.copy_to_cpu;
+    EXPECT_EQ(copied, port == 2 || port == 3 || port == 5)
+        << "port " << port << " (5 is not compared)";
+  }
+  packet.ether_type = 0x0800;
+  packet.in_port = 2;
+  EXPECT_EQ(bcmsim::classify(packet).verdict.text(), "dropped");
+  EXPECT_EQ(bcmsim::classify(packet).hits.back().stage, bcmsim::Stage::Egress);
+}
+
+TEST_F(Classify, HitsAreCountedByTypeAndColour) {
+  dst_ip_entry(1, 0, 0, 1, bcmFieldActionRpDrop);
+  bcm_field_stat_t types[] = {bcmFieldStatPackets, bcmFieldStatBytes, bcmFieldStatRedPackets,
+                              bcmFieldStatNotRedBytes};
+  int stat = 0;
+  ASSERT_EQ(bcm_field_stat_create(0, 16, 4, types, &stat), 0);
+  ASSERT_EQ(bcm_field_entry_stat_attach(0, 1, stat), 0);
+  Packet green = to(1);
+  green.length = 100;
+  Packet red = green;
+  red.color = bcmsim::Color::Red;
+  EXPECT_EQ(bcmsim::classify(red).verdict.outcome(), "forwarded")
+      << "a per-colour action needs a meter on the entry";
+  bcm_policer_config_t policer;
+  bcm_policer_config_t_init(&policer);
+  bcm_policer_t id = 0;
+  ASSERT_EQ(bcm_policer_create(0, &policer, &id), 0);
+  ASSERT_EQ(bcm_field_entry_policer_attach(0, 1, 0, id), 0);
+  EXPECT_EQ(bcmsim::classify(red).verdict.outcome(), "dropped");
+  EXPECT_EQ(bcmsim::classify(green).verdict.outcome(), "forwarded");
+  const bcmsim::Stat& counted = *bcmsim::state().stat(stat);
+  EXPECT_EQ(counted.values, (std::vector<uint64_t>{3, 300, 2, 100}));
+}
+
+TEST_F(Classify, TheBlackHoleEgressObjectDrops) {
+  ASSERT_EQ(bcm_switch_control_set(0, bcmSwitchL3EgressMode, 1), 0);
+  bcm_l3_egress_t egress;
+  bcm_l3_egress_t_init(&egress);
+  egress.flags = BCM_L3_DST_DISCARD;
+  bcm_if_t black_hole;
+  ASSERT_EQ(bcm_l3_egress_create(0, 0, &egress, &black_hole), 0);
+  dst_ip_entry(1, 0, 0, 1, bcmFieldActionL3Switch, static_cast<uint32_t>(black_hole));
+  EXPECT_EQ(bcmsim::classify(to(1)).verdict.text(), "dropped, l3 egress 100002");
+}
+
+TEST(Tcam, AnInstallBetweenOccupiedSlotsShiftsToTheNearestFreeSlot) {
+  bcmsim::Config config;
+  config.entries_per_group = {4, 4, 4};
+  bcmsim::reset(config);
+  ASSERT_EQ(create_group(16, bcmFieldQualifyStageIngress, {}), 0);
+  auto install = [](int eid, int priority) {
+    ASSERT_EQ(bcm_field_entry_create_id(0, 16, eid), 0);
+    ASSERT_EQ(bcm_field_entry_prio_set(0, eid, priority), 0);
+    ASSERT_EQ(bcm_field_entry_install(0, eid), 0);
+  };
+  auto slots = [] {
+    std::vector<int> entries;
+    for (const auto& slot : bcmsim::state().group(16)->slots) entries.push_back(slot.entry);
+    return entries;
+  };
+  install(1, 30);
+  install(2, 10);
+  install(3, 20);
+  EXPECT_EQ(slots(), (std::vector<int>{1, 3, 2, -1})) << "one entry moved down";
+  EXPECT_EQ(bcmsim::state().tcam_moves, 1u);
+  install(4, 40);
+  EXPECT_EQ(slots(), (std::vector<int>{4, 1, 3, 2}));
+  EXPECT_EQ(bcmsim::state().tcam_moves, 4u);
+  ASSERT_EQ(bcm_field_entry_destroy(0, 1), 0);
+  ASSERT_EQ(bcm_field_entry_prio_set(0, 2, 35), 0);
+  EXPECT_EQ(slots(), (std::vector<int>{4, 2, 3, -1})) << "a new priority takes a free place";
+  EXPECT_EQ(bcmsim::state().tcam_moves, 4u);
+}
+
+}  // namespace
