@@ -24,7 +24,7 @@ build: deps
 	cmake --build --preset default
 
 demo: build
-	./build/default/tools/bcmsim_demo/bcmsim_demo
+	./build/default/tools/filtersim/filtersim
 
 test: build
 	ctest --preset default

@@ -1,0 +1,103 @@
+// The scenario loader refuses an invalid scenario with file, line, column and what is wrong.
+#include <gtest/gtest.h>
+
+#include "scenario_loader.h"
+
+namespace {
+
+struct Invalid {
+  const char* name;
+  const char* scenario;
+  const char* error;
+};
+
+void PrintTo(const Invalid& invalid, std::ostream* out) {
+  *out << invalid.name;
+}
+
+class InvalidScenarios : public ::testing::TestWithParam<Invalid> {};
+
+TEST_P(InvalidScenarios, AreRefusedWithTheirPlace) {
+  try {
+    filtersim::loadScenarioText(GetParam().scenario, "s.yaml");
+    ADD_FAILURE() << "loaded";
+  } catch (const filtersim::LoadError& error) {
+    EXPECT_EQ(std::string(error.what()), GetParam().error);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, InvalidScenarios,
+    ::testing::Values(
+        Invalid{"Empty", "", "s.yaml:1:1: the scenario is empty"},
+        Invalid{"YamlSyntax", "steps: [\n  - packet: {\n", "s.yaml:2:3: illegal block entry"},
+        Invalid{"UnknownTopKey", "swich: {}\nsteps: []\n",
+                "s.yaml:1:1: unknown key 'swich' in the scenario (known: switch, steps)"},
+        Invalid{"UnknownStep", "steps:\n  - create_grop: {}\n",
+                "s.yaml:2:5: unknown step 'create_grop'"},
+        Invalid{"TwoKindsInAStep", "steps:\n  - clear_cache: {}\n    read_counter: {id: 1}\n",
+                "s.yaml:3:5: a step has one kind, not 'clear_cache' and 'read_counter'"},
+        Invalid{"MissingKey", "steps:\n  - delete_entry: {stage: ingress, group: 0}\n",
+                "s.yaml:2:19: missing 'id'"},
+        Invalid{"WrongType", "steps:\n  - read_counter: {id: seven}\n",
+                "s.yaml:2:24: counter id must be a number, not 'seven'"},
+        Invalid{"OutOfRange",
+                "steps:\n  - create_entry: {stage: ingress, group: 0, id: 1, match: {outer_vlan: "
+                "4096}}\n",
+                "s.yaml:2:73: VLAN id 4096 is out of range (0 to 4095)"},
+        Invalid{"UnknownInterface",
+                "switch: {ports: 8}\nsteps:\n  - lag_member_add: {lag: lag1, member: eth2}\n",
+                "s.yaml:3:27: unknown interface 'lag1' as a LAG"},
+        Invalid{"PortBeyondTheSwitch", "switch: {ports: 8}\nsteps:\n  - packet: {in_port: eth9}\n",
+                "s.yaml:3:23: unknown interface 'eth9' as in_port"},
+        Invalid{"MalformedMac",
+                "steps:\n  - create_entry: {stage: 1, group: 0, id: 1, match: {src_mac: "
+                "'00:11:22:33:44'}}\n",
+                "s.yaml:2:64: malformed MAC address '00:11:22:33:44'"},
+        Invalid{"MalformedIpv4", "steps:\n  - packet: {dst_ip: 10.0.0.300}\n",
+                "s.yaml:2:22: malformed IPv4 address '10.0.0.300'"},
+        Invalid{"MalformedPrefix",
+                "steps:\n  - create_entry: {stage: 2, group: 0, id: 1, match: {dst_ipv4: "
+                "10.0.0.0/33}}\n",
+                "s.yaml:2:65: malformed IPv4 address '10.0.0.0/33'"},
+        Invalid{"MalformedIpv6", "steps:\n  - packet: {dst_ipv6: '2001:db8::g'}\n",
+                "s.yaml:2:24: malformed IPv6 address '2001:db8::g'"},
+        Invalid{"UnknownMatch",
+                "steps:\n  - create_entry: {stage: 2, group: 0, id: 1, match: {dst_ip: 1}}\n",
+                "s.yaml:2:55: unknown match 'dst_ip'"},
+        Invalid{"UnknownAction",
+                "steps:\n  - create_entry: {stage: 2, group: 0, id: 1, actions: [dorp]}\n",
+                "s.yaml:2:57: unknown action 'dorp'"},
+        Invalid{"UnknownVerdict", "steps:\n  - packet: {}\n    expect: {verdict: lost}\n",
+                "s.yaml:3:23: verdict must be one of: dropped, redirected, l3-switched, forwarded"},
+        Invalid{"ValueOnAnotherStep",
+                "steps:\n  - clear_counter: {id: 1}\n    expect: {value: 3}\n",
+                "s.yaml:3:21: only read_counter has a value"}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+TEST(ValidScenarios, LeaveTheLibraryToJudgeItsOwnValues) {
+  const filtersim::Scenario scenario = filtersim::loadScenarioText(
+      "steps:\n"
+      "  - create_group: {stage: 4, id: 16, type: 11}\n"
+      "    expect: failed\n"
+      "  - read_counter: {id: 77}\n"
+      "    expect: sdk-error\n"
+      "  - create_entry: {stage: ingress, group: 0, id: 1,\n"
+      "                   counters: [{id: 1, type: 9}], match: {raw: [33, 40]}}\n",
+      "s.yaml");
+  ASSERT_EQ(scenario.steps.size(), 3u);
+  const auto& group = std::get<filtersim::CreateGroup>(scenario.steps[0].action).group;
+  EXPECT_EQ(group.getStage(), 4);
+  EXPECT_EQ(group.getId(), 16);
+  EXPECT_EQ(scenario.steps[0].expect.result, -2);
+  EXPECT_EQ(scenario.steps[1].expect.result, -1);
+  const auto& entry = std::get<filtersim::CreateEntry>(scenario.steps[2].action).entry;
+  EXPECT_EQ(entry.getCounters().at(1).getType(), 9);
+  EXPECT_EQ(entry.getMatches().size(), 2u);
+}
+
+TEST(ValidScenarios, TheBuiltInDemoLoads) {
+  EXPECT_NO_THROW(filtersim::loadScenarioFile(FILTERSIM_DEMO_FILE));
+}
+
+}  // namespace

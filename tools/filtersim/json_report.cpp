@@ -1,0 +1,117 @@
+// The JSON report: the same content as the text report, as one document.
+#include <nlohmann/json.hpp>
+
+#include <bcmsim/device.h>
+#include <bcmsim/json.h>
+#include <hal_callbacks/hal_callbacks_itf.h>
+#include <hal_filters_ll/hal_filters_bcm.h>
+
+#include "report.h"
+
+namespace filtersim {
+namespace {
+
+using nlohmann::json;
+
+json callsJson(const std::vector<bcmsim::Call>& calls) {
+  json list = json::array();
+  for (const bcmsim::Call& call : calls) {
+    list.push_back({{"function", call.function}, {"args", call.args}, {"rc", call.rc}});
+  }
+  return list;
+}
+
+json verdictJson(const bcmsim::Verdict& verdict) {
+  json out = {{"outcome", verdict.outcome()},
+              {"text", verdict.text()},
+              {"copy_to_cpu", verdict.copy_to_cpu},
+              {"redirect_ports", verdict.redirect_ports}};
+  auto optional = [&](const char* key, const std::optional<int>& value) {
+    if (value) out[key] = *value;
+  };
+  optional("l3_egress", verdict.l3_egress);
+  optional("pcp", verdict.pcp);
+  optional("inner_pcp", verdict.inner_pcp);
+  optional("dscp", verdict.dscp);
+  optional("internal_priority", verdict.internal_priority);
+  optional("cos_queue", verdict.cos_queue);
+  optional("cpu_cos_queue", verdict.cpu_cos_queue);
+  optional("vlan", verdict.vlan);
+  optional("mpls_port", verdict.mpls_port);
+  return out;
+}
+
+json stepJson(size_t index, const StepOutcome& step, bool trace) {
+  json out = {{"index", index},
+              {"kind", step.step->kind},
+              {"line", step.step->line},
+              {"description", step.description},
+              {"result", step.result},
+              {"result_name", resultName(step.result)},
+              {"expectations", {{"checked", step.checked}, {"failed", step.failures}}}};
+  if (step.value) out["value"] = *step.value;
+  if (step.classification) {
+    out["verdict"] = verdictJson(step.classification->verdict);
+    json hits = json::array();
+    for (const UserHit& hit : step.hits) {
+      json item = {
+          {"stage", stageName(hit.stage)}, {"hw_group", hit.hw_group}, {"hw_entry", hit.hw_entry}};
+      if (hit.group) item["group"] = *hit.group;
+      if (hit.entry) item["entry"] = *hit.entry;
+      hits.push_back(item);
+    }
+    out["hits"] = hits;
+  }
+  if (trace) out["calls"] = callsJson(step.calls);
+  return out;
+}
+
+json counterJson(const RunResult& run) {
+  json counters = json::object();
+  HalFiltersLL::HalFiltersItf& filters = HalFiltersLL::HalFiltersBcm::getInstance();
+  for (unsigned short id : run.counters) {
+    unsigned long long value = 0;
+    HalLogCapture quiet;
+    counters[std::to_string(id)] =
+        filters.getCounterValue(id, value) == 0 ? json(value) : json(nullptr);
+  }
+  return counters;
+}
+
+}  // namespace
+
+void writeJsonReport(std::ostream& out, const Scenario& scenario, const RunResult& run,
+                     const Sections& sections, bool trace) {
+  json steps = json::array();
+  for (size_t i = 0; i < run.steps.size(); ++i)
+    steps.push_back(stepJson(i + 1, run.steps[i], trace));
+  const json device = json::parse(bcmsim::dump_json());
+  json hardware = json::object();
+  auto section = [&](bool shown, std::initializer_list<const char*> keys) {
+    if (!shown) return;
+    for (const char* key : keys) hardware[key] = device[key];
+  };
+  section(sections.groups, {"groups"});
+  section(sections.entries, {"entries"});
+  section(sections.counters, {"stats"});
+  section(sections.policers, {"policers"});
+  section(sections.l3, {"l3_intfs", "l3_egress"});
+  json report = {
+      {"scenario", scenario.file},
+      {"steps", steps},
+      {"hardware", hardware},
+      {"tcam_moves", bcmsim::state().tcam_moves},
+      {"summary",
+       {{"checked", run.checked}, {"held", run.checked - run.failed}, {"failed", run.failed}}}};
+  if (sections.counters) report["counters"] = counterJson(run);
+  if (sections.calls) {
+    json calls = callsJson(run.setup_calls);
+    for (const StepOutcome& step : run.steps) {
+      for (const json& call : callsJson(step.calls)) calls.push_back(call);
+    }
+    report["calls"] = calls;
+  }
+  out << report.dump(2) << "\n";
+}
+
+}  // namespace filtersim

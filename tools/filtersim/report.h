@@ -1,0 +1,30 @@
+// What filtersim shows of a run: as text for people, as one JSON document for tools.
+#pragma once
+
+#include <ostream>
+#include <set>
+#include <string>
+
+#include "runner.h"
+
+namespace filtersim {
+
+// The hardware sections to show.
+struct Sections {
+  bool groups = true;
+  bool entries = true;
+  bool counters = true;
+  bool policers = true;
+  bool l3 = true;
+  bool calls = false;  // the whole SDK call log
+};
+
+// Reads "groups,entries,counters,policers,l3,calls" (or "all"); false for an unknown name.
+bool parseSections(const std::string& list, Sections& sections);
+
+void writeTextReport(std::ostream& out, const Scenario& scenario, const RunResult& run,
+                     const Sections& sections, bool trace);
+void writeJsonReport(std::ostream& out, const Scenario& scenario, const RunResult& run,
+                     const Sections& sections, bool trace);
+
+}  // namespace filtersim

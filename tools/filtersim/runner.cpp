@@ -1,0 +1,227 @@
+#include "runner.h"
+
+#include <sstream>
+
+#include <bcmsim/names.h>
+#include <hal_filters_ll/hal_filters_bcm.h>
+
+#include "switch_setup.h"
+
+namespace filtersim {
+namespace {
+
+using namespace FiltersCommon;
+using HalFiltersLL::HalFiltersItf;
+
+std::string userStage(filtersGroupStage_t stage) {
+  switch (stage) {
+    case FILTERS_GROUP_STAGE_PRE_INGRESS:
+      return "pre-ingress";
+    case FILTERS_GROUP_STAGE_INGRESS:
+      return "ingress";
+    case FILTERS_GROUP_STAGE_EGRESS:
+      return "egress";
+    default:
+      return "stage " + std::to_string(stage);
+  }
+}
+
+// The user entry a hardware entry belongs to: the pool whose id range holds it.
+UserHit userHit(const bcmsim::Hit& hit) {
+  UserHit user{hit.stage, hit.group, hit.entry, std::nullopt, std::nullopt};
+  const auto& pools = HalFiltersLL::filters_cache_.entries_info();
+  auto pool = pools.upper_bound(hit.entry);
+  if (pool == pools.begin()) return user;
+  --pool;
+  if (hit.entry - pool->first >= static_cast<int>(pool->second.pool.size())) return user;
+  user.group = pool->second.user_key.group_id;
+  user.entry = pool->second.user_key.entry_id;
+  return user;
+}
+
+std::optional<uint64_t> readCounter(HalFiltersItf& filters, unsigned short id) {
+  unsigned long long value = 0;
+  if (filters.getCounterValue(id, value) != 0) return std::nullopt;
+  return value;
+}
+
+void collectCounters(const FiltersEntry& entry, std::set<unsigned short>& ids) {
+  for (const auto& [id, counter] : entry.getCounters()) ids.insert(id);
+}
+
+class StepRunner {
+ public:
+  StepRunner(HalFiltersItf& filters, Platform& platform, StepOutcome& outcome)
+      : filters_(filters), platform_(platform), out_(outcome) {}
+
+  void operator()(const CreateGroup& step) {
+    const FiltersGroup& g = step.group;
+    out_.description = "create group " + userStage(g.getStage()) + " " + std::to_string(g.getId()) +
+                       " (type " + std::to_string(g.getType()) + ", priority " +
+                       std::to_string(g.getPriority()) + ", " +
+                       std::to_string(g.getEntries().size()) + " entries)";
+    out_.result = filters_.createGroup(g);
+  }
+  void operator()(const CreateEntry& step) {
+    out_.description = std::string(step.update ? "update" : "create") + " entry " +
+                       userStage(step.stage) + " group " + std::to_string(step.group) + " entry " +
+                       std::to_string(step.entry.getId());
+    out_.result = step.update ? filters_.updateEntry(step.stage, step.group, step.entry)
+                              : filters_.createEntry(step.stage, step.group, step.entry);
+  }
+  void operator()(const DeleteEntry& step) {
+    out_.description = "delete entry " + userStage(step.stage) + " group " +
+                       std::to_string(step.group) + " entry " + std::to_string(step.entry);
+    out_.result = filters_.deleteEntry(step.stage, step.group, step.entry);
+  }
+  void operator()(const CounterStep& step) {
+    out_.description =
+        std::string(step.clear ? "clear" : "read") + " counter " + std::to_string(step.counter);
+    if (step.clear) {
+      out_.result = filters_.clearCounterValue(step.counter);
+      return;
+    }
+    unsigned long long value = 0;
+    out_.result = filters_.getCounterValue(step.counter, value);
+    if (out_.result == 0) out_.value = value;
+  }
+  void operator()(const LagMemberChange& step) {
+    out_.description = (step.add ? "add " : "remove ") + limid_name(step.member) +
+                       (step.add ? " to " : " from ") + limid_name(step.lag);
+    out_.result = step.add ? platform_.lags->AddMember(step.lag, step.member)
+                           : platform_.lags->RemoveMember(step.lag, step.member);
+  }
+  void operator()(const LagDestroy& step) {
+    out_.description = "destroy " + limid_name(step.lag);
+    out_.result = platform_.lags->DestroyLag(step.lag);
+  }
+  void operator()(const DestinationRemove& step) {
+    out_.description = "remove destination " + std::to_string(step.destination);
+    out_.result = removeDestination(step.destination, platform_);
+  }
+  void operator()(const ClearCache&) {
+    out_.description = "clear cache";
+    filters_.clearCache();
+  }
+  void operator()(const SendPacket& step) {
+    out_.description = "packet" + (step.name.empty() ? "" : " '" + step.name + "'");
+    out_.classification = bcmsim::classify(step.packet);
+    for (const bcmsim::Hit& hit : out_.classification->hits) out_.hits.push_back(userHit(hit));
+  }
+
+ private:
+  HalFiltersItf& filters_;
+  Platform& platform_;
+  StepOutcome& out_;
+};
+
+template <class T>
+void check(StepOutcome& out, const char* what, const T& expected, const T& actual) {
+  ++out.checked;
+  if (expected == actual) return;
+  std::ostringstream text;
+  text << std::boolalpha << what << ": expected " << expected << ", got " << actual;
+  out.failures.push_back(text.str());
+}
+
+std::string hitsText(const std::vector<UserHit>& hits, bcmsim::Stage stage) {
+  std::string text;
+  for (const UserHit& hit : hits) {
+    if (hit.stage != stage) continue;
+    text +=
+        (text.empty() ? "" : ", ") + (hit.entry ? "entry " + std::to_string(*hit.entry)
+                                                : "hardware entry " + std::to_string(hit.hw_entry));
+  }
+  return text.empty() ? "none" : text;
+}
+
+void checkPacket(const PacketExpectation& expect, HalFiltersItf& filters, StepOutcome& out) {
+  const bcmsim::Verdict& verdict = out.classification->verdict;
+  if (expect.outcome) check(out, "verdict", *expect.outcome, verdict.outcome());
+  for (const auto& [stage, entry] : expect.hits) {
+    ++out.checked;
+    bool held = false;
+    for (const UserHit& hit : out.hits) held |= hit.stage == stage && entry && hit.entry == entry;
+    if (!entry) held = hitsText(out.hits, stage) == "none";
+    if (!held) {
+      out.failures.push_back(stageName(stage) + " hit: expected " +
+                             (entry ? "entry " + std::to_string(*entry) : std::string("none")) +
+                             ", got " + hitsText(out.hits, stage));
+    }
+  }
+  for (const auto& [id, value] : expect.counters) {
+    const std::optional<uint64_t> read = readCounter(filters, id);
+    out.counters[id] = read;
+    check(out, ("counter " + std::to_string(id)).c_str(), std::to_string(value),
+          read ? std::to_string(*read) : std::string("unknown"));
+  }
+  if (expect.copy_to_cpu) check(out, "copy to CPU", *expect.copy_to_cpu, verdict.copy_to_cpu);
+  if (expect.pcp)
+    check(out, "pcp", std::to_string(*expect.pcp),
+          verdict.pcp ? std::to_string(*verdict.pcp) : "unchanged");
+  if (expect.dscp)
+    check(out, "dscp", std::to_string(*expect.dscp),
+          verdict.dscp ? std::to_string(*verdict.dscp) : "unchanged");
+}
+
+void checkExpectations(const Expectation& expect, HalFiltersItf& filters, StepOutcome& out) {
+  if (expect.result) check(out, "result", resultName(*expect.result), resultName(out.result));
+  if (expect.value) {
+    check(out, "value", std::to_string(*expect.value),
+          out.value ? std::to_string(*out.value) : std::string("none"));
+  }
+  if (expect.packet) checkPacket(*expect.packet, filters, out);
+}
+
+}  // namespace
+
+std::string stageName(bcmsim::Stage stage) {
+  return bcmsim::stage_name(stage);
+}
+
+std::string resultName(int result) {
+  switch (result) {
+    case 0:
+      return "ok";
+    case -1:
+      return "sdk-error (-1)";
+    case -2:
+      return "failed (-2)";
+    case -3:
+      return "no-resource (-3)";
+    default:
+      return std::to_string(result);
+  }
+}
+
+RunResult runScenario(const Scenario& scenario, bool trace) {
+  RunResult run;
+  Platform platform;
+  bcmsim::set_call_log(trace);
+  setUpInterfaces(scenario.setup, platform);
+  HalFiltersItf& filters = HalFiltersItf::getInstance(platform.lags, &platform.destinations);
+  setUpDestinations(scenario.setup, platform);
+  run.setup_calls = bcmsim::calls();
+
+  for (const Step& step : scenario.steps) {
+    bcmsim::clear_calls();
+    StepOutcome outcome;
+    outcome.step = &step;
+    std::visit(StepRunner(filters, platform, outcome), step.action);
+    checkExpectations(step.expect, filters, outcome);
+    if (trace) outcome.calls = bcmsim::calls();
+    run.checked += outcome.checked;
+    run.failed += static_cast<int>(outcome.failures.size());
+    run.steps.push_back(std::move(outcome));
+    if (auto* group = std::get_if<CreateGroup>(&step.action)) {
+      for (const auto& [id, entry] : group->group.getEntries())
+        collectCounters(entry, run.counters);
+    } else if (auto* entry = std::get_if<CreateEntry>(&step.action)) {
+      collectCounters(entry->entry, run.counters);
+    }
+  }
+  bcmsim::set_call_log(false);
+  return run;
+}
+
+}  // namespace filtersim

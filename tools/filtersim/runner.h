@@ -1,0 +1,54 @@
+// Runs a scenario's steps against the filters library on bcmsim and checks their expectations.
+#pragma once
+
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <bcmsim/call_log.h>
+#include <bcmsim/classify.h>
+
+#include "scenario.h"
+
+namespace filtersim {
+
+// A hit as the user names it: the stage, the user group and user entry (when the hardware entry
+// belongs to a user entry the library knows).
+struct UserHit {
+  bcmsim::Stage stage;
+  int hw_group;
+  int hw_entry;
+  std::optional<unsigned short> group;
+  std::optional<unsigned int> entry;
+};
+
+struct StepOutcome {
+  const Step* step = nullptr;
+  std::string description;
+  int result = 0;
+  std::optional<uint64_t> value;  // a counter read
+  std::optional<bcmsim::Classification> classification;
+  std::vector<UserHit> hits;
+  std::map<unsigned short, std::optional<uint64_t>> counters;  // read after a packet
+  int checked = 0;                                             // expectations checked
+  std::vector<std::string> failures;                           // expectations that did not hold
+  std::vector<bcmsim::Call> calls;                             // SDK calls of the step, when traced
+};
+
+struct RunResult {
+  std::vector<bcmsim::Call> setup_calls;
+  std::vector<StepOutcome> steps;
+  std::set<unsigned short> counters;  // every counter id the scenario names
+  int checked = 0;
+  int failed = 0;
+};
+
+// Runs every step once, in order. One scenario per process: the filters instance lives for the
+// whole process.
+RunResult runScenario(const Scenario& scenario, bool trace);
+
+std::string stageName(bcmsim::Stage stage);
+std::string resultName(int result);
+
+}  // namespace filtersim

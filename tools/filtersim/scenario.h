@@ -1,0 +1,129 @@
+// A scenario: the switch to set up and the steps to run, with what each step is expected to give.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include <bcmsim/classify.h>
+#include <bcmsim/device.h>
+#include <filters_common/filters_common.h>
+#include <limid/limid.h>
+
+namespace filtersim {
+
+struct Lag {
+  limid_t lag;
+  std::vector<limid_t> members;
+};
+
+struct RemotePort {
+  limid_t port;
+  int module;
+  int module_port;
+};
+
+struct Destination {
+  int id;
+  limid_t port;
+  bcmsim::Mac mac;
+};
+
+struct VpnAccess {
+  limid_t vpn;
+  limid_t access;
+  int mpls_port_gport;
+};
+
+struct VlanClass {
+  int bridge_domain_type;
+  unsigned int data;
+  unsigned int mask;
+};
+
+struct SwitchSetup {
+  bcmsim::Config device;
+  int front_ports = 32;                  // eth1..ethN on local ports 1..N; cpu0 is port 0
+  std::vector<RemotePort> remote_ports;  // modport gports
+  std::vector<limid_t> unmapped_ports;   // named, but without a gport
+  std::vector<Lag> lags;
+  std::vector<Destination> destinations;
+  std::vector<VpnAccess> vpns;
+  std::map<limid_t, int> virtual_ports;      // gports
+  std::map<limid_t, limid_t> service_ports;  // the local port serving each
+  std::vector<VlanClass> vlan_classes;
+};
+
+// Step payloads.
+struct CreateGroup {
+  FiltersCommon::FiltersGroup group;
+};
+struct CreateEntry {
+  FiltersCommon::filtersGroupStage_t stage;
+  unsigned short group;
+  FiltersCommon::FiltersEntry entry;
+  bool update;  // update_entry rather than create_entry
+};
+struct DeleteEntry {
+  FiltersCommon::filtersGroupStage_t stage;
+  unsigned short group;
+  unsigned int entry;
+};
+struct CounterStep {
+  unsigned short counter;
+  bool clear;  // clear_counter rather than read_counter
+};
+struct LagMemberChange {
+  limid_t lag;
+  limid_t member;
+  bool add;
+};
+struct LagDestroy {
+  limid_t lag;
+};
+struct DestinationRemove {
+  int destination;
+};
+struct ClearCache {};
+struct SendPacket {
+  std::string name;
+  bcmsim::Packet packet;
+};
+
+using StepAction = std::variant<CreateGroup, CreateEntry, DeleteEntry, CounterStep, LagMemberChange,
+                                LagDestroy, DestinationRemove, ClearCache, SendPacket>;
+
+// What a packet is expected to meet: a user entry per stage (nullopt for no hit), the verdict's
+// outcome and changes, counter values after it.
+struct PacketExpectation {
+  std::optional<std::string> outcome;
+  std::map<bcmsim::Stage, std::optional<unsigned int>> hits;
+  std::map<unsigned short, uint64_t> counters;
+  std::optional<bool> copy_to_cpu;
+  std::optional<int> pcp;
+  std::optional<int> dscp;
+};
+
+struct Expectation {
+  std::optional<int> result;
+  std::optional<uint64_t> value;  // of a counter read
+  std::optional<PacketExpectation> packet;
+};
+
+struct Step {
+  std::string kind;  // the step's key in the scenario, e.g. "create_entry"
+  int line = 0;
+  StepAction action;
+  Expectation expect;
+};
+
+struct Scenario {
+  std::string file;
+  SwitchSetup setup;
+  std::vector<Step> steps;
+};
+
+}  // namespace filtersim

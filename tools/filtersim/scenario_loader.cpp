@@ -1,0 +1,348 @@
+// The scenario's top level: the switch and the steps with their expectations.
+#include "scenario_loader.h"
+
+#include <fstream>
+#include <sstream>
+
+#include "value_parsers.h"
+
+namespace filtersim {
+namespace {
+
+YAML::Node parse(const std::string& text, const std::string& name) {
+  try {
+    return YAML::Load(text);
+  } catch (const YAML::ParserException& error) {
+    throw LoadError(name + ":" + std::to_string(error.mark.line + 1) + ":" +
+                    std::to_string(error.mark.column + 1) + ": " + error.msg);
+  }
+}
+
+const std::initializer_list<const char*> kStepKinds = {
+    "create_group", "create_entry",       "update_entry",   "delete_entry",
+    "read_counter", "clear_counter",      "lag_member_add", "lag_member_remove",
+    "lag_destroy",  "destination_remove", "clear_cache",    "packet"};
+
+}  // namespace
+
+Scenario loadScenarioText(const std::string& text, const std::string& name) {
+  return ScenarioLoader(name).load(parse(text, name));
+}
+
+Scenario loadScenarioFile(const std::string& path) {
+  std::ifstream in(path);
+  if (!in) throw LoadError(path + ":1:1: cannot read the file");
+  std::ostringstream text;
+  text << in.rdbuf();
+  return loadScenarioText(text.str(), path);
+}
+
+Scenario ScenarioLoader::load(const YAML::Node& root) {
+  if (!root.IsDefined() || root.IsNull()) {
+    throw LoadError(reader_.file() + ":1:1: the scenario is empty");
+  }
+  reader_.expectMap(root, {"switch", "steps"}, "the scenario");
+  Scenario scenario;
+  scenario.file = reader_.file();
+  scenario.setup = loadSwitch(root["switch"]);
+  const YAML::Node steps = root["steps"];
+  if (!steps) reader_.fail(root, "the scenario has no steps");
+  reader_.expectSequence(steps, "steps");
+  for (const YAML::Node& step : steps) scenario.steps.push_back(loadStep(step));
+  return scenario;
+}
+
+SwitchSetup ScenarioLoader::loadSwitch(const YAML::Node& node) {
+  SwitchSetup setup;
+  interfaces_.insert(limid_cpuport_from_components(1, 1, 0, 1));
+  if (!node) {
+    for (int port = 1; port <= setup.front_ports; ++port) interfaces_.insert(limid_ethernet(port));
+    return setup;
+  }
+  reader_.expectMap(node,
+                    {"ports", "remote_ports", "unmapped_ports", "lags", "destinations", "vpns",
+                     "virtual_ports", "service_ports", "vlan_classes", "device"},
+                    "switch");
+  if (node["ports"])
+    setup.front_ports = static_cast<int>(reader_.integer(node["ports"], 1, 250, "ports"));
+  for (int port = 1; port <= setup.front_ports; ++port) interfaces_.insert(limid_ethernet(port));
+  setup.device.front_ports.clear();
+  for (int port = 1; port <= setup.front_ports; ++port) setup.device.front_ports.push_back(port);
+  if (const YAML::Node unmapped = node["unmapped_ports"]) {
+    reader_.expectSequence(unmapped, "unmapped_ports");
+    for (const YAML::Node& port : unmapped) {
+      setup.unmapped_ports.push_back(declare(port, limid_type_ethernet));
+    }
+  }
+  loadDeclaredInterfaces(node, setup);
+  if (node["lags"]) loadLags(node["lags"], setup);
+  if (node["destinations"]) loadDestinations(node["destinations"], setup);
+  if (const YAML::Node classes = node["vlan_classes"]) {
+    reader_.expectMap(classes, {"uni", "nni", "e-lan", "e-line"}, "vlan_classes");
+    for (const auto& item : classes) {
+      reader_.expectMap(item.second, {"data", "mask"}, "a VLAN class");
+      const int type =
+          reader_.named(item.first, {"none", "uni", "nni", "e-lan", "e-line"}, "service VLAN type");
+      setup.vlan_classes.push_back(
+          {type,
+           static_cast<unsigned>(
+               reader_.integer(reader_.need(item.second, "data"), 0, 0xffffffff, "data")),
+           static_cast<unsigned>(
+               reader_.integer(reader_.need(item.second, "mask"), 0, 0xffffffff, "mask"))});
+    }
+  }
+  if (node["device"]) loadDevice(node["device"], setup.device);
+  return setup;
+}
+
+limid_t ScenarioLoader::declare(const YAML::Node& name, limid_type_t type) {
+  auto limid = limid_from_intfname(reader_.text(name, "an interface name"));
+  if (!limid || !limid_is_from_type(*limid, type)) {
+    reader_.fail(name, "'" + name.Scalar() + "' is not a valid name for this kind of interface");
+  }
+  interfaces_.insert(*limid);
+  return *limid;
+}
+
+limid_t ScenarioLoader::interface(const YAML::Node& node, const char* what) const {
+  const std::string name = reader_.text(node, what);
+  auto limid = limid_from_intfname(name);
+  if (!limid || !interfaces_.count(*limid)) {
+    reader_.fail(node, std::string("unknown interface '") + name + "' as " + what);
+  }
+  return *limid;
+}
+
+std::list<limid_t> ScenarioLoader::interfaces(const YAML::Node& node, const char* what) const {
+  std::list<limid_t> list;
+  if (node.IsScalar()) {
+    list.push_back(interface(node, what));
+    return list;
+  }
+  reader_.expectSequence(node, what);
+  for (const YAML::Node& item : node) list.push_back(interface(item, what));
+  return list;
+}
+
+void ScenarioLoader::loadLags(const YAML::Node& node, SwitchSetup& setup) {
+  if (!node.IsMap()) reader_.fail(node, "lags must be a mapping of LAG names to member lists");
+  for (const auto& item : node) {
+    Lag lag{declare(item.first, limid_type_lag), {}};
+    for (const limid_t& member : interfaces(item.second, "a LAG member")) {
+      lag.members.push_back(member);
+    }
+    setup.lags.push_back(lag);
+  }
+}
+
+void ScenarioLoader::loadDeclaredInterfaces(const YAML::Node& node, SwitchSetup& setup) {
+  if (const YAML::Node remote = node["remote_ports"]) {
+    for (const auto& item : remote) {
+      reader_.expectMap(item.second, {"module", "port"}, "a remote port");
+      setup.remote_ports.push_back(
+          {declare(item.first, limid_type_ethernet),
+           static_cast<int>(
+               reader_.integer(reader_.need(item.second, "module"), 0, 0x7fff, "module")),
+           static_cast<int>(reader_.integer(reader_.need(item.second, "port"), 0, 0x7ff, "port"))});
+    }
+  }
+  if (const YAML::Node vpns = node["vpns"]) {
+    reader_.expectSequence(vpns, "vpns");
+    for (const YAML::Node& vpn : vpns) {
+      reader_.expectMap(vpn, {"vpn", "access", "mpls_port"}, "a VPN access port");
+      setup.vpns.push_back({declare(reader_.need(vpn, "vpn"), limid_type_vpn),
+                            declare(reader_.need(vpn, "access"), limid_type_vpn_access),
+                            static_cast<int>(reader_.integer(reader_.need(vpn, "mpls_port"), 0,
+                                                             0x7fffffff, "mpls_port"))});
+    }
+  }
+  if (const YAML::Node ports = node["virtual_ports"]) {
+    if (!ports.IsMap()) reader_.fail(ports, "virtual_ports must map names to gports");
+    for (const auto& item : ports) {
+      const limid_t port = declare(item.first, limid_type_vpn_access);
+      const int gport = static_cast<int>(reader_.integer(item.second, 0, 0x7fffffff, "gport"));
+      setup.virtual_ports[port] = gport;
+      virtual_port_gports_[port] = gport;
+    }
+  }
+  if (const YAML::Node ports = node["service_ports"]) {
+    if (!ports.IsMap()) reader_.fail(ports, "service_ports must map names to local ports");
+    for (const auto& item : ports) {
+      const limid_t port = declare(item.first, limid_type_vpn_access);
+      setup.service_ports[port] = interface(item.second, "a service port's local port");
+    }
+  }
+}
+
+void ScenarioLoader::loadDestinations(const YAML::Node& node, SwitchSetup& setup) {
+  if (!node.IsMap()) reader_.fail(node, "destinations must map ids to {port, mac}");
+  for (const auto& item : node) {
+    reader_.expectMap(item.second, {"port", "mac"}, "a destination");
+    const YAML::Node mac_node = reader_.need(item.second, "mac");
+    auto mac = parseMac(reader_.text(mac_node, "mac"));
+    if (!mac) reader_.fail(mac_node, "malformed MAC address '" + mac_node.Scalar() + "'");
+    setup.destinations.push_back(
+        {static_cast<int>(reader_.integer(item.first, 0, 0x7fffffff, "destination id")),
+         interface(reader_.need(item.second, "port"), "a destination port"), *mac});
+  }
+}
+
+void ScenarioLoader::loadDevice(const YAML::Node& node, bcmsim::Config& device) {
+  reader_.expectMap(node,
+                    {"groups_per_stage", "entries_per_group", "disabled_ports", "internal_ports"},
+                    "device");
+  auto triple = [&](const char* key, std::array<int, bcmsim::kStageCount>& out) {
+    if (!node[key]) return;
+    reader_.expectSequence(node[key], key);
+    if (node[key].size() != 3) reader_.fail(node[key], std::string(key) + " needs three values");
+    for (int i = 0; i < 3; ++i)
+      out[i] = static_cast<int>(reader_.integer(node[key][i], 1, 4096, key));
+  };
+  triple("groups_per_stage", device.groups_per_stage);
+  triple("entries_per_group", device.entries_per_group);
+  auto ports = [&](const char* key, std::vector<int>& out) {
+    if (!node[key]) return;
+    reader_.expectSequence(node[key], key);
+    for (const YAML::Node& port : node[key])
+      out.push_back(static_cast<int>(reader_.integer(port, 0, 255, key)));
+  };
+  ports("disabled_ports", device.disabled_ports);
+  ports("internal_ports", device.internal_ports);
+}
+
+Step ScenarioLoader::loadStep(const YAML::Node& node) {
+  if (!node.IsMap()) reader_.fail(node, "a step must be a mapping");
+  Step step;
+  step.line = node.Mark().line + 1;
+  for (const auto& item : node) {
+    const std::string key = item.first.as<std::string>();
+    if (key == "expect") continue;
+    bool known = false;
+    for (const char* kind : kStepKinds) known |= key == kind;
+    if (!known) reader_.fail(item.first, "unknown step '" + key + "'");
+    if (!step.kind.empty())
+      reader_.fail(item.first, "a step has one kind, not '" + step.kind + "' and '" + key + "'");
+    step.kind = key;
+  }
+  if (step.kind.empty()) reader_.fail(node, "a step needs a kind");
+  step.action = loadAction(step.kind, node[step.kind]);
+  if (node["expect"]) step.expect = loadExpectation(step.kind, node["expect"]);
+  return step;
+}
+
+StepAction ScenarioLoader::loadAction(const std::string& kind, const YAML::Node& node) {
+  if (kind == "create_group") return loadGroup(node);
+  if (kind == "create_entry" || kind == "update_entry") {
+    reader_.expectMap(node,
+                      {"stage", "group", "id", "priority", "match", "actions", "counters",
+                       "policer", "parent_policer"},
+                      kind.c_str());
+    return CreateEntry{stage(reader_.need(node, "stage")),
+                       static_cast<unsigned short>(
+                           reader_.integer(reader_.need(node, "group"), 0, 65535, "group")),
+                       loadEntry(node), kind == "update_entry"};
+  }
+  if (kind == "delete_entry") {
+    reader_.expectMap(node, {"stage", "group", "id"}, "delete_entry");
+    return DeleteEntry{
+        stage(reader_.need(node, "stage")),
+        static_cast<unsigned short>(
+            reader_.integer(reader_.need(node, "group"), 0, 65535, "group")),
+        static_cast<unsigned int>(reader_.integer(reader_.need(node, "id"), 0, 0xffffffff, "id"))};
+  }
+  if (kind == "read_counter" || kind == "clear_counter") {
+    reader_.expectMap(node, {"id"}, kind.c_str());
+    return CounterStep{static_cast<unsigned short>(
+                           reader_.integer(reader_.need(node, "id"), 0, 65535, "counter id")),
+                       kind == "clear_counter"};
+  }
+  if (kind == "lag_member_add" || kind == "lag_member_remove") {
+    reader_.expectMap(node, {"lag", "member"}, kind.c_str());
+    return LagMemberChange{interface(reader_.need(node, "lag"), "a LAG"),
+                           interface(reader_.need(node, "member"), "a LAG member"),
+                           kind == "lag_member_add"};
+  }
+  if (kind == "lag_destroy") {
+    reader_.expectMap(node, {"lag"}, "lag_destroy");
+    return LagDestroy{interface(reader_.need(node, "lag"), "a LAG")};
+  }
+  if (kind == "destination_remove") {
+    reader_.expectMap(node, {"id"}, "destination_remove");
+    return DestinationRemove{static_cast<int>(
+        reader_.integer(reader_.need(node, "id"), 0, 0x7fffffff, "destination id"))};
+  }
+  if (kind == "clear_cache") {
+    if (!node.IsNull() && !(node.IsMap() && node.size() == 0))
+      reader_.fail(node, "clear_cache takes no value");
+    return ClearCache{};
+  }
+  return loadPacket(node);
+}
+
+int ScenarioLoader::resultCode(const YAML::Node& node) const {
+  static const std::map<std::string, int> kNames = {
+      {"ok", 0}, {"sdk-error", -1}, {"failed", -2}, {"no-resource", -3}};
+  if (node.IsScalar()) {
+    auto name = kNames.find(node.Scalar());
+    if (name != kNames.end()) return name->second;
+  }
+  return static_cast<int>(reader_.integer(node, -1000, 1000,
+                                          "a result (ok, sdk-error, failed, "
+                                          "no-resource or a number)"));
+}
+
+Expectation ScenarioLoader::loadExpectation(const std::string& kind, const YAML::Node& node) {
+  Expectation expect;
+  if (kind == "packet") {
+    expect.packet = loadPacketExpectation(node);
+    return expect;
+  }
+  if (node.IsScalar()) {
+    expect.result = resultCode(node);
+    return expect;
+  }
+  reader_.expectMap(node, {"result", "value"}, "expect");
+  if (node["result"]) expect.result = resultCode(node["result"]);
+  if (node["value"]) {
+    if (kind != "read_counter") reader_.fail(node["value"], "only read_counter has a value");
+    expect.value = static_cast<uint64_t>(reader_.integer(node["value"], 0, INT64_MAX, "value"));
+  }
+  return expect;
+}
+
+PacketExpectation ScenarioLoader::loadPacketExpectation(const YAML::Node& node) {
+  reader_.expectMap(node, {"verdict", "hits", "counters", "copy_to_cpu", "pcp", "dscp"}, "expect");
+  PacketExpectation expect;
+  if (node["verdict"]) {
+    const int outcome = reader_.named(
+        node["verdict"], {"dropped", "redirected", "l3-switched", "forwarded"}, "verdict");
+    const char* names[] = {"dropped", "redirected", "l3-switched", "forwarded"};
+    expect.outcome = names[outcome];
+  }
+  if (const YAML::Node hits = node["hits"]) {
+    reader_.expectMap(hits, {"pre-ingress", "ingress", "egress"}, "hits");
+    for (const auto& item : hits) {
+      const auto stage_index =
+          reader_.named(item.first, {"pre-ingress", "ingress", "egress"}, "stage");
+      std::optional<unsigned int> entry;
+      if (!(item.second.IsScalar() && item.second.Scalar() == "none")) {
+        entry = static_cast<unsigned int>(reader_.integer(item.second, 0, 0xffffffff, "entry id"));
+      }
+      expect.hits[static_cast<bcmsim::Stage>(stage_index)] = entry;
+    }
+  }
+  if (const YAML::Node counters = node["counters"]) {
+    if (!counters.IsMap()) reader_.fail(counters, "counters must map counter ids to values");
+    for (const auto& item : counters) {
+      expect.counters[static_cast<unsigned short>(
+          reader_.integer(item.first, 0, 65535, "counter id"))] =
+          static_cast<uint64_t>(reader_.integer(item.second, 0, INT64_MAX, "counter value"));
+    }
+  }
+  if (node["copy_to_cpu"]) expect.copy_to_cpu = reader_.boolean(node["copy_to_cpu"], "copy_to_cpu");
+  if (node["pcp"]) expect.pcp = static_cast<int>(reader_.integer(node["pcp"], 0, 7, "pcp"));
+  if (node["dscp"]) expect.dscp = static_cast<int>(reader_.integer(node["dscp"], 0, 63, "dscp"));
+  return expect;
+}
+
+}  // namespace filtersim

@@ -1,0 +1,60 @@
+// Loads and checks a scenario completely before anything runs.
+#pragma once
+
+#include <set>
+#include <string>
+
+#include "scenario.h"
+#include "yaml_reader.h"
+
+namespace filtersim {
+
+// Both raise LoadError ("file:line:column: what is wrong") for an invalid scenario.
+Scenario loadScenarioFile(const std::string& path);
+Scenario loadScenarioText(const std::string& text, const std::string& name);
+
+class ScenarioLoader {
+ public:
+  explicit ScenarioLoader(std::string file) : reader_(std::move(file)) {}
+  Scenario load(const YAML::Node& root);
+
+ private:
+  // The switch.
+  SwitchSetup loadSwitch(const YAML::Node& node);
+  void loadLags(const YAML::Node& node, SwitchSetup& setup);
+  void loadDestinations(const YAML::Node& node, SwitchSetup& setup);
+  // Remote and unmapped ports, VPN access ports, virtual and service ports.
+  void loadDeclaredInterfaces(const YAML::Node& node, SwitchSetup& setup);
+  void loadDevice(const YAML::Node& node, bcmsim::Config& device);
+  limid_t declare(const YAML::Node& name, limid_type_t type);
+  limid_t interface(const YAML::Node& node, const char* what) const;
+
+  // Steps.
+  Step loadStep(const YAML::Node& node);
+  StepAction loadAction(const std::string& kind, const YAML::Node& node);
+  Expectation loadExpectation(const std::string& kind, const YAML::Node& node);
+  PacketExpectation loadPacketExpectation(const YAML::Node& node);
+  int resultCode(const YAML::Node& node) const;
+
+  // Groups and entries.
+  FiltersCommon::filtersGroupStage_t stage(const YAML::Node& node) const;
+  CreateGroup loadGroup(const YAML::Node& node);
+  FiltersCommon::FiltersEntry loadEntry(const YAML::Node& node);
+  void loadMatches(const YAML::Node& node, FiltersCommon::FiltersEntry& entry);
+  std::shared_ptr<const FiltersCommon::Match> loadMatch(const std::string& key,
+                                                        const YAML::Node& value);
+  void loadActions(const YAML::Node& node, FiltersCommon::FiltersEntry& entry);
+  std::shared_ptr<const FiltersCommon::Action> loadAction(const YAML::Node& item);
+  void loadCounters(const YAML::Node& node, FiltersCommon::FiltersEntry& entry);
+  policer::Policer loadPolicer(const YAML::Node& node);
+  std::list<limid_t> interfaces(const YAML::Node& node, const char* what) const;
+
+  // Packets.
+  SendPacket loadPacket(const YAML::Node& node);
+
+  YamlReader reader_;
+  std::set<limid_t> interfaces_;
+  std::map<limid_t, int> virtual_port_gports_;
+};
+
+}  // namespace filtersim

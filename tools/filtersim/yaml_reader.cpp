@@ -1,0 +1,106 @@
+#include "yaml_reader.h"
+
+#include <cctype>
+#include <cerrno>
+#include <cstdlib>
+
+namespace filtersim {
+namespace {
+
+std::string list(std::initializer_list<const char*> names) {
+  std::string text;
+  for (const char* name : names) text += std::string(text.empty() ? "" : ", ") + name;
+  return text;
+}
+
+}  // namespace
+
+void YamlReader::fail(const YAML::Mark& at, const std::string& what) const {
+  throw LoadError(file_ + ":" + std::to_string(at.line + 1) + ":" + std::to_string(at.column + 1) +
+                  ": " + what);
+}
+
+void YamlReader::fail(const YAML::Node& at, const std::string& what) const {
+  fail(at.Mark(), what);
+}
+
+void YamlReader::expectMap(const YAML::Node& node, std::initializer_list<const char*> allowed,
+                           const char* what) const {
+  if (!node.IsMap()) fail(node, std::string(what) + " must be a mapping");
+  for (const auto& item : node) {
+    const std::string key = item.first.as<std::string>();
+    bool known = false;
+    for (const char* name : allowed) known |= key == name;
+    if (!known) {
+      fail(item.first, "unknown key '" + key + "' in " + what + " (known: " + list(allowed) + ")");
+    }
+  }
+}
+
+void YamlReader::expectSequence(const YAML::Node& node, const char* what) const {
+  if (!node.IsSequence()) fail(node, std::string(what) + " must be a list");
+}
+
+YAML::Node YamlReader::need(const YAML::Node& map, const char* key) const {
+  const YAML::Node value = map[key];
+  if (!value) fail(map, std::string("missing '") + key + "'");
+  return value;
+}
+
+std::string YamlReader::singleKey(const YAML::Node& node,
+                                  std::initializer_list<const char*> allowed,
+                                  const char* what) const {
+  expectMap(node, allowed, what);
+  if (node.size() != 1) fail(node, std::string(what) + " must have exactly one key");
+  return node.begin()->first.as<std::string>();
+}
+
+int64_t YamlReader::integer(const YAML::Node& node, int64_t min, int64_t max,
+                            const char* what) const {
+  if (!node.IsScalar()) fail(node, std::string(what) + " must be a number");
+  const std::string value = node.Scalar();
+  errno = 0;
+  char* end = nullptr;
+  const long long number = std::strtoll(value.c_str(), &end, 0);
+  if (value.empty() || *end != '\0' || errno == ERANGE) {
+    fail(node, std::string(what) + " must be a number, not '" + value + "'");
+  }
+  if (number < min || number > max) {
+    fail(node, std::string(what) + " " + value + " is out of range (" + std::to_string(min) +
+                   " to " + std::to_string(max) + ")");
+  }
+  return number;
+}
+
+bool YamlReader::boolean(const YAML::Node& node, const char* what) const {
+  if (node.IsScalar()) {
+    const std::string value = node.Scalar();
+    if (value == "true" || value == "yes") return true;
+    if (value == "false" || value == "no") return false;
+  }
+  fail(node, std::string(what) + " must be true or false");
+}
+
+std::string YamlReader::text(const YAML::Node& node, const char* what) const {
+  if (!node.IsScalar()) fail(node, std::string(what) + " must be a text");
+  return node.Scalar();
+}
+
+int YamlReader::named(const YAML::Node& node, std::initializer_list<const char*> names,
+                      const char* what, int64_t min, int64_t max) const {
+  if (node.IsScalar()) {
+    int index = 0;
+    for (const char* name : names) {
+      if (node.Scalar() == name) return index;
+      ++index;
+    }
+    if (min <= max && !node.Scalar().empty() &&
+        (std::isdigit(static_cast<unsigned char>(node.Scalar()[0])) || node.Scalar()[0] == '-')) {
+      return static_cast<int>(integer(node, min, max, what));
+    }
+  }
+  fail(node, std::string(what) + " must be one of: " + list(names) +
+                 (min <= max ? " (or a number)" : ""));
+}
+
+}  // namespace filtersim
