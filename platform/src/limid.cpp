@@ -55,18 +55,6 @@ std::optional<limid_t> parse_cpuport(const std::string& rest) {
 
 }  // namespace
 
-bool operator<(const limid_t& a, const limid_t& b) {
-  return std::memcmp(a.bytes, b.bytes, sizeof(a.bytes)) < 0;
-}
-
-bool operator==(const limid_t& a, const limid_t& b) {
-  return std::memcmp(a.bytes, b.bytes, sizeof(a.bytes)) == 0;
-}
-
-bool operator!=(const limid_t& a, const limid_t& b) {
-  return !(a == b);
-}
-
 limid_t limid_from_type(limid_type_t type, unsigned number) {
   return limid_t{{type, static_cast<uint8_t>(number >> 16), static_cast<uint8_t>(number >> 8),
                   static_cast<uint8_t>(number)}};

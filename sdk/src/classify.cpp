@@ -23,21 +23,6 @@ Mac mac_of(const uint8* mac) {
   return Mac{mac[0], mac[1], mac[2], mac[3], mac[4], mac[5]};
 }
 
-bool installed_match(const Packet& packet, const EntryView& view) {
-  return std::all_of(view.qualifiers.begin(), view.qualifiers.end(),
-                     [&](const QualifierValue& q) { return qualifier_matches(packet, q); });
-}
-
-// The installed entry of highest priority in the group that the packet matches.
-const Entry* first_match(const State& state, const Group& group, const Packet& packet) {
-  for (const Group::Slot& slot : group.slots) {
-    if (slot.free()) continue;
-    const Entry& entry = *state.entry(slot.entry);
-    if (installed_match(packet, *entry.installed)) return &entry;
-  }
-  return nullptr;
-}
-
 // The colour a per-colour action applies to; nullopt for an action that applies to every packet.
 std::optional<Color> colour_of(int action) {
   switch (action) {
@@ -212,11 +197,15 @@ void count(State& state, const Entry& entry, const Packet& packet) {
 
 // Classifies one stage: the hit of each group, and their actions applied from the group of
 // lowest priority to the highest, so that the higher wins a conflict.
-void classify_stage(State& state, Stage stage, const Packet& packet, Classification& result) {
+void classify_stage(Device& dev, Stage stage, const Packet& packet, Classification& result) {
+  State& state = dev.state;
   std::vector<std::pair<const Group*, const Entry*>> hits;
   for (const auto& [id, group] : state.groups) {
     if (group.stage != stage) continue;
-    if (const Entry* entry = first_match(state, group, packet)) hits.push_back({&group, entry});
+    GroupIndex& index = dev.group_indexes[id];
+    index.refresh(group, state);
+    if (const Entry* entry = index.first_match(group, state, packet))
+      hits.push_back({&group, entry});
   }
   std::stable_sort(hits.begin(), hits.end(), [](const auto& a, const auto& b) {
     return a.first->priority > b.first->priority;
@@ -234,11 +223,11 @@ void classify_stage(State& state, Stage stage, const Packet& packet, Classificat
 }  // namespace detail
 
 Classification classify(const Packet& packet) {
-  State& state = detail::device().state;
+  detail::Device& dev = detail::device();
   Classification result;
-  detail::classify_stage(state, Stage::PreIngress, packet, result);
-  detail::classify_stage(state, Stage::Ingress, packet, result);
-  if (!result.verdict.drop) detail::classify_stage(state, Stage::Egress, packet, result);
+  detail::classify_stage(dev, Stage::PreIngress, packet, result);
+  detail::classify_stage(dev, Stage::Ingress, packet, result);
+  if (!result.verdict.drop) detail::classify_stage(dev, Stage::Egress, packet, result);
   return result;
 }
 

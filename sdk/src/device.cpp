@@ -55,6 +55,7 @@ Device& device() {
     auto* d = new Device();  // lives until exit, like the chip
     soc_control[d->config.unit] = &d->soc;
     build_soc_info(d->config, d->soc.info);
+    build_port_config(d->config, d->port_config);
     return d;
   }();
   return *dev;
@@ -88,9 +89,15 @@ void reset(const Config& config) {
   dev.config = config;
   dev.state = State{};
   detail::build_soc_info(config, dev.soc.info);
+  detail::build_port_config(config, dev.port_config);
   soc_control[config.unit] = &dev.soc;
   dev.log.clear();
   dev.faults.clear();
+  dev.group_indexes.clear();
+  for (detail::LowestFreeId* ids :
+       {&dev.stat_ids, &dev.policer_ids, &dev.intf_ids, &dev.egress_ids}) {
+    ids->reset();
+  }
 }
 
 const Config& config() {

@@ -6,8 +6,12 @@
 
 #include <bcmsim/device.h>
 
+#include <bcm/port.h>
+
 #include "call_recorder.h"
 #include "fault_injector.h"
+#include "group_index.h"
+#include "id_allocator.h"
 
 namespace bcmsim::detail {
 
@@ -15,11 +19,25 @@ struct Device {
   Config config;
   State state;
   soc_control_t soc{};
+  bcm_port_config_t port_config{};  // built from the configuration at reset
   CallRecorder log;
   FaultInjector faults;
+  LowestFreeId stat_ids{1};
+  LowestFreeId policer_ids{1};
+  LowestFreeId intf_ids{1};
+  LowestFreeId egress_ids{
+      100002};  // the SDK's egress base is 100000; next hops 0 and 1 are reserved
+  std::unordered_map<int, GroupIndex> group_indexes;  // by group id, for classification
+  uint64_t changes = 0;                               // the latest Group::version given out
+
+  // Marks a group changed, so that its classification index is rebuilt.
+  void changed(Group& group) { group.version = ++changes; }
 };
 
 Device& device();
+
+// The port sets of bcm_port_config_get for a configuration.
+void build_port_config(const Config& config, bcm_port_config_t& out);
 
 // Mutable lookups; null when the object does not exist.
 Entry* find_entry(State& state, int id);

@@ -37,11 +37,11 @@ int lowest_free_entry_id(const State& state) {
 // Copies the staged view to the installed one, placing the entry in its group's TCAM first if it
 // is not there.
 void install(Device& dev, Entry& entry) {
-  if (!entry.installed) {
-    dev.state.tcam_moves += tcam_insert(dev.state.groups.at(entry.group), entry.id, entry.priority);
-  }
+  Group& group = dev.state.groups.at(entry.group);
+  if (!entry.installed) dev.state.tcam_moves += tcam_insert(group, entry.id, entry.priority);
   entry.installed = entry.staged;
   entry.ever_installed = true;
+  dev.changed(group);
 }
 
 // Releases what hangs on an entry: its statistics object and its policers.
@@ -92,6 +92,7 @@ int bcm_field_entry_destroy(int unit, bcm_field_entry_t entry) {
         return with_entry(dev, entry, [&](Entry& e) -> int {
           detach_all(dev.state, e);
           tcam_remove(dev.state.groups[e.group], entry);
+          dev.changed(dev.state.groups[e.group]);
           dev.state.groups[e.group].entries.erase(entry);
           dev.state.entries.erase(entry);
           return BCM_E_NONE;
@@ -128,6 +129,7 @@ int bcm_field_entry_remove(int unit, bcm_field_entry_t entry) {
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) -> int {
           tcam_remove(dev.state.groups.at(e.group), entry);
+          dev.changed(dev.state.groups.at(e.group));
           e.installed.reset();
           return BCM_E_NONE;
         });
@@ -145,6 +147,7 @@ int bcm_field_entry_prio_set(int unit, bcm_field_entry_t entry, int prio) {
             Group& group = dev.state.groups.at(e.group);
             tcam_remove(group, entry);
             dev.state.tcam_moves += tcam_insert(group, entry, prio);
+            dev.changed(group);
           }
           e.priority = prio;
           return BCM_E_NONE;

@@ -66,6 +66,7 @@ int create_group(Device& dev, bcm_field_group_config_t* config) {
   group.aset = config->aset;
   group.slots.resize(dev.config.entries_per_group[static_cast<int>(group.stage)]);
   config->group = group.id;
+  dev.changed(group);
   dev.state.groups.emplace(group.id, std::move(group));
   return BCM_E_NONE;
 }

@@ -25,8 +25,7 @@ int create_stat(Device& dev, int group, int nstat, const bcm_field_stat_t* types
     if (types[i] < 0 || types[i] >= kStatTypeCount) return BCM_E_PARAM;
   }
   if (!find_group(dev.state, group)) return BCM_E_NOT_FOUND;
-  int id = 1;
-  while (dev.state.stats.count(id)) ++id;
+  const int id = dev.stat_ids.take([&](int taken) { return dev.state.stats.count(taken) > 0; });
   Stat stat;
   stat.id = id;
   stat.group = group;
@@ -82,6 +81,7 @@ int bcm_field_stat_destroy(int unit, int stat_id) {
         if (it == dev.state.stats.end()) return BCM_E_NOT_FOUND;
         if (!it->second.entries.empty()) return BCM_E_BUSY;
         dev.state.stats.erase(it);
+        dev.stat_ids.release(stat_id);
         return BCM_E_NONE;
       });
 }

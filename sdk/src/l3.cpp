@@ -12,18 +12,8 @@
 namespace bcmsim::detail {
 namespace {
 
-// Egress objects are numbered from the SDK's egress index base; next-hop indexes 0 and 1 are
-// reserved by the SDK, so the first object the SDK hands out is 100002.
+// Egress objects are numbered from the SDK's egress index base.
 constexpr bcm_if_t kEgressIdBase = 100000;
-constexpr bcm_if_t kFirstEgressId = kEgressIdBase + 2;
-constexpr bcm_if_t kFirstIntfId = 1;
-
-template <class Map>
-bcm_if_t lowest_free_id(const Map& map, bcm_if_t first) {
-  bcm_if_t id = first;
-  while (map.count(id)) ++id;
-  return id;
-}
 
 bool same_mac_and_vlan(const bcm_l3_intf_t& a, const bcm_l3_intf_t& b) {
   return std::memcmp(a.l3a_mac_addr, b.l3a_mac_addr, sizeof(bcm_mac_t)) == 0 &&
@@ -43,7 +33,7 @@ int create_intf(Device& dev, bcm_l3_intf_t* intf) {
     for (const auto& [existing_id, existing] : intfs) {
       if (same_mac_and_vlan(existing, *intf)) return BCM_E_EXISTS;
     }
-    id = lowest_free_id(intfs, kFirstIntfId);
+    id = dev.intf_ids.take([&](int taken) { return intfs.count(taken) > 0; });
   }
   intf->l3a_intf_id = id;
   intfs[id] = *intf;
@@ -60,7 +50,7 @@ int create_egress(Device& dev, uint32 flags, bcm_l3_egress_t* egress, bcm_if_t* 
     if (id < kEgressIdBase) return BCM_E_PARAM;
     if (egresses.count(id) && !(flags & BCM_L3_REPLACE)) return BCM_E_EXISTS;
   } else {
-    id = lowest_free_id(egresses, kFirstEgressId);
+    id = dev.egress_ids.take([&](int taken) { return egresses.count(taken) > 0; });
   }
   egresses[id] = {flags, *egress};
   *if_id = id;
@@ -106,7 +96,9 @@ int bcm_l3_intf_delete(int unit, bcm_l3_intf_t* intf) {
       __func__, unit, kNoEntry, [&] { return std::to_string(unit) + ", " + intf_text(intf); },
       [&](Device& dev) -> int {
         if (!intf) return BCM_E_PARAM;
-        return dev.state.l3_intfs.erase(intf->l3a_intf_id) ? BCM_E_NONE : BCM_E_NOT_FOUND;
+        if (!dev.state.l3_intfs.erase(intf->l3a_intf_id)) return BCM_E_NOT_FOUND;
+        dev.intf_ids.release(intf->l3a_intf_id);
+        return BCM_E_NONE;
       });
 }
 
@@ -129,7 +121,9 @@ int bcm_l3_egress_destroy(int unit, bcm_if_t intf) {
   return sdk_call(
       __func__, unit, kNoEntry, [&] { return std::to_string(unit) + ", " + std::to_string(intf); },
       [&](Device& dev) -> int {
-        return dev.state.l3_egresses.erase(intf) ? BCM_E_NONE : BCM_E_NOT_FOUND;
+        if (!dev.state.l3_egresses.erase(intf)) return BCM_E_NOT_FOUND;
+        dev.egress_ids.release(intf);
+        return BCM_E_NONE;
       });
 }
 

@@ -61,9 +61,12 @@ bool ip_protocol_common_matches(const Packet& p, uint32_t protocol) {
   }
 }
 
-// The packet's value of a qualifier; false when the device has no such field.
-bool packet_field(const Packet& p, int qualifier, Words* field) {
+}  // namespace
+
+bool packet_field(const Packet& p, int qualifier, Words* out) {
   const bool ip = p.is_ipv4() || p.is_ipv6();
+  Words unused;
+  Words* field = out ? out : &unused;
   switch (qualifier) {
     case bcmFieldQualifyDstIp6:
       *field = p.is_ipv6() ? ip6_words(p.dst_ip6.data()) : Words{};
@@ -166,8 +169,6 @@ bool packet_field(const Packet& p, int qualifier, Words* field) {
       return false;
   }
 }
-
-}  // namespace
 
 bool qualifier_matches(const Packet& packet, const QualifierValue& q) {
   switch (q.qualifier) {

@@ -10,4 +10,8 @@ namespace bcmsim::detail {
 // by their meaning. A qualifier the device cannot read from a packet never matches.
 bool qualifier_matches(const Packet& packet, const QualifierValue& qualifier);
 
+// The packet's value of a plainly compared qualifier; false when the device has no such field.
+// `field` may be null to ask only whether the field exists.
+bool packet_field(const Packet& packet, int qualifier, Words* field);
+
 }  // namespace bcmsim::detail

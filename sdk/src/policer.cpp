@@ -31,8 +31,7 @@ int create_policer(Device& dev, const bcm_policer_config_t* config, bcm_policer_
     if (exists && !replace) return BCM_E_EXISTS;
     if (!exists && replace) return BCM_E_NOT_FOUND;
   } else {
-    id = 1;
-    while (dev.state.policers.count(id)) ++id;
+    id = dev.policer_ids.take([&](int taken) { return dev.state.policers.count(taken) > 0; });
   }
   Policer& policer = dev.state.policers[id];
   policer.id = id;
@@ -78,6 +77,7 @@ int bcm_policer_destroy(int unit, bcm_policer_t policer_id) {
         return with_policer(dev, policer_id, [&](bcmsim::Policer& policer) -> int {
           if (!policer.attachments.empty()) return BCM_E_BUSY;
           dev.state.policers.erase(policer_id);
+          dev.policer_ids.release(policer_id);
           return BCM_E_NONE;
         });
       });

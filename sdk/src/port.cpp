@@ -23,7 +23,9 @@ void add_ports(bcm_pbmp_t& pbmp, const std::vector<int>& ports) {
   }
 }
 
-void fill_config(const Config& config, bcm_port_config_t& out) {
+}  // namespace
+
+void build_port_config(const Config& config, bcm_port_config_t& out) {
   memset(&out, 0, sizeof(out));
   add_ports(out.ge, config.front_ports);
   add_ports(out.e, config.front_ports);
@@ -32,6 +34,8 @@ void fill_config(const Config& config, bcm_port_config_t& out) {
   add_ports(out.all, config.front_ports);
   add_ports(out.all, {config.cpu_port});
 }
+
+namespace {
 
 std::string control_args(int unit, bcm_port_t port, bcm_port_control_t type) {
   return std::to_string(unit) + ", " + std::to_string(port) + ", " + std::to_string(type);
@@ -78,7 +82,7 @@ int bcm_port_config_get(int unit, bcm_port_config_t* config) {
       __func__, unit, kNoEntry, [&] { return std::to_string(unit) + ", " + pointer_text(config); },
       [&](Device& dev) -> int {
         if (!config) return BCM_E_PARAM;
-        fill_config(dev.config, *config);
+        *config = dev.port_config;
         return BCM_E_NONE;
       });
 }

@@ -151,6 +151,37 @@ TEST_F(Classify, TheBlackHoleEgressObjectDrops) {
   EXPECT_EQ(bcmsim::classify(to(1)).verdict.text(), "dropped, l3 egress 100002");
 }
 
+TEST(ClassifyIndex, EntriesWithoutTheBucketedQualifierStillWinByPriority) {
+  bcmsim::reset();
+  ASSERT_EQ(create_group(1, bcmFieldQualifyStageLookup,
+                         {bcmFieldQualifyOuterVlanId, bcmFieldQualifyEtherType}),
+            0);
+  auto install = [](int eid, int priority, bool vlan, uint16 vlan_id, bcm_field_action_t action) {
+    ASSERT_EQ(bcm_field_entry_create_id(0, 1, eid), 0);
+    if (vlan) {
+      ASSERT_EQ(bcm_field_qualify_OuterVlanId(0, eid, vlan_id, 0xfff), 0);
+    } else {
+      ASSERT_EQ(bcm_field_qualify_EtherType(0, eid, 0x0800, 0xffff), 0);
+    }
+    ASSERT_EQ(bcm_field_action_add(0, eid, action, 1, 0), 0);
+    ASSERT_EQ(bcm_field_entry_prio_set(0, eid, priority), 0);
+    ASSERT_EQ(bcm_field_entry_install(0, eid), 0);
+  };
+  for (int vlan = 1; vlan <= 50; ++vlan)
+    install(vlan, 10, true, static_cast<uint16>(vlan), bcmFieldActionDrop);
+  install(100, 20, false, 0, bcmFieldActionCopyToCpu);
+  Packet packet;
+  packet.outer_vlan = 7;
+  EXPECT_EQ(bcmsim::classify(packet).hits.at(0).entry, 100) << "the higher priority, no VLAN";
+  packet.ether_type = 0x86DD;
+  EXPECT_EQ(bcmsim::classify(packet).hits.at(0).entry, 7);
+  install(101, 30, true, 7, bcmFieldActionDscpNew);
+  EXPECT_EQ(bcmsim::classify(packet).hits.at(0).entry, 101) << "an install after a lookup";
+  ASSERT_EQ(bcm_field_entry_destroy(0, 101), 0);
+  ASSERT_EQ(bcm_field_entry_destroy(0, 7), 0);
+  EXPECT_TRUE(bcmsim::classify(packet).hits.empty());
+}
+
 TEST(Tcam, AnInstallBetweenOccupiedSlotsShiftsToTheNearestFreeSlot) {
   bcmsim::Config config;
   config.entries_per_group = {4, 4, 4};

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string>
 
@@ -23,9 +24,13 @@ enum limid_type_t : uint8_t {
 // The all-zero id: no interface.
 constexpr limid_t limid_null{};
 
-bool operator<(const limid_t& a, const limid_t& b);
-bool operator==(const limid_t& a, const limid_t& b);
-bool operator!=(const limid_t& a, const limid_t& b);
+inline bool operator<(const limid_t& a, const limid_t& b) {
+  return std::memcmp(a.bytes, b.bytes, sizeof(a.bytes)) < 0;
+}
+inline bool operator==(const limid_t& a, const limid_t& b) {
+  return std::memcmp(a.bytes, b.bytes, sizeof(a.bytes)) == 0;
+}
+inline bool operator!=(const limid_t& a, const limid_t& b) { return !(a == b); }
 
 limid_t limid_from_type(limid_type_t type, unsigned number);  // number below 2^24
 limid_t limid_ethernet(unsigned port);

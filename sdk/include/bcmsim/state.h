@@ -82,6 +82,8 @@ struct Group {
     bool free() const { return entry == kFree; }
   };
   std::vector<Slot> slots;
+  // Changes whenever the group's TCAM or an installed entry of it changes.
+  uint64_t version = 0;
 
   bool has_qualifier(int qualifier) const;
   bool allows_action(int action) const;  // an empty action set allows every action

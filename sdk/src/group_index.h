@@ -1,0 +1,41 @@
+// An index of a group's installed entries for classification: the entries bucketed by the value
+// of one qualifier that most of them hold, so that a packet is tested only against the entries
+// that can match it, in slot order.
+#pragma once
+
+#include <unordered_map>
+#include <vector>
+
+#include <bcmsim/classify.h>
+
+namespace bcmsim::detail {
+
+struct WordsHash {
+  size_t operator()(const Words& words) const {
+    size_t hash = 0;
+    for (uint32_t word : words) hash = hash * 1000003u ^ word;
+    return hash;
+  }
+};
+
+class GroupIndex {
+ public:
+  // Rebuilds the index when the group changed since it was built.
+  void refresh(const Group& group, const State& state);
+  // The first installed entry, in slot order, whose qualifiers all match the packet.
+  const Entry* first_match(const Group& group, const State& state, const Packet& packet) const;
+
+ private:
+  struct Bucket {
+    Words mask;
+    std::unordered_map<Words, std::vector<int>, WordsHash> slots;  // by data AND mask
+  };
+
+  uint64_t version_ = 0;
+  bool built_ = false;
+  int qualifier_ = -1;           // none: every slot is a candidate
+  std::vector<Bucket> buckets_;  // one per distinct mask of the qualifier
+  std::vector<int> others_;      // slots of entries without the qualifier
+};
+
+}  // namespace bcmsim::detail
