@@ -112,6 +112,7 @@ TEST_F(Counters, FailuresAreReportedWithTheSdkCode) {
   EXPECT_EQ(filters->attachCounter(first, 3), -1);
   bcmsim::inject_fault({"bcm_field_stat_get", BCM_E_INTERNAL, 1, std::nullopt, false});
   EXPECT_EQ(filters->getCounterValue(7, value), -1);
+  bcmsim::inject_fault({"bcm_field_entry_stat_detach", BCM_E_INTERNAL, 1, std::nullopt, false});
   EXPECT_EQ(filters->detachCounter(first, 3), -1);
   EXPECT_EQ(
       log.texts(),
@@ -121,7 +122,7 @@ TEST_F(Counters, FailuresAreReportedWithTheSdkCode) {
               std::to_string(stat) + " ",
           "[HAL FILTERS] getCounterValue() Failed to get counter 7 value, error: Internal error",
           "[HAL FILTERS] detachCounter() Failed to detach Counter " + std::to_string(stat) +
-              " from Entry 3: Entry not found"}));
+              " from Entry 3: Internal error"}));
 }
 
 TEST_F(Counters, ClearingTheCacheForgetsCountersButNotTheHardware) {

@@ -90,6 +90,27 @@ TEST_F(Entries, TheSecondOfThreeFailingToInstallUndoesTheFirstTwoPositions) {
   EXPECT_TRUE(HalFiltersLL::filters_cache_.entries_info().empty());
 }
 
+// Found by the random sequences: the undo used to stop at the counter, which the failing entry
+// did not hold yet, and left the entry with the parent policer attached for good.
+TEST_F(Entries, AnEntryFailingBeforeItsCounterIsAttachedIsUndoneAndFreesItsPolicers) {
+  auto withPolicers = [](unsigned int id) {
+    FiltersEntry entry = egressEntry(id, ports({limid_ethernet(1)}));
+    entry.addCounter(Counter(static_cast<unsigned short>(id), COUNTER_TYPE_PACKETS));
+    const auto stage = policer::Policer::STAGE_EGRESS;
+    entry.setPolicer(policer::Policer(4, stage, policer::Mode::Flow(100, 1000), {}));
+    entry.setPolicerParent(std::make_shared<policer::Policer>(
+        9, stage, policer::Mode::Flow(500, 1000), std::list<policer::Action>{}));
+    return entry;
+  };
+  bcmsim::inject_fault({"bcm_field_entry_policer_attach", BCM_E_FAIL, 2, std::nullopt, false});
+  EXPECT_EQ(filters->createEntry(kEg, 0, withPolicers(0)), -1);
+  EXPECT_TRUE(bcmsim::state().entries.empty());
+
+  ASSERT_EQ(filters->createEntry(kEg, 0, withPolicers(1)), 0);
+  ASSERT_EQ(filters->deleteEntry(kEg, 0, 1), 0);
+  EXPECT_TRUE(bcmsim::state().policers.empty());
+}
+
 TEST_F(Entries, APriorityBeyondTheGroupFailsAfterProgrammingAndIsUndone) {
   FiltersEntry entry(0, 256);
   entry.setMatch(MatchIngressPorts(ports({limid_ethernet(1)})));
