@@ -15,7 +15,7 @@ void print_to_stderr(const HalCallbacksItf::Line& line) {
   }
 }
 
-std::string format_text(const char* format, va_list args) {
+__attribute__((format(printf, 1, 0))) std::string format_text(const char* format, va_list args) {
   va_list copy;
   va_copy(copy, args);
   char small[256];

@@ -69,7 +69,7 @@ FiltersEntry ScenarioLoader::loadEntry(const YAML::Node& node) {
 void ScenarioLoader::loadMatches(const YAML::Node& node, FiltersEntry& entry) {
   if (!node.IsMap()) reader_.fail(node, "match must map match names to values");
   for (const auto& item : node) {
-    const std::string key = item.first.as<std::string>();
+    const std::string key = reader_.key(item.first);
     if (key == "raw") {
       // Plain matches of any type number, for the library's error paths.
       const YAML::Node types = item.second;

@@ -215,7 +215,7 @@ Step ScenarioLoader::loadStep(const YAML::Node& node) {
   Step step;
   step.line = node.Mark().line + 1;
   for (const auto& item : node) {
-    const std::string key = item.first.as<std::string>();
+    const std::string key = reader_.key(item.first);
     if (key == "expect") continue;
     bool known = false;
     for (const char* kind : kStepKinds) known |= key == kind;

@@ -28,13 +28,18 @@ void YamlReader::expectMap(const YAML::Node& node, std::initializer_list<const c
                            const char* what) const {
   if (!node.IsMap()) fail(node, std::string(what) + " must be a mapping");
   for (const auto& item : node) {
-    const std::string key = item.first.as<std::string>();
+    const std::string name = key(item.first);
     bool known = false;
-    for (const char* name : allowed) known |= key == name;
+    for (const char* allowed_name : allowed) known |= name == allowed_name;
     if (!known) {
-      fail(item.first, "unknown key '" + key + "' in " + what + " (known: " + list(allowed) + ")");
+      fail(item.first, "unknown key '" + name + "' in " + what + " (known: " + list(allowed) + ")");
     }
   }
+}
+
+std::string YamlReader::key(const YAML::Node& key) const {
+  if (!key.IsScalar()) fail(key, "a key must be a plain value");
+  return key.Scalar();
 }
 
 void YamlReader::expectSequence(const YAML::Node& node, const char* what) const {
@@ -52,7 +57,7 @@ std::string YamlReader::singleKey(const YAML::Node& node,
                                   const char* what) const {
   expectMap(node, allowed, what);
   if (node.size() != 1) fail(node, std::string(what) + " must have exactly one key");
-  return node.begin()->first.as<std::string>();
+  return key(node.begin()->first);
 }
 
 int64_t YamlReader::integer(const YAML::Node& node, int64_t min, int64_t max,

@@ -27,6 +27,8 @@ class YamlReader {
   void expectMap(const YAML::Node& node, std::initializer_list<const char*> allowed,
                  const char* what) const;
   void expectSequence(const YAML::Node& node, const char* what) const;
+  // The key of a mapping item, which must be a plain value.
+  std::string key(const YAML::Node& key) const;
   // The value of a key that must be there.
   YAML::Node need(const YAML::Node& map, const char* key) const;
   // A mapping with exactly one key (among `allowed`); returns that key.

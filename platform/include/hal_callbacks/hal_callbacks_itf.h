@@ -36,7 +36,8 @@ class HalCallbacksItf {
 
  private:
   HalCallbacksItf();
-  void emit(int level, int code, const char* format, va_list args);
+  __attribute__((format(printf, 4, 0))) void emit(int level, int code, const char* format,
+                                                  va_list args);
 
   int level_ = kWarning;
   Sink sink_;
