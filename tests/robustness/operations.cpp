@@ -1,0 +1,278 @@
+#include "operations.h"
+
+#include <algorithm>
+#include <sstream>
+
+namespace robustness {
+namespace {
+
+using namespace FiltersCommon;
+
+const char* const kFaultedFunctions[] = {
+    "bcm_field_entry_create_id",
+    "bcm_field_qualify_InPorts",
+    "bcm_field_qualify_OuterVlanId",
+    "bcm_field_qualify_EtherType_get",
+    "bcm_field_action_add",
+    "bcm_field_action_delete",
+    "bcm_field_entry_prio_set",
+    "bcm_field_entry_install",
+    "bcm_field_entry_reinstall",
+    "bcm_field_entry_destroy",
+    "bcm_field_stat_create",
+    "bcm_field_stat_destroy",
+    "bcm_field_entry_stat_attach",
+    "bcm_field_entry_stat_detach",
+    "bcm_policer_create",
+    "bcm_policer_destroy",
+    "bcm_field_entry_policer_attach",
+    "bcm_port_config_get",
+};
+
+unsigned short counter_number(filtersGroupStage_t stage, unsigned id, int slot) {
+  return static_cast<unsigned short>(stage * 100 + id * 4 + static_cast<unsigned>(slot));
+}
+
+class Generator {
+ public:
+  explicit Generator(uint64_t seed) : random_(seed) {}
+
+  int pick(int low, int high) { return std::uniform_int_distribution<int>(low, high)(random_); }
+  bool chance(double probability) { return std::bernoulli_distribution(probability)(random_); }
+
+  EntrySpec entry() {
+    EntrySpec spec;
+    const int stage = pick(1, 3);
+    spec.stage = static_cast<filtersGroupStage_t>(stage);
+    spec.id = static_cast<unsigned>(pick(0, kEntryIds - 1));
+    spec.priority = static_cast<unsigned short>(pick(0, 20));
+    for (int vlan : distinct(pick(1, 2), 1, 40))
+      spec.vlans.insert(static_cast<unsigned short>(vlan));
+    if (stage != FILTERS_GROUP_STAGE_INGRESS) {
+      for (int pcp : distinct(pick(1, 2), 0, 7)) spec.pcps.insert(static_cast<unsigned char>(pcp));
+    }
+    // Up to two ports, and at most one LAG: LAG members are ports 9 to 13.
+    for (int port : distinct(pick(0, 2), 1, 10)) {
+      spec.ports.push_back(limid_ethernet(static_cast<unsigned>(port)));
+    }
+    if (chance(0.6)) {
+      spec.ports.push_back(limid_lag(static_cast<unsigned>(pick(1, 3))));
+    }
+    if (stage == FILTERS_GROUP_STAGE_INGRESS) {
+      spec.all_but_cpu = chance(0.15);
+      const int length = pick(8, 32);
+      spec.src_ip_mask = length == 32 ? 0xffffffffu : ~(0xffffffffu >> length);
+      spec.src_ip = static_cast<uint32_t>(random_()) & spec.src_ip_mask;
+      if (chance(0.4)) spec.dscp = static_cast<unsigned char>(pick(0, 63));
+      if (chance(0.3)) spec.destination = static_cast<unsigned>(pick(1, 2));
+    } else if (chance(0.4)) {
+      spec.pcp = static_cast<unsigned char>(pick(0, 7));
+    }
+    spec.drop = chance(0.4);
+    spec.copy_to_cpu = stage != FILTERS_GROUP_STAGE_EGRESS && chance(0.2);
+    for (int k = 0, n = pick(0, 2); k < n; ++k) {
+      spec.counters.push_back({counter_number(spec.stage, spec.id, k),
+                               chance(0.5) ? COUNTER_TYPE_PACKETS : COUNTER_TYPE_BYTES});
+    }
+    if (stage != FILTERS_GROUP_STAGE_PRE_INGRESS && chance(0.4)) {
+      spec.policer = static_cast<unsigned>(pick(1, 3));
+      if (chance(0.5)) spec.parent_policer = static_cast<unsigned>(pick(10, 11));
+      spec.policer_drops_red = chance(0.5);
+      if (chance(0.5)) spec.policer_yellow_dscp = static_cast<unsigned char>(pick(0, 63));
+      if (chance(0.5)) spec.policer_green_pcp = static_cast<unsigned char>(pick(0, 7));
+    }
+    return spec;
+  }
+
+  Operation operation() {
+    Operation op{};
+    const int roll = pick(0, 99);
+    if (roll < 30) {
+      op.kind = Operation::kCreateEntry;
+      op.entry = entry();
+    } else if (roll < 42) {
+      op.kind = Operation::kUpdateEntry;
+      op.entry = entry();
+    } else if (roll < 60) {
+      op.kind = Operation::kDeleteEntry;
+      op.entry.stage = static_cast<filtersGroupStage_t>(pick(1, 3));
+      op.entry.id = static_cast<unsigned>(pick(0, kEntryIds - 1));
+    } else if (roll < 72) {
+      op.kind = Operation::kAddMember;
+      op.lag = static_cast<unsigned>(pick(1, 3));
+      op.member = static_cast<unsigned>(pick(9, 13));
+    } else if (roll < 82) {
+      op.kind = Operation::kRemoveMember;
+      op.lag = static_cast<unsigned>(pick(1, 3));
+      op.member = static_cast<unsigned>(pick(9, 13));
+    } else if (roll < 86) {
+      op.kind = Operation::kDestroyLag;
+      op.lag = static_cast<unsigned>(pick(1, 3));
+    } else if (roll < 89) {
+      op.kind = Operation::kCreateLag;
+      op.lag = static_cast<unsigned>(pick(1, 3));
+    } else if (roll < 93) {
+      op.kind = Operation::kRemoveDestination;
+      op.destination = static_cast<unsigned>(pick(1, 2));
+    } else if (roll < 98) {
+      op.kind = Operation::kReadCounter;
+      op.counter = counter_number(static_cast<filtersGroupStage_t>(pick(1, 3)),
+                                  static_cast<unsigned>(pick(0, kEntryIds - 1)), pick(0, 3));
+    } else {
+      op.kind = Operation::kCreateGroupAgain;
+    }
+    if (chance(0.12)) {
+      const size_t functions = sizeof(kFaultedFunctions) / sizeof(kFaultedFunctions[0]);
+      op.fault = bcmsim::Fault{kFaultedFunctions[pick(0, static_cast<int>(functions) - 1)],
+                               chance(0.5) ? -1 : -14, pick(1, 3), std::nullopt, false};
+    }
+    return op;
+  }
+
+ private:
+  std::vector<int> distinct(int count, int low, int high) {
+    std::set<int> values;
+    while (static_cast<int>(values.size()) < count) values.insert(pick(low, high));
+    std::vector<int> shuffled(values.begin(), values.end());
+    std::shuffle(shuffled.begin(), shuffled.end(), random_);
+    return shuffled;
+  }
+
+  std::mt19937_64 random_;
+};
+
+}  // namespace
+
+FiltersEntry EntrySpec::toEntry() const {
+  FiltersEntry entry(id, priority);
+  const std::list<limid_t> port_list(ports.begin(), ports.end());
+  if (stage == FILTERS_GROUP_STAGE_EGRESS) {
+    entry.setMatch(MatchEgressPorts(port_list));
+  } else if (all_but_cpu) {
+    entry.setMatch(MatchIngressPorts(std::list<limid_t>{}, std::list<port_type_t>{PORT_TYPE_CPU}));
+  } else {
+    entry.setMatch(MatchIngressPorts(port_list));
+  }
+  entry.setMatch(MatchExternalVlanId(vlans));
+  if (!pcps.empty()) entry.setMatch(MatchPcp(pcps));
+  if (stage == FILTERS_GROUP_STAGE_INGRESS) entry.setMatch(MatchSrcIPv4(src_ip, src_ip_mask));
+  if (stage == FILTERS_GROUP_STAGE_PRE_INGRESS) {
+    entry.setMatch(MatchSrcMac(mac_address_t{2, 0, 0, 0, 0, static_cast<unsigned char>(id)},
+                               mac_address_t{0xff, 0xff, 0xff, 0xff, 0xff, 0xff}));
+  }
+  if (drop) entry.setAction(Action(FILTERS_ACTION_DROP));
+  if (dscp) entry.setAction(ActionSetDSCP(*dscp));
+  if (pcp) entry.setAction(ActionSetPcp(*pcp));
+  if (copy_to_cpu) entry.setAction(Action(FILTERS_ACTION_COPY_TO_CPU));
+  if (destination) entry.setAction(ActionL3Switch(*destination));
+  for (const auto& [counter, type] : counters) entry.addCounter(Counter(counter, type));
+  if (policer) {
+    std::list<policer::Action> actions;
+    if (policer_drops_red) actions.emplace_back(policer::COLOR_RED, policer::Action::TYPE_DROP);
+    if (policer_yellow_dscp) {
+      actions.emplace_back(policer::COLOR_YELLOW, policer::Action::TYPE_SET_DSCP, 0,
+                           *policer_yellow_dscp);
+    }
+    if (policer_green_pcp) {
+      actions.emplace_back(policer::COLOR_GREEN, policer::Action::TYPE_SET_PCP, *policer_green_pcp);
+    }
+    const auto stage_of_policer = stage == FILTERS_GROUP_STAGE_EGRESS
+                                      ? policer::Policer::STAGE_EGRESS
+                                      : policer::Policer::STAGE_INGRESS;
+    entry.setPolicer(
+        policer::Policer(*policer, stage_of_policer, policer::Mode::Flow(1000, 2000), actions));
+    if (parent_policer) {
+      entry.setPolicerParent(std::make_shared<policer::Policer>(*parent_policer, stage_of_policer,
+                                                                policer::Mode::Flow(5000, 8000),
+                                                                std::list<policer::Action>{}));
+    }
+  }
+  return entry;
+}
+
+std::string EntrySpec::text() const {
+  std::ostringstream out;
+  out << "stage " << stage << " entry " << id << " prio " << priority << " ports";
+  if (all_but_cpu) out << " all-but-cpu";
+  for (const limid_t& port : ports) out << " " << limid_name(port);
+  out << " vlans";
+  for (unsigned short vlan : vlans) out << " " << vlan;
+  if (!pcps.empty()) {
+    out << " pcps";
+    for (unsigned char value : pcps) out << " " << int{value};
+  }
+  if (drop) out << " drop";
+  if (dscp) out << " dscp " << int{*dscp};
+  if (pcp) out << " set-pcp " << int{*pcp};
+  if (copy_to_cpu) out << " copy";
+  if (destination) out << " l3-switch " << *destination;
+  for (const auto& [counter, type] : counters) out << " counter " << counter << "/" << type;
+  if (policer) out << " policer " << *policer;
+  if (parent_policer) out << " parent " << *parent_policer;
+  return out.str();
+}
+
+std::string Operation::text() const {
+  std::ostringstream out;
+  switch (kind) {
+    case kCreateGroups:
+      out << "create the groups";
+      break;
+    case kCreateGroupAgain:
+      out << "create the ingress group again";
+      break;
+    case kCreateEntry:
+      out << "create " << entry.text();
+      break;
+    case kUpdateEntry:
+      out << "update " << entry.text();
+      break;
+    case kDeleteEntry:
+      out << "delete stage " << entry.stage << " entry " << entry.id;
+      break;
+    case kAddMember:
+      out << "add eth" << member << " to lag" << lag;
+      break;
+    case kRemoveMember:
+      out << "remove eth" << member << " from lag" << lag;
+      break;
+    case kDestroyLag:
+      out << "destroy lag" << lag;
+      break;
+    case kCreateLag:
+      out << "create lag" << lag;
+      break;
+    case kRemoveDestination:
+      out << "remove and re-add destination " << destination;
+      break;
+    case kReadCounter:
+      out << "read counter " << counter;
+      break;
+    case kClearCache:
+      out << "clear the cache";
+      break;
+    case kDestroyBehindTheLibrary:
+      out << "destroy a hardware entry of " << entry.text();
+      break;
+  }
+  if (fault)
+    out << "  [fault: " << fault->function << " #" << fault->nth << " -> " << fault->rc << "]";
+  return out.str();
+}
+
+CounterOwner counter_owner(unsigned short counter) {
+  return CounterOwner{static_cast<filtersGroupStage_t>(counter / 100), counter % 100 / 4u};
+}
+
+std::vector<Operation> generate(uint64_t seed, int steps) {
+  Generator generator(seed);
+  std::vector<Operation> operations;
+  operations.push_back(Operation{Operation::kCreateGroups, {}, 0, 0, 0, 0, std::nullopt});
+  for (int step = 1; step < steps; ++step) operations.push_back(generator.operation());
+  if (generator.chance(0.2)) {
+    operations.push_back(Operation{Operation::kClearCache, {}, 0, 0, 0, 0, std::nullopt});
+  }
+  return operations;
+}
+
+}  // namespace robustness

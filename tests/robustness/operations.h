@@ -1,0 +1,84 @@
+// The operations of a random sequence, described by plain values so that a sequence can be
+// printed, replayed and shrunk.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <bcmsim/fault_plan.h>
+#include <filters_common/filters_common.h>
+
+namespace robustness {
+
+// User entry ids 0 to kEntryIds - 1 in group 0 of every stage.
+constexpr unsigned kEntryIds = 6;
+
+// A user entry as the generator writes it; the model and the library both start from it.
+struct EntrySpec {
+  FiltersCommon::filtersGroupStage_t stage = FiltersCommon::FILTERS_GROUP_STAGE_INGRESS;
+  unsigned int id = 0;
+  unsigned short priority = 0;
+  std::vector<limid_t> ports;  // ingress ports (pre-ingress, ingress) or egress ports (egress)
+  bool all_but_cpu = false;    // ingress: every port except the CPU port instead of `ports`
+  std::set<unsigned short> vlans;
+  std::set<unsigned char> pcps;  // pre-ingress and egress
+  uint32_t src_ip = 0;           // ingress
+  uint32_t src_ip_mask = 0;
+  bool drop = false;
+  std::optional<unsigned char> dscp;  // ingress
+  std::optional<unsigned char> pcp;   // pre-ingress and egress: a new PCP
+  bool copy_to_cpu = false;
+  std::optional<unsigned int> destination;  // ingress: an L3 switch
+  std::vector<std::pair<unsigned short, FiltersCommon::counter_type_t>> counters;
+  std::optional<unsigned int> policer;  // ingress and egress
+  std::optional<unsigned int> parent_policer;
+  bool policer_drops_red = false;
+  std::optional<unsigned char> policer_yellow_dscp;
+  std::optional<unsigned char> policer_green_pcp;
+
+  FiltersCommon::FiltersEntry toEntry() const;
+  std::string text() const;
+};
+
+struct Operation {
+  enum Kind {
+    kCreateGroups,
+    kCreateGroupAgain,
+    kCreateEntry,
+    kUpdateEntry,
+    kDeleteEntry,
+    kAddMember,
+    kRemoveMember,
+    kDestroyLag,
+    kCreateLag,
+    kRemoveDestination,
+    kReadCounter,
+    kClearCache,
+    kDestroyBehindTheLibrary,  // never generated: shows that the checks see a drifting device
+  };
+  Kind kind;
+  EntrySpec entry;  // create, update; delete uses stage and id
+  unsigned lag = 0;
+  unsigned member = 0;
+  unsigned destination = 0;
+  unsigned short counter = 0;
+  std::optional<bcmsim::Fault> fault;
+
+  std::string text() const;
+};
+
+// The user entry whose counters the generator numbers `counter`: stage, entry id and slot.
+struct CounterOwner {
+  FiltersCommon::filtersGroupStage_t stage;
+  unsigned id;
+};
+CounterOwner counter_owner(unsigned short counter);
+
+// A reproducible sequence of `steps` operations for a seed.
+std::vector<Operation> generate(uint64_t seed, int steps);
+
+}  // namespace robustness
