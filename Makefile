@@ -3,14 +3,21 @@
 
 PACKAGES := cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev libyaml-cpp-dev \
             nlohmann-json3-dev libcli11-dev
+FUZZ_PACKAGES := clang libclang-rt-dev
+FUZZ_SECONDS ?= 60
+SOAK_SEQUENCES ?= 20000
+SOAK_STEPS ?= 150
 SUDO := $(if $(filter 0,$(shell id -u)),,sudo)
 PREFIX ?= $(CURDIR)/install
 
-.PHONY: deps build demo test asan bench install clean
+.PHONY: deps install-missing build demo test asan bench fuzz soak install clean
 
 deps:
+	@$(MAKE) --no-print-directory install-missing WANTED="$(PACKAGES)"
+
+install-missing:
 	@missing=""; \
-	for p in $(PACKAGES); do \
+	for p in $(WANTED); do \
 	  dpkg-query -W -f='$${Status}' $$p 2>/dev/null | grep -q "install ok installed" || missing="$$missing $$p"; \
 	done; \
 	if [ -n "$$missing" ]; then \
@@ -38,6 +45,21 @@ bench: deps
 	cmake --preset release
 	cmake --build --preset release
 	./build/release/bench/filters_bench $(BENCH_ARGS)
+
+# The scenario loader under libFuzzer for FUZZ_SECONDS; the corpus grows in build/fuzz/corpus.
+fuzz: deps
+	@$(MAKE) --no-print-directory install-missing WANTED="$(FUZZ_PACKAGES)"
+	cmake --preset fuzz
+	cmake --build --preset fuzz --target scenario_loader_fuzzer
+	mkdir -p build/fuzz/corpus
+	./build/fuzz/tests/fuzz/scenario_loader_fuzzer -max_total_time=$(FUZZ_SECONDS) \
+	  -dict=tests/fuzz/scenario.dict -artifact_prefix=build/fuzz/ -print_final_stats=1 \
+	  build/fuzz/corpus examples tests/filtersim/scenarios
+
+# Many more random operation sequences than the test suite runs.
+soak: build
+	FILTERS_RANDOM_SEQUENCES=$(SOAK_SEQUENCES) FILTERS_RANDOM_STEPS=$(SOAK_STEPS) \
+	  ./build/default/tests/robustness/robustness_tests --gtest_filter='RandomSequences.Keep*'
 
 install: build
 	cmake --install build/default --prefix $(PREFIX)
