@@ -9,7 +9,6 @@ namespace {
 using namespace FiltersCommon;
 using HalFiltersLL::FilterEntriesCache;
 using HalFiltersLL::user_entry_key_t;
-using test_support::make_lag;
 using test_support::ports;
 
 class CachePools : public test_support::FiltersTest {
@@ -75,35 +74,6 @@ TEST_F(CachePools, UnknownBasesAreReportedOnLookupAndIgnoredOnDestroy) {
   log.clear();
   cache.DestroyEntriesPool(77);
   EXPECT_TRUE(log.lines().empty());
-}
-
-TEST_F(CachePools, DestroyingAPoolLeavesNoEmptyIndexAndNoDestroyedId) {
-  make_lag(*lags, 1, {2, 3});
-  make_lag(*lags, 2, {});
-  auto entry_for = [](unsigned int id) {
-    FiltersEntry entry(id, 0);
-    entry.setMatch(MatchEgressPorts(ports({limid_lag(1), limid_lag(2)})));
-    entry.setAction(ActionL3Switch(7u));
-    return entry;
-  };
-  ASSERT_EQ(cache.InitializeEntriesPool({FILTERS_GROUP_STAGE_EGRESS, 0, 0}, 100, entry_for(0)), 0);
-  ASSERT_EQ(cache.InitializeEntriesPool({FILTERS_GROUP_STAGE_EGRESS, 0, 1}, 200, entry_for(1)), 0);
-  ASSERT_EQ(cache.UpdatePortListEntryInformation(ports({limid_lag(1)}), 101), 0);
-  ASSERT_EQ(cache.UpdatePortListEntryInformation(ports({limid_lag(1)}), 201), 0);
-
-  cache.DestroyEntriesPool(100);
-  EXPECT_EQ(cache.entries_info().count(100), 0u);
-  for (const auto& [lag, users] : cache.lag_entries()) EXPECT_EQ(users.count(100), 0u);
-  EXPECT_EQ(cache.lag_pbmp_entries().at(limid_lag(1)), std::set<int>{201});
-  EXPECT_EQ(cache.ingress_pbmp().count(101), 0u);
-  EXPECT_EQ(cache.l3_destination_entries().at(7), std::set<int>{200});
-
-  cache.DestroyEntriesPool(200);
-  EXPECT_TRUE(cache.entries_info().empty());
-  EXPECT_TRUE(cache.lag_entries().empty());
-  EXPECT_TRUE(cache.lag_pbmp_entries().empty());
-  EXPECT_TRUE(cache.ingress_pbmp().empty());
-  EXPECT_TRUE(cache.l3_destination_entries().empty());
 }
 
 }  // namespace

@@ -84,16 +84,6 @@ TEST_F(TopologyEvents, AnEgressEntryOverALagFollowsItsMembersReusingFreedIdsLowe
   ASSERT_EQ(filters->deleteEntry(kEg, 0, 0), 0) << "nothing left in the hardware to delete";
 }
 
-TEST_F(TopologyEvents, AnEmptyLagFillsItsPlaceholdersWhenItGainsAMember) {
-  test_support::make_lag(*lags, 2, {});
-  FiltersEntry entry(0, 0);
-  entry.setMatch(MatchEgressPorts(std::list<limid_t>{limid_ethernet(7), limid_lag(2)}));
-  ASSERT_EQ(filters->createEntry(kEg, 0, entry), 0);
-  EXPECT_EQ(installed(), std::vector<std::string>{"0:7/"});
-  ASSERT_EQ(lags->AddMember(limid_lag(2), limid_ethernet(8)), 0);
-  EXPECT_EQ(installed(), (std::vector<std::string>{"0:7/", "1:8/"}));
-}
-
 TEST_F(TopologyEvents, AnIngressBitmapFollowsMembershipThroughReinstall) {
   FiltersEntry entry(0, 0);
   entry.setMatch(MatchIngressPorts(ports({limid_ethernet(1), lag1})));
@@ -109,36 +99,6 @@ TEST_F(TopologyEvents, AnIngressBitmapFollowsMembershipThroughReinstall) {
 
   ASSERT_EQ(lags->RemoveMember(lag1, limid_ethernet(2)), 0);
   EXPECT_EQ(qualifiers_of(kIngress, true), std::vector<std::string>{"InPorts={1,3,4}/{0-32}"});
-}
-
-TEST_F(TopologyEvents, ADestroyedLagKeepsAPortTheEntryNamesDirectly) {
-  FiltersEntry entry(0, 0);
-  entry.setMatch(MatchIngressPorts(ports({limid_ethernet(2), lag1})));
-  ASSERT_EQ(filters->createEntry(kIn, 0, entry), 0);
-  EXPECT_EQ(qualifiers_of(kIngress, true), std::vector<std::string>{"InPorts={2,3}/{0-32}"});
-  ASSERT_EQ(lags->DestroyLag(lag1), 0);
-  EXPECT_EQ(qualifiers_of(kIngress, true), std::vector<std::string>{"InPorts={2}/{0-32}"});
-  EXPECT_TRUE(HalFiltersLL::filters_cache_.lag_pbmp_entries().empty());
-}
-
-TEST_F(TopologyEvents, ARemovedDestinationLeavesItsEntriesInstalledWithoutTheSwitch) {
-  ASSERT_EQ(destinations.AddDestination(5, 100010), 0);
-  FiltersEntry entry(0, 0);
-  entry.setMatch(MatchEgressPorts(std::list<limid_t>{limid_ethernet(1), limid_ethernet(2)}));
-  entry.setAction(Action(FILTERS_ACTION_DROP));
-  entry.setAction(ActionL3Switch(5u));
-  ASSERT_EQ(filters->createEntry(kEg, 0, entry), 0);
-  EXPECT_EQ(test_support::actions_of(kBase, true),
-            (std::vector<std::string>{"Drop(0, 0)", "L3Switch(100010, 0)"}));
-
-  ASSERT_EQ(destinations.RemoveDestination(5), 0);
-  for (int eid : {kBase, kBase + 1}) {
-    EXPECT_EQ(test_support::actions_of(eid, true), std::vector<std::string>{"Drop(0, 0)"});
-  }
-  EXPECT_TRUE(
-      log.contains("[HAL FILTERS] RemoveDestinationEvent(dest_id=5) Reinstalling Filter "
-                   "Entry (GID: 0 EID: 0 HW: 2097153)"));
-  EXPECT_TRUE(HalFiltersLL::filters_cache_.l3_destination_entries().empty());
 }
 
 TEST_F(TopologyEvents, AFailingDeletionDoesNotStopTheOthersAndTheEventFails) {
