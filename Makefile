@@ -52,9 +52,12 @@ fuzz: deps
 	cmake --preset fuzz
 	cmake --build --preset fuzz --target scenario_loader_fuzzer
 	mkdir -p build/fuzz/corpus
-	./build/fuzz/tests/fuzz/scenario_loader_fuzzer -max_total_time=$(FUZZ_SECONDS) \
+	@echo "Fuzzing the scenario loader for $(FUZZ_SECONDS) s (log in build/fuzz/fuzz.log)"
+	@./build/fuzz/tests/fuzz/scenario_loader_fuzzer -max_total_time=$(FUZZ_SECONDS) \
 	  -dict=tests/fuzz/scenario.dict -artifact_prefix=build/fuzz/ -print_final_stats=1 \
-	  build/fuzz/corpus examples tests/filtersim/scenarios
+	  build/fuzz/corpus examples tests/filtersim/scenarios > build/fuzz/fuzz.log 2>&1 || \
+	  { tail -60 build/fuzz/fuzz.log; exit 1; }
+	@grep -E "^Done|^stat::" build/fuzz/fuzz.log
 
 # Many more random operation sequences than the test suite runs.
 soak: build

@@ -34,7 +34,7 @@ std::string report(uint64_t seed, const std::vector<Operation>& shortest) {
 }
 
 TEST(RandomSequences, KeepTheDeviceAndTheCacheAsTheModelSays) {
-  const long sequences = setting("FILTERS_RANDOM_SEQUENCES", 100);
+  const long sequences = setting("FILTERS_RANDOM_SEQUENCES", 200);
   const int steps = static_cast<int>(setting("FILTERS_RANDOM_STEPS", 80));
   const auto first_seed = static_cast<uint64_t>(setting("FILTERS_RANDOM_SEED", 1));
   RunResult total;
