@@ -94,9 +94,9 @@ halFiltersErr_t HalFiltersBcm::detachCounter(const user_entry_key_t& key, int hw
   if (record == counter_entries_.end()) return HAL_FILTERS_OK;
   const int stat_id = record->second.stat_id;
   int rv = bcm_field_entry_stat_detach(bcmUnit(), hw_eid, stat_id);
-  // An entry whose programming failed before its counter was attached has nothing to detach,
-  // and must still be destroyed by the undo.
-  if (rv == BCM_E_NOT_FOUND) return HAL_FILTERS_OK;
+  // An entry whose programming failed before its counter was attached has nothing to detach
+  // (the SDK's empty), and must still be destroyed by the undo.
+  if (rv == BCM_E_EMPTY) return HAL_FILTERS_OK;
   if (rv < 0) {
     callbacks().error(rv, "[HAL FILTERS] %s() Failed to detach Counter %d from Entry %d: %s",
                       "detachCounter", stat_id, hw_eid, sdkErrorText(rv));

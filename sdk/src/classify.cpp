@@ -49,11 +49,6 @@ std::optional<Color> colour_of(int action) {
   }
 }
 
-bool metered(const Entry& entry) {
-  return std::any_of(entry.policers.begin(), entry.policers.end(),
-                     [](const std::optional<int>& policer) { return policer.has_value(); });
-}
-
 void switch_to_egress(const State& state, int egress_id, Verdict& verdict) {
   verdict.l3_egress = egress_id;
   auto egress = state.l3_egresses.find(egress_id);
@@ -75,7 +70,7 @@ void change_l2_fields(const State& state, int egress_id, Verdict& verdict) {
 void apply(const State& state, const Entry& entry, const ActionValue& action, const Packet& packet,
            Verdict& verdict) {
   if (auto colour = colour_of(action.action)) {
-    if (!metered(entry) || *colour != packet.color) return;
+    if (!entry.has_policer() || *colour != packet.color) return;
   }
   const int p0 = static_cast<int>(action.param0);
   switch (action.action) {
@@ -186,8 +181,10 @@ bool counts(bcm_field_stat_t type, Color color) {
 }
 
 void count(State& state, const Entry& entry, const Packet& packet) {
-  if (!entry.stat) return;
-  Stat& stat = state.stats.at(*entry.stat);
+  if (!entry.installed->stat) return;
+  auto found = state.stats.find(*entry.installed->stat);
+  if (found == state.stats.end() || !found->second.counting.count(entry.id)) return;
+  Stat& stat = found->second;
   for (size_t i = 0; i < stat.types.size(); ++i) {
     if (!counts(stat.types[i], packet.color)) continue;
     // Even stat types count bytes, odd ones packets.

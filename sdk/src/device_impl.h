@@ -43,6 +43,12 @@ void build_port_config(const Config& config, bcm_port_config_t& out);
 Entry* find_entry(State& state, int id);
 Group* find_group(State& state, int id);
 
+// An entry's hardware stops counting for a statistics object, which keeps the counts it has.
+inline void stop_counting(State& state, int stat_id, int entry_id) {
+  auto stat = state.stats.find(stat_id);
+  if (stat != state.stats.end()) stat->second.counting.erase(entry_id);
+}
+
 // Runs `change(Entry&)` on an existing entry; an unknown entry is the SDK's not-found.
 template <class Change>
 int with_entry(Device& dev, int entry_id, Change&& change) {

@@ -34,22 +34,45 @@ int lowest_free_entry_id(const State& state) {
   return id;
 }
 
-// Copies the staged view to the installed one, placing the entry in its group's TCAM first if it
-// is not there.
+// Writes the staged view to the hardware: a never-installed entry takes its TCAM slot, a changed
+// one is written again, an unchanged one is left alone. The statistics object attached since the
+// last install gets its counter now.
 void install(Device& dev, Entry& entry) {
+  if (entry.installed && *entry.installed == entry.staged) return;
   Group& group = dev.state.groups.at(entry.group);
   if (!entry.installed) dev.state.tcam_moves += tcam_insert(group, entry.id, entry.priority);
+  if (entry.staged.stat) dev.state.stats.at(*entry.staged.stat).counting.insert(entry.id);
   entry.installed = entry.staged;
-  entry.ever_installed = true;
   dev.changed(group);
+}
+
+// Takes an entry out of the hardware: its slot is freed and its counter no longer counts for it.
+void uninstall(Device& dev, Entry& entry) {
+  if (!entry.installed) return;
+  Group& group = dev.state.groups.at(entry.group);
+  tcam_remove(group, entry.id);
+  if (entry.installed->stat) stop_counting(dev.state, *entry.installed->stat, entry.id);
+  entry.installed.reset();
+  dev.changed(group);
+}
+
+int install_call(const char* function, int unit, int entry) {
+  return sdk_call(
+      function, unit, entry, [&] { return args(unit, entry); },
+      [&](Device& dev) -> int {
+        return with_entry(dev, entry, [&](Entry& e) -> int {
+          install(dev, e);
+          return BCM_E_NONE;
+        });
+      });
 }
 
 // Releases what hangs on an entry: its statistics object and its policers.
 void detach_all(State& state, const Entry& entry) {
-  if (entry.stat) state.stats[*entry.stat].entries.erase(entry.id);
+  if (entry.staged.stat) state.stats.at(*entry.staged.stat).entries.erase(entry.id);
   for (int level = 0; level < kPolicerLevels; ++level) {
-    if (entry.policers[level]) {
-      state.policers[*entry.policers[level]].attachments.erase({entry.id, level});
+    if (entry.staged.policers[level]) {
+      state.policers.at(*entry.staged.policers[level]).attachments.erase({entry.id, level});
     }
   }
 }
@@ -90,10 +113,9 @@ int bcm_field_entry_destroy(int unit, bcm_field_entry_t entry) {
       __func__, unit, entry, [&] { return args(unit, entry); },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) -> int {
+          uninstall(dev, e);
           detach_all(dev.state, e);
-          tcam_remove(dev.state.groups[e.group], entry);
-          dev.changed(dev.state.groups[e.group]);
-          dev.state.groups[e.group].entries.erase(entry);
+          dev.state.groups.at(e.group).entries.erase(entry);
           dev.state.entries.erase(entry);
           return BCM_E_NONE;
         });
@@ -101,26 +123,12 @@ int bcm_field_entry_destroy(int unit, bcm_field_entry_t entry) {
 }
 
 int bcm_field_entry_install(int unit, bcm_field_entry_t entry) {
-  return sdk_call(
-      __func__, unit, entry, [&] { return args(unit, entry); },
-      [&](Device& dev) -> int {
-        return with_entry(dev, entry, [&](Entry& e) -> int {
-          install(dev, e);
-          return BCM_E_NONE;
-        });
-      });
+  return install_call(__func__, unit, entry);
 }
 
+// The SDK's reinstall is install: both write whatever changed since the last one.
 int bcm_field_entry_reinstall(int unit, bcm_field_entry_t entry) {
-  return sdk_call(
-      __func__, unit, entry, [&] { return args(unit, entry); },
-      [&](Device& dev) -> int {
-        return with_entry(dev, entry, [&](Entry& e) -> int {
-          if (!e.ever_installed) return BCM_E_PARAM;
-          install(dev, e);
-          return BCM_E_NONE;
-        });
-      });
+  return install_call(__func__, unit, entry);
 }
 
 int bcm_field_entry_remove(int unit, bcm_field_entry_t entry) {
@@ -128,9 +136,7 @@ int bcm_field_entry_remove(int unit, bcm_field_entry_t entry) {
       __func__, unit, entry, [&] { return args(unit, entry); },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) -> int {
-          tcam_remove(dev.state.groups.at(e.group), entry);
-          dev.changed(dev.state.groups.at(e.group));
-          e.installed.reset();
+          uninstall(dev, e);
           return BCM_E_NONE;
         });
       });

@@ -22,8 +22,8 @@ int bcm_field_entry_policer_attach(int unit, bcm_field_entry_t entry_id, int lev
           auto policer = dev.state.policers.find(policer_id);
           if (policer == dev.state.policers.end()) return BCM_E_NOT_FOUND;
           if (level < 0 || level >= bcmsim::kPolicerLevels) return BCM_E_PARAM;
-          if (e.policers[level]) return BCM_E_EXISTS;
-          e.policers[level] = policer_id;
+          if (e.staged.policers[level]) return BCM_E_EXISTS;
+          e.staged.policers[level] = policer_id;
           policer->second.attachments.insert({entry_id, level});
           return BCM_E_NONE;
         });
@@ -40,9 +40,9 @@ int bcm_field_entry_policer_detach(int unit, bcm_field_entry_t entry_id, int lev
       [&](Device& dev) -> int {
         return with_entry(dev, entry_id, [&](bcmsim::Entry& e) -> int {
           if (level < 0 || level >= bcmsim::kPolicerLevels) return BCM_E_PARAM;
-          if (!e.policers[level]) return BCM_E_NOT_FOUND;
-          dev.state.policers[*e.policers[level]].attachments.erase({entry_id, level});
-          e.policers[level].reset();
+          if (!e.staged.policers[level]) return BCM_E_NOT_FOUND;
+          dev.state.policers[*e.staged.policers[level]].attachments.erase({entry_id, level});
+          e.staged.policers[level].reset();
           return BCM_E_NONE;
         });
       });

@@ -23,8 +23,8 @@ void stage_qualifier(EntryView& view, const QualifierValue& value) {
   view.qualifiers.push_back(value);
 }
 
-int check_qset(const Device& dev, const Entry& entry, int qualifier) {
-  return dev.state.groups.at(entry.group).has_qualifier(qualifier) ? BCM_E_NONE : BCM_E_PARAM;
+bool in_qset(const Device& dev, const Entry& entry, int qualifier) {
+  return dev.state.groups.at(entry.group).has_qualifier(qualifier);
 }
 
 std::string qualify_args(int unit, int entry, const QualifierValue& value) {
@@ -40,7 +40,7 @@ int qualify(const char* function, int unit, int entry, const QualifierValue& val
       function, unit, entry, [&] { return qualify_args(unit, entry, value); },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) -> int {
-          if (int rv = check_qset(dev, e, value.qualifier); rv != BCM_E_NONE) return rv;
+          if (!in_qset(dev, e, value.qualifier)) return BCM_E_PARAM;
           stage_qualifier(e.staged, value);
           return BCM_E_NONE;
         });
@@ -52,8 +52,8 @@ int qualify_scalar(const char* function, int unit, int entry, int qualifier, uin
   return qualify(function, unit, entry, {qualifier, scalar_words(data), scalar_words(mask)});
 }
 
-// Reads a staged qualifier: one that is in the qualifier set but was never written reads as zero
-// data and mask.
+// Reads a staged qualifier: one outside the qualifier set is not found; one in it that was never
+// written reads as zero data and mask, which no IpProtocolCommon value encodes.
 int read_qualifier(const char* function, int unit, int entry, int qualifier, bool have_outputs,
                    QualifierValue* out) {
   return sdk_call(
@@ -65,10 +65,9 @@ int read_qualifier(const char* function, int unit, int entry, int qualifier, boo
       [&](Device& dev) -> int {
         if (!have_outputs) return BCM_E_PARAM;
         return with_entry(dev, entry, [&](Entry& e) -> int {
-          if (int rv = check_qset(dev, e, qualifier); rv != BCM_E_NONE) return rv;
+          if (!in_qset(dev, e, qualifier)) return BCM_E_NOT_FOUND;
           const QualifierValue* staged = e.staged.qualifier(qualifier);
-          // The SDK reports IpProtocolCommon as absent until it has been written.
-          if (!staged && qualifier == bcmFieldQualifyIpProtocolCommon) return BCM_E_NOT_FOUND;
+          if (!staged && qualifier == bcmFieldQualifyIpProtocolCommon) return BCM_E_INTERNAL;
           *out = staged ? *staged : QualifierValue{qualifier, {}, {}};
           return BCM_E_NONE;
         });

@@ -107,6 +107,8 @@ int bcm_field_stat_set(int unit, int stat_id, bcm_field_stat_t stat, uint64 valu
       [&] { return stat_args(unit, stat_id, stat) + ", " + std::to_string(value); },
       [&](Device& dev) -> int {
         return with_stat_type(dev, stat_id, stat, [&](bcmsim::Stat& s, size_t i) -> int {
+          // Without a hardware counter there is nothing to write but a clear.
+          if (s.counting.empty() && value != 0) return BCM_E_UNAVAIL;
           s.values[i] = value;
           return BCM_E_NONE;
         });
@@ -123,9 +125,9 @@ int bcm_field_entry_stat_attach(int unit, bcm_field_entry_t entry, int stat_id) 
         return with_entry(dev, entry, [&](bcmsim::Entry& e) -> int {
           auto it = dev.state.stats.find(stat_id);
           if (it == dev.state.stats.end()) return BCM_E_NOT_FOUND;
-          if (e.stat) return BCM_E_EXISTS;
+          if (e.staged.stat) return BCM_E_EXISTS;
           if (it->second.group != e.group) return BCM_E_PARAM;
-          e.stat = stat_id;
+          e.staged.stat = stat_id;
           it->second.entries.insert(entry);
           return BCM_E_NONE;
         });
@@ -140,9 +142,13 @@ int bcm_field_entry_stat_detach(int unit, bcm_field_entry_t entry, int stat_id) 
       },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](bcmsim::Entry& e) -> int {
-          if (e.stat != stat_id) return BCM_E_NOT_FOUND;
-          e.stat.reset();
-          dev.state.stats[stat_id].entries.erase(entry);
+          if (!e.staged.stat) return BCM_E_EMPTY;
+          if (e.staged.stat != stat_id) return BCM_E_PARAM;
+          // The counter is given up at once; the entry's hardware stops counting for the object
+          // although it points at it until the next install.
+          stop_counting(dev.state, stat_id, entry);
+          e.staged.stat.reset();
+          dev.state.stats.at(stat_id).entries.erase(entry);
           return BCM_E_NONE;
         });
       });

@@ -32,6 +32,10 @@ void write_view(JsonWriter& json, const EntryView& view) {
         .value(format_action(a))
         .end_object();
   }
+  json.end_array().key("stat");
+  view.stat ? json.value(*view.stat) : json.null();
+  json.key("policers").begin_array();
+  for (const auto& policer : view.policers) policer ? json.value(*policer) : json.null();
   json.end_array().end_object();
 }
 
@@ -80,11 +84,7 @@ void write_entries(JsonWriter& json, const State& state) {
     } else {
       json.null();
     }
-    json.key("stat");
-    entry.stat ? json.value(*entry.stat) : json.null();
-    json.key("policers").begin_array();
-    for (const auto& policer : entry.policers) policer ? json.value(*policer) : json.null();
-    json.end_array().end_object();
+    json.end_object();
   }
   json.end_array();
 }

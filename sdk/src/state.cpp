@@ -43,7 +43,13 @@ bool EntryView::operator==(const EntryView& other) const {
   return std::equal(qualifiers.begin(), qualifiers.end(), other.qualifiers.begin(),
                     other.qualifiers.end(), same_qualifier) &&
          std::equal(actions.begin(), actions.end(), other.actions.begin(), other.actions.end(),
-                    same_action);
+                    same_action) &&
+         stat == other.stat && policers == other.policers;
+}
+
+bool Entry::has_policer() const {
+  return installed && std::any_of(installed->policers.begin(), installed->policers.end(),
+                                  [](const std::optional<int>& policer) { return policer; });
 }
 
 bool Group::has_qualifier(int qualifier) const {

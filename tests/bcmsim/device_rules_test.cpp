@@ -45,7 +45,7 @@ void standard_setup() {
 }
 
 int stat_of_entry() {
-  return *bcmsim::state().entry(kEntry)->stat;
+  return *bcmsim::state().entry(kEntry)->staged.stat;
 }
 
 struct Refusal {
@@ -132,15 +132,13 @@ INSTANTIATE_TEST_SUITE_P(
                   bcm_field_IpType_t type;
                   return bcm_field_qualify_IpType_get(0, kEntry, &type);
                 },
-                BCM_E_PARAM},
+                BCM_E_NOT_FOUND},
         Refusal{"ActionNotInAset",
                 [] { return bcm_field_action_add(0, kEntry, bcmFieldActionCopyToCpu, 0, 0); },
                 BCM_E_PARAM},
         Refusal{"ActionDeleteNotOnEntry",
                 [] { return bcm_field_action_delete(0, kEntry, bcmFieldActionDrop, 0, 0); },
                 BCM_E_NOT_FOUND},
-        Refusal{"ReinstallNeverInstalled", [] { return bcm_field_entry_reinstall(0, kEntry); },
-                BCM_E_PARAM},
         Refusal{"StatCreateUnknownGroup",
                 [] {
                   bcm_field_stat_t types[] = {bcmFieldStatBytes};
@@ -167,7 +165,18 @@ INSTANTIATE_TEST_SUITE_P(
                 }},
         Refusal{"StatDetachNoneAttached",
                 [] { return bcm_field_entry_stat_detach(0, kOtherEntry, stat_of_entry()); },
-                BCM_E_NOT_FOUND, [] { bcm_field_entry_create_id(0, kGroup, kOtherEntry); }},
+                BCM_E_EMPTY, [] { bcm_field_entry_create_id(0, kGroup, kOtherEntry); }},
+        Refusal{"StatDetachAnotherAttached",
+                [] { return bcm_field_entry_stat_detach(0, kEntry, stat_of_entry() + 1); },
+                BCM_E_PARAM,
+                [] {
+                  bcm_field_stat_t types[] = {bcmFieldStatBytes};
+                  int stat;
+                  bcm_field_stat_create(0, kGroup, 1, types, &stat);
+                }},
+        Refusal{"StatSetBeforeAnyInstall",
+                [] { return bcm_field_stat_set(0, stat_of_entry(), bcmFieldStatPackets, 5); },
+                BCM_E_UNAVAIL},
         Refusal{"PolicerAttachUnknownPolicer",
                 [] { return bcm_field_entry_policer_attach(0, kEntry, 1, 99); }, BCM_E_NOT_FOUND},
         Refusal{"PolicerAttachLevelInUse",

@@ -62,7 +62,8 @@ TEST_F(DeviceViews, UnsetQualifiersReadAsZeroExceptIpProtocolCommon) {
   EXPECT_EQ(bcm_field_qualify_IpType_get(0, kEntry, &type), BCM_E_NONE);
   EXPECT_EQ(type, bcmFieldIpTypeAny);
   bcm_field_IpProtocolCommon_t protocol;
-  EXPECT_EQ(bcm_field_qualify_IpProtocolCommon_get(0, kEntry, &protocol), BCM_E_NOT_FOUND);
+  EXPECT_EQ(bcm_field_qualify_IpProtocolCommon_get(0, kEntry, &protocol), BCM_E_INTERNAL)
+      << "no protocol encodes zero data and mask";
 
   ASSERT_EQ(bcm_field_qualify_EtherType(0, kEntry, 0x0800, 0xffff), BCM_E_NONE);
   ASSERT_EQ(bcm_field_qualify_IpType(0, kEntry, bcmFieldIpTypeIp), BCM_E_NONE);
@@ -82,6 +83,7 @@ TEST_F(DeviceViews, StatisticsHoldOneSixtyFourBitCountPerType) {
   int stat = 0;
   ASSERT_EQ(bcm_field_stat_create(0, kGroup, 2, types, &stat), BCM_E_NONE);
   ASSERT_EQ(bcm_field_entry_stat_attach(0, kEntry, stat), BCM_E_NONE);
+  ASSERT_EQ(bcm_field_entry_install(0, kEntry), BCM_E_NONE) << "the counter comes with the install";
   const uint64 big = 0x1'0000'0005ULL;
   ASSERT_EQ(bcm_field_stat_set(0, stat, bcmFieldStatBytes, big), BCM_E_NONE);
   uint64 packets = 9, bytes = 0;

@@ -49,6 +49,7 @@ TEST_F(Counters, OneStatisticsObjectServesAllCountersOfAUserEntry) {
   ASSERT_EQ(filters->attachCounter(first, 1), 0);
   ASSERT_EQ(filters->attachCounter(first, 2), 0);
   EXPECT_EQ(stat.entries, (std::set<int>{1, 2}));
+  ASSERT_EQ(bcm_field_entry_install(0, 1), 0) << "the object gets its hardware counter";
   ASSERT_EQ(bcm_field_stat_set(0, stat.id, bcmFieldStatPackets, 12), 0);
   ASSERT_EQ(bcm_field_stat_set(0, stat.id, bcmFieldStatBytes, 9000), 0);
   EXPECT_EQ(read(7), 12u);
@@ -71,8 +72,11 @@ TEST_F(Counters, TheNewestUserEntryTakesASharedCounterIdOver) {
   ASSERT_EQ(filters->createCounter(second, entryWith(2, {Counter(7, COUNTER_TYPE_BYTES)})), 0);
   const int second_stat = filters->counter_entries_.at(second).stat_id;
   EXPECT_EQ(filters->hw_counters_.at(7).stat_id, second_stat);
+  ASSERT_EQ(filters->attachCounter(second, 1), 0);
+  ASSERT_EQ(bcm_field_entry_install(0, 1), 0);
   ASSERT_EQ(bcm_field_stat_set(0, second_stat, bcmFieldStatBytes, 64), 0);
   EXPECT_EQ(read(7), 64u);
+  ASSERT_EQ(filters->detachCounter(second, 1), 0);
   EXPECT_EQ(filters->removeCounter(first), 0);
   EXPECT_EQ(filters->hw_counters_.count(7), 0u) << "deleting either entry drops the id";
 }

@@ -57,8 +57,8 @@ TEST_F(Entries, AnEntryBecomesInstalledHardwareEntriesWithItsPriorityCounterAndP
               std::vector<std::string>{"OutPort=" + std::to_string(port) + "/0xff"});
     EXPECT_EQ(test_support::actions_of(eid, true), std::vector<std::string>{"Drop(0, 0)"});
     EXPECT_EQ(hw.priority, 124) << "128 - 1 - 3";
-    EXPECT_EQ(hw.stat, filters->counter_entries_.begin()->second.stat_id);
-    EXPECT_EQ(hw.policers[0], 4);
+    EXPECT_EQ(hw.installed->stat, filters->counter_entries_.begin()->second.stat_id);
+    EXPECT_EQ(hw.installed->policers[0], 4);
   }
   EXPECT_TRUE(log.contains("[HAL FILTERS] installHwEntry() Installed Filter Entry 2097153"));
 }

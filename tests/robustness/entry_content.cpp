@@ -51,16 +51,16 @@ std::string EntryContent::text() const {
 EntryContent installed_content(const bcmsim::Entry& entry) {
   EntryContent content;
   content.priority = entry.priority;
-  if (entry.installed) {
-    content.qualifiers = entry.installed->qualifiers;
-    content.actions = entry.installed->actions;
-  }
-  if (entry.stat) {
-    if (const bcmsim::Stat* stat = bcmsim::state().stat(*entry.stat)) {
+  if (!entry.installed) return content;
+  const bcmsim::EntryView& view = *entry.installed;
+  content.qualifiers = view.qualifiers;
+  content.actions = view.actions;
+  if (view.stat) {
+    if (const bcmsim::Stat* stat = bcmsim::state().stat(*view.stat)) {
       content.stat_types.assign(stat->types.begin(), stat->types.end());
     }
   }
-  content.policers = entry.policers;
+  content.policers = view.policers;
   return content;
 }
 

@@ -76,13 +76,14 @@ void writeEntries(std::ostream& out, const bcmsim::State& state) {
     const bcmsim::Entry& entry = *state.entry(id);
     out << "  " << id << "  group " << entry.group << ", priority " << entry.priority << ", "
         << (entry.installed ? "installed" : "not installed");
-    if (entry.stat) out << ", stat " << *entry.stat;
+    const bcmsim::EntryView& view = entry.installed ? *entry.installed : entry.staged;
+    if (view.stat) out << ", stat " << *view.stat;
     for (int level = 0; level < bcmsim::kPolicerLevels; ++level) {
-      if (entry.policers[level])
-        out << ", policer " << *entry.policers[level] << " (level " << level << ")";
+      if (view.policers[level])
+        out << ", policer " << *view.policers[level] << " (level " << level << ")";
     }
     out << "\n";
-    writeView(out, entry.installed ? *entry.installed : entry.staged);
+    writeView(out, view);
   }
 }
 

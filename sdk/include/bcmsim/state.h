@@ -41,18 +41,20 @@ struct ActionValue {
   bcm_vlan_action_set_t vlan{};
 };
 
-// Qualifiers and actions of an entry: written to the staged view, copied to the installed view
-// by install and reinstall.
+constexpr int kPolicerLevels = 2;
+
+// What an entry holds: qualifiers, actions and attachments are written to the staged view and
+// reach the hardware, the installed view, only at install or reinstall.
 struct EntryView {
   std::vector<QualifierValue> qualifiers;  // in the order first written
   std::vector<ActionValue> actions;        // in the order added
+  std::optional<int> stat;
+  std::array<std::optional<int>, kPolicerLevels> policers{};
 
   const QualifierValue* qualifier(int qualifier) const;
   const ActionValue* action(int action) const;  // the first action of that number
   bool operator==(const EntryView& other) const;
 };
-
-constexpr int kPolicerLevels = 2;
 
 struct Entry {
   int id = 0;
@@ -60,9 +62,8 @@ struct Entry {
   int priority = BCM_FIELD_ENTRY_PRIO_DEFAULT;
   EntryView staged;
   std::optional<EntryView> installed;
-  bool ever_installed = false;
-  std::optional<int> stat;
-  std::array<std::optional<int>, kPolicerLevels> policers{};
+
+  bool has_policer() const;  // in the installed view
 };
 
 struct Group {
@@ -97,6 +98,9 @@ struct Stat {
   std::vector<bcm_field_stat_t> types;
   std::vector<uint64_t> values;  // one per type, same order
   std::set<int> entries;         // entries it is attached to
+  // Installed entries whose hardware counts for it. The object has a hardware counter only
+  // while this is not empty; before its first install it reads zero and cannot be set.
+  std::set<int> counting;
 
   std::optional<uint64_t> value(bcm_field_stat_t type) const;
 };
