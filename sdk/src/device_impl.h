@@ -15,6 +15,8 @@
 
 namespace bcmsim::detail {
 
+constexpr int kFieldIdEnd = 0x1000000;
+
 struct Device {
   Config config;
   State state;
@@ -22,8 +24,11 @@ struct Device {
   bcm_port_config_t port_config{};  // built from the configuration at reset
   CallRecorder log;
   FaultInjector faults;
-  LowestFreeId stat_ids{1};
-  LowestFreeId policer_ids{1};
+  // Statistics objects, policers and entries created without an id: the SDK counts on from the
+  // last id it gave, from 1 up to its id limit.
+  NextFreeId stat_ids{1, kFieldIdEnd};
+  NextFreeId policer_ids{1, kFieldIdEnd};
+  NextFreeId entry_ids{1, kFieldIdEnd};
   LowestFreeId intf_ids{1};
   LowestFreeId egress_ids{
       100002};  // the SDK's egress base is 100000; next hops 0 and 1 are reserved

@@ -28,12 +28,6 @@ int add_entry(Device& dev, int group_id, int entry_id) {
   return BCM_E_NONE;
 }
 
-int lowest_free_entry_id(const State& state) {
-  int id = 1;
-  while (state.entries.count(id)) ++id;
-  return id;
-}
-
 // Writes the staged view to the hardware: a never-installed entry takes its TCAM slot, a changed
 // one is written again, an unchanged one is left alone. The statistics object attached since the
 // last install gets its counter now.
@@ -91,7 +85,9 @@ int bcm_field_entry_create(int unit, bcm_field_group_t group, bcm_field_entry_t*
       [&] { return args(unit, group) + ", " + (entry ? std::to_string(*entry) : "NULL"); },
       [&](Device& dev) -> int {
         if (!entry) return BCM_E_PARAM;
-        int id = lowest_free_entry_id(dev.state);
+        if (!find_group(dev.state, group)) return BCM_E_NOT_FOUND;
+        const int id =
+            dev.entry_ids.take([&](int taken) { return dev.state.entries.count(taken) > 0; });
         int rv = add_entry(dev, group, id);
         if (rv == BCM_E_NONE) *entry = id;
         return rv;

@@ -91,6 +91,7 @@ int clear_field_state(Device& dev) {
   dev.state.groups.clear();
   dev.state.entries.clear();
   dev.state.stats.clear();
+  dev.entry_ids.reset();  // field state starts again; statistics and policer ids count on
   return BCM_E_NONE;
 }
 
@@ -114,10 +115,7 @@ void bcm_field_aset_t_init(bcm_field_aset_t* aset) {
 
 void bcm_field_group_config_t_init(bcm_field_group_config_t* group_config) {
   sdk_void_call(__func__, [&] { return pointer_text(group_config); });
-  if (!group_config) return;
-  memset(group_config, 0, sizeof(*group_config));
-  group_config->priority = BCM_FIELD_GROUP_PRIO_ANY;
-  group_config->mode = bcmFieldGroupModeAuto;
+  if (group_config) memset(group_config, 0, sizeof(*group_config));
 }
 
 int bcm_field_group_config_create(int unit, bcm_field_group_config_t* group_config) {

@@ -81,7 +81,6 @@ int bcm_field_stat_destroy(int unit, int stat_id) {
         if (it == dev.state.stats.end()) return BCM_E_NOT_FOUND;
         if (!it->second.entries.empty()) return BCM_E_BUSY;
         dev.state.stats.erase(it);
-        dev.stat_ids.release(stat_id);
         return BCM_E_NONE;
       });
 }

@@ -77,7 +77,6 @@ int bcm_policer_destroy(int unit, bcm_policer_t policer_id) {
         return with_policer(dev, policer_id, [&](bcmsim::Policer& policer) -> int {
           if (!policer.attachments.empty()) return BCM_E_BUSY;
           dev.state.policers.erase(policer_id);
-          dev.policer_ids.release(policer_id);
           return BCM_E_NONE;
         });
       });
