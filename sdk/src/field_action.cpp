@@ -6,6 +6,7 @@
 
 #include <bcmsim/names.h>
 
+#include "action_conflicts.h"
 #include "sdk_call.h"
 #include "text.h"
 #include "words.h"
@@ -18,6 +19,16 @@ std::string action_args(int unit, int entry, const ActionValue& value) {
          ", " + format_action(value);
 }
 
+// An action outside the group's action set is unavailable; one the entry's actions refuse is a
+// configuration error.
+int check_action(const Group& group, const Entry& entry, int action) {
+  if (!group.allows_action(action)) return BCM_E_UNAVAIL;
+  for (const ActionValue& held : entry.staged.actions) {
+    if (actions_conflict(group.stage, held.action, action)) return BCM_E_CONFIG;
+  }
+  return BCM_E_NONE;
+}
+
 int add_action(const char* function, int unit, int entry, const ActionValue& value,
                bool payload_given = true) {
   return sdk_call(
@@ -25,7 +36,8 @@ int add_action(const char* function, int unit, int entry, const ActionValue& val
       [&](Device& dev) -> int {
         if (!payload_given) return BCM_E_PARAM;
         return with_entry(dev, entry, [&](Entry& e) -> int {
-          if (!dev.state.groups.at(e.group).allows_action(value.action)) return BCM_E_PARAM;
+          const Group& group = dev.state.groups.at(e.group);
+          if (int rv = check_action(group, e, value.action); rv != BCM_E_NONE) return rv;
           e.staged.actions.push_back(value);
           return BCM_E_NONE;
         });

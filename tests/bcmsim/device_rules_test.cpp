@@ -135,7 +135,7 @@ INSTANTIATE_TEST_SUITE_P(
                 BCM_E_NOT_FOUND},
         Refusal{"ActionNotInAset",
                 [] { return bcm_field_action_add(0, kEntry, bcmFieldActionCopyToCpu, 0, 0); },
-                BCM_E_PARAM},
+                BCM_E_UNAVAIL},
         Refusal{"ActionDeleteNotOnEntry",
                 [] { return bcm_field_action_delete(0, kEntry, bcmFieldActionDrop, 0, 0); },
                 BCM_E_NOT_FOUND},

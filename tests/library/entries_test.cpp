@@ -159,7 +159,7 @@ TEST_F(Entries, DeletingEveryEntryLeavesNothingTheLibraryCreated) {
   over_lag.setMatch(MatchExternalVlanId(std::set<unsigned short>{10, 20}));
   over_lag.addCounter(Counter(1, COUNTER_TYPE_BYTES));
   over_lag.setPolicer(policer::Policer(9, policer::Policer::STAGE_EGRESS, policer::Mode::Flow(1, 1),
-                                       {{policer::COLOR_RED, policer::Action::TYPE_DROP}}));
+                                       {{policer::COLOR_RED, policer::Action::TYPE_SET_DSCP, 0, 8}}));
   over_lag.setPolicerParent(std::make_shared<policer::Policer>(
       10, policer::Policer::STAGE_EGRESS, policer::Mode::Flow(2, 2), std::list<policer::Action>{}));
   FiltersEntry switching(3, 0);

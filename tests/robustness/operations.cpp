@@ -77,8 +77,11 @@ class Generator {
     if (stage != FILTERS_GROUP_STAGE_PRE_INGRESS && chance(0.4)) {
       spec.policer = static_cast<unsigned>(pick(1, 3));
       if (chance(0.5)) spec.parent_policer = static_cast<unsigned>(pick(10, 11));
-      spec.policer_drops_red = chance(0.5);
-      if (chance(0.5)) spec.policer_yellow_dscp = static_cast<unsigned char>(pick(0, 63));
+      // The chip refuses a colour's drop or DSCP beside the entry's own.
+      spec.policer_drops_red = !spec.drop && chance(0.5);
+      if (!spec.dscp && chance(0.5)) {
+        spec.policer_yellow_dscp = static_cast<unsigned char>(pick(0, 63));
+      }
       if (chance(0.5)) spec.policer_green_pcp = static_cast<unsigned char>(pick(0, 7));
     }
     return spec;
