@@ -4,6 +4,41 @@
 
 #include "sdk_call.h"
 
+namespace bcmsim::detail {
+namespace {
+
+bool valid_level(int level) {
+  return level >= 0 && level < kPolicerLevels;
+}
+
+// A policer shared by several entries keeps the stage and the level of its first attachment.
+bool fits_sharing(const State& state, const Policer& policer, Stage stage, int level) {
+  if (policer.attachments.empty()) return true;
+  const auto& [entry, held_level] = *policer.attachments.begin();
+  return held_level == level && state.groups.at(state.entries.at(entry).group).stage == stage;
+}
+
+int attach_policer(Device& dev, Entry& entry, int level, int policer_id) {
+  const Stage stage = dev.state.groups.at(entry.group).stage;
+  if (stage == Stage::PreIngress) return BCM_E_UNAVAIL;  // the lookup stage has no meters
+  auto& policers = entry.staged.policers;
+  if (policers[level]) return BCM_E_EXISTS;
+  if (policers[1 - level] == policer_id) return BCM_E_PARAM;  // one policer, one level
+  auto policer = dev.state.policers.find(policer_id);
+  if (policer == dev.state.policers.end()) return BCM_E_NOT_FOUND;
+  if (!fits_sharing(dev.state, policer->second, stage, level)) return BCM_E_PARAM;
+  policers[level] = policer_id;
+  policer->second.attachments.insert({entry.id, level});
+  return BCM_E_NONE;
+}
+
+std::string args(int unit, int entry, int level) {
+  return std::to_string(unit) + ", " + std::to_string(entry) + ", " + std::to_string(level);
+}
+
+}  // namespace
+}  // namespace bcmsim::detail
+
 using namespace bcmsim;
 using namespace bcmsim::detail;
 
@@ -13,36 +48,25 @@ int bcm_field_entry_policer_attach(int unit, bcm_field_entry_t entry_id, int lev
                                    bcm_policer_t policer_id) {
   return sdk_call(
       __func__, unit, entry_id,
-      [&] {
-        return std::to_string(unit) + ", " + std::to_string(entry_id) + ", " +
-               std::to_string(level) + ", " + std::to_string(policer_id);
-      },
+      [&] { return args(unit, entry_id, level) + ", " + std::to_string(policer_id); },
       [&](Device& dev) -> int {
-        return with_entry(dev, entry_id, [&](bcmsim::Entry& e) -> int {
-          auto policer = dev.state.policers.find(policer_id);
-          if (policer == dev.state.policers.end()) return BCM_E_NOT_FOUND;
-          if (level < 0 || level >= bcmsim::kPolicerLevels) return BCM_E_PARAM;
-          if (e.staged.policers[level]) return BCM_E_EXISTS;
-          e.staged.policers[level] = policer_id;
-          policer->second.attachments.insert({entry_id, level});
-          return BCM_E_NONE;
+        if (!valid_level(level)) return BCM_E_PARAM;
+        return with_entry(dev, entry_id, [&](bcmsim::Entry& e) {
+          return attach_policer(dev, e, level, policer_id);
         });
       });
 }
 
 int bcm_field_entry_policer_detach(int unit, bcm_field_entry_t entry_id, int level) {
   return sdk_call(
-      __func__, unit, entry_id,
-      [&] {
-        return std::to_string(unit) + ", " + std::to_string(entry_id) + ", " +
-               std::to_string(level);
-      },
+      __func__, unit, entry_id, [&] { return args(unit, entry_id, level); },
       [&](Device& dev) -> int {
+        if (!valid_level(level)) return BCM_E_PARAM;
         return with_entry(dev, entry_id, [&](bcmsim::Entry& e) -> int {
-          if (level < 0 || level >= bcmsim::kPolicerLevels) return BCM_E_PARAM;
-          if (!e.staged.policers[level]) return BCM_E_NOT_FOUND;
-          dev.state.policers[*e.staged.policers[level]].attachments.erase({entry_id, level});
-          e.staged.policers[level].reset();
+          std::optional<int>& attached = e.staged.policers[level];
+          if (!attached) return BCM_E_EMPTY;
+          dev.state.policers.at(*attached).attachments.erase({entry_id, level});
+          attached.reset();
           return BCM_E_NONE;
         });
       });

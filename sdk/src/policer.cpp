@@ -19,24 +19,31 @@ std::string config_text(const bcm_policer_config_t* config) {
          std::to_string(config->pkbits_burst) + "}";
 }
 
+// Without an id the next free one is given; with an id in use the configuration is replaced,
+// only if asked and only while no entry uses the policer.
 int create_policer(Device& dev, const bcm_policer_config_t* config, bcm_policer_t* policer_id) {
   if (!config || !policer_id) return BCM_E_PARAM;
-  if (config->mode < 0 || config->mode >= bcmPolicerModeCount) return BCM_E_PARAM;
   const bool with_id = config->flags & BCM_POLICER_WITH_ID;
-  const bool replace = config->flags & BCM_POLICER_REPLACE;
-  int id = *policer_id;
-  if (with_id) {
-    if (id < 0) return BCM_E_PARAM;
-    bool exists = dev.state.policers.count(id) > 0;
-    if (exists && !replace) return BCM_E_EXISTS;
-    if (!exists && replace) return BCM_E_NOT_FOUND;
-  } else {
-    id = dev.policer_ids.take([&](int taken) { return dev.state.policers.count(taken) > 0; });
+  if (with_id && (*policer_id < 0 || *policer_id >= kFieldIdEnd)) return BCM_E_PARAM;
+  if (config->mode < 0 || config->mode >= bcmPolicerModeCount) return BCM_E_PARAM;
+  if (config->mode == bcmPolicerModeCommitted && (config->pkbits_sec || config->pkbits_burst)) {
+    return BCM_E_PARAM;  // one rate, one bucket: no peak
   }
-  Policer& policer = dev.state.policers[id];
-  policer.id = id;
+  auto& policers = dev.state.policers;
+  if (with_id) {
+    auto existing = policers.find(*policer_id);
+    if (existing != policers.end()) {
+      if (!(config->flags & BCM_POLICER_REPLACE)) return BCM_E_EXISTS;
+      if (!existing->second.attachments.empty()) return BCM_E_BUSY;
+      existing->second.config = *config;
+      return BCM_E_NONE;
+    }
+  } else {
+    *policer_id = dev.policer_ids.take([&](int taken) { return policers.count(taken) > 0; });
+  }
+  Policer& policer = policers[*policer_id];
+  policer.id = *policer_id;
   policer.config = *config;
-  *policer_id = id;
   return BCM_E_NONE;
 }
 

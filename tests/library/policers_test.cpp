@@ -106,17 +106,17 @@ TEST_F(Policers, SetPcpIsTwoActionsAtIngressAndOneAtEgress) {
             (std::vector<std::string>{"GpOuterVlanPrioNew(3, 0)", "RpDrop(0, 0)"}));
 }
 
-TEST_F(Policers, APolicerActionAtPreIngressFailsAndLeavesThePolicerAttached) {
-  ASSERT_EQ(filters->installPolicer(
-                kPre, 4, entryWith(flow(5, {{policer::COLOR_RED, PolicerAction::TYPE_DROP}}))),
+TEST_F(Policers, PreIngressHasNoMetersNorPolicerActions) {
+  EXPECT_EQ(filters->installPolicer(kPre, 4, entryWith(flow(5))), -1);
+  ASSERT_EQ(log.lines().size(), 1u);
+  EXPECT_EQ(log.lines()[0].code, BCM_E_UNAVAIL) << "the chip refuses the attach";
+  EXPECT_TRUE(policers().at(5).attachments.empty());
+  log.clear();
+  EXPECT_EQ(filters->createBcmPolicerAction(
+                kPre, PolicerAction(policer::COLOR_RED, PolicerAction::TYPE_DROP), 4),
             -2);
-  EXPECT_EQ(log.texts(),
-            (std::vector<std::string>{
-                "[HAL FILTERS] createBcmPolicerAction() Invalid filter stage (1) for Policer "
-                "action: Red Drop",
-                "[HAL FILTERS] installPolicer() Failed to set policer action Red Drop to filter "
-                "entry: 4"}));
-  EXPECT_EQ(policers().at(5).attachments, (std::set<std::pair<int, int>>{{4, 0}}));
+  EXPECT_EQ(log.texts(), std::vector<std::string>{"[HAL FILTERS] createBcmPolicerAction() Invalid "
+                                                  "filter stage (1) for Policer action: Red Drop"});
 }
 
 TEST_F(Policers, AFailingBroadcomActionDoesNotStopTheNext) {

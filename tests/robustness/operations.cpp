@@ -75,8 +75,10 @@ class Generator {
                                chance(0.5) ? COUNTER_TYPE_PACKETS : COUNTER_TYPE_BYTES});
     }
     if (stage != FILTERS_GROUP_STAGE_PRE_INGRESS && chance(0.4)) {
-      spec.policer = static_cast<unsigned>(pick(1, 3));
-      if (chance(0.5)) spec.parent_policer = static_cast<unsigned>(pick(10, 11));
+      // A policer serves one stage and one level on the chip: each stage has its own ids.
+      const int base = stage == FILTERS_GROUP_STAGE_INGRESS ? 0 : 20;
+      spec.policer = static_cast<unsigned>(base + pick(1, 3));
+      if (chance(0.5)) spec.parent_policer = static_cast<unsigned>(base + pick(10, 11));
       // The chip refuses a colour's drop or DSCP beside the entry's own.
       spec.policer_drops_red = !spec.drop && chance(0.5);
       if (!spec.dscp && chance(0.5)) {
