@@ -123,7 +123,7 @@ BENCHMARK(BM_FullDeviceTeardown)->Unit(benchmark::kMillisecond);
 // `unrelated` other hardware entries installed. One item is one member event (add or remove).
 void BM_LagEvent(benchmark::State& state) {
   bcmsim::Config config;
-  config.entries_per_group = {256, 1024, 1024};
+  config.entries_per_slice = {256, 1024, 1024};
   Switch sw(config);
   const limid_t lag = limid_lag(1);
   sw.lags->CreateLag(lag);
@@ -157,7 +157,7 @@ BENCHMARK(BM_LagEvent)->ArgName("unrelated")->Arg(0)->Arg(5000)->Unit(benchmark:
 // creates or deletes 1,000 hardware entries.
 void BM_LagEventExpansion(benchmark::State& state) {
   bcmsim::Config config;
-  config.entries_per_group = {256, 1024, 1024};
+  config.entries_per_slice = {256, 1024, 1024};
   Switch sw(config);
   const limid_t lag = limid_lag(1);
   sw.lags->CreateLag(lag);

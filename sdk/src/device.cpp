@@ -66,6 +66,14 @@ Entry* find_entry(State& state, int id) {
   return it == state.entries.end() ? nullptr : &it->second;
 }
 
+int slices_in_use(const State& state, Stage stage) {
+  int slices = 0;
+  for (const auto& [id, group] : state.groups) {
+    if (group.stage == stage) slices += group.slices;
+  }
+  return slices;
+}
+
 Group* find_group(State& state, int id) {
   auto it = state.groups.find(id);
   return it == state.groups.end() ? nullptr : &it->second;

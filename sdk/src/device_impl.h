@@ -48,6 +48,15 @@ void build_port_config(const Config& config, bcm_port_config_t& out);
 Entry* find_entry(State& state, int id);
 Group* find_group(State& state, int id);
 
+// The slices of a stage that its groups hold.
+int slices_in_use(const State& state, Stage stage);
+
+// Only the ingress stage meters from pools shared by all its slices; elsewhere a meter belongs
+// to a slice, so a group with policers cannot spread over several.
+inline bool has_global_meter_pools(Stage stage) {
+  return stage == Stage::Ingress;
+}
+
 // An entry's hardware stops counting for a statistics object, which keeps the counts it has.
 inline void stop_counting(State& state, int stat_id, int entry_id) {
   auto stat = state.stats.find(stat_id);

@@ -13,13 +13,48 @@ std::string args(int unit, int entry) {
   return std::to_string(unit) + ", " + std::to_string(entry);
 }
 
+int slice_size(const Device& dev, const Group& group) {
+  return dev.config.entries_per_slice[static_cast<int>(group.stage)];
+}
+
+bool holds_policer(const State& state, const Group& group) {
+  for (int id : group.entries) {
+    for (const auto& policer : state.entries.at(id).staged.policers) {
+      if (policer) return true;
+    }
+  }
+  return false;
+}
+
+// A full group takes a free slice of its stage, unless a meter of one of its entries would have
+// to spread over two slices.
+int make_room(Device& dev, Group& group) {
+  if (group.entries.size() < group.slots.size()) return BCM_E_NONE;
+  const int stage = static_cast<int>(group.stage);
+  if (slices_in_use(dev.state, group.stage) >= dev.config.slices_per_stage[stage]) {
+    return BCM_E_RESOURCE;
+  }
+  if (!has_global_meter_pools(group.stage) && holds_policer(dev.state, group)) {
+    return BCM_E_RESOURCE;
+  }
+  tcam_add_slice(group, slice_size(dev, group));
+  dev.changed(group);
+  return BCM_E_NONE;
+}
+
+// An expanded group gives a slice back as soon as its entries fit in one slice fewer.
+void give_back_slices(Device& dev, Group& group) {
+  const size_t size = static_cast<size_t>(slice_size(dev, group));
+  while (group.slices > 1 && group.entries.size() <= static_cast<size_t>(group.slices - 1) * size) {
+    tcam_drop_slice(group, static_cast<int>(size));
+    dev.changed(group);
+  }
+}
+
 int add_entry(Device& dev, int group_id, int entry_id) {
   Group* group = find_group(dev.state, group_id);
   if (!group) return BCM_E_NOT_FOUND;
-  if (static_cast<int>(group->entries.size()) >=
-      dev.config.entries_per_group[static_cast<int>(group->stage)]) {
-    return BCM_E_RESOURCE;
-  }
+  if (int rv = make_room(dev, *group); rv != BCM_E_NONE) return rv;
   Entry entry;
   entry.id = entry_id;
   entry.group = group_id;
@@ -111,8 +146,10 @@ int bcm_field_entry_destroy(int unit, bcm_field_entry_t entry) {
         return with_entry(dev, entry, [&](Entry& e) -> int {
           uninstall(dev, e);
           detach_all(dev.state, e);
-          dev.state.groups.at(e.group).entries.erase(entry);
+          Group& group = dev.state.groups.at(e.group);
+          group.entries.erase(entry);
           dev.state.entries.erase(entry);
+          give_back_slices(dev, group);
           return BCM_E_NONE;
         });
       });

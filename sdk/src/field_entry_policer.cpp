@@ -19,7 +19,10 @@ bool fits_sharing(const State& state, const Policer& policer, Stage stage, int l
 }
 
 int attach_policer(Device& dev, Entry& entry, int level, int policer_id) {
-  const Stage stage = dev.state.groups.at(entry.group).stage;
+  const Group& group = dev.state.groups.at(entry.group);
+  const Stage stage = group.stage;
+  // A meter belongs to one slice where the stage has no shared meter pools.
+  if (!has_global_meter_pools(stage) && group.slices > 1) return BCM_E_CONFIG;
   if (stage == Stage::PreIngress) return BCM_E_UNAVAIL;  // the lookup stage has no meters
   auto& policers = entry.staged.policers;
   if (policers[level]) return BCM_E_EXISTS;

@@ -30,12 +30,6 @@ int stage_of(const bcm_field_qset_t& qset, Stage* stage) {
   return named > 1 ? BCM_E_PARAM : BCM_E_NONE;
 }
 
-int groups_in_stage(const State& state, Stage stage) {
-  int count = 0;
-  for (const auto& [id, group] : state.groups) count += group.stage == stage;
-  return count;
-}
-
 int lowest_free_group_id(const State& state) {
   int id = 1;
   while (state.groups.count(id)) ++id;
@@ -54,9 +48,9 @@ int create_group(Device& dev, bcm_field_group_config_t* config) {
   const bool with_id = config->flags & BCM_FIELD_GROUP_CREATE_WITH_ID;
   if (with_id && config->group < 0) return BCM_E_PARAM;
   if (with_id && dev.state.groups.count(config->group)) return BCM_E_EXISTS;
-  if (groups_in_stage(dev.state, group.stage) >=
-      dev.config.groups_per_stage[static_cast<int>(group.stage)]) {
-    return BCM_E_RESOURCE;
+  const int stage = static_cast<int>(group.stage);
+  if (slices_in_use(dev.state, group.stage) >= dev.config.slices_per_stage[stage]) {
+    return BCM_E_RESOURCE;  // no free slice
   }
   group.id = with_id ? config->group : lowest_free_group_id(dev.state);
   group.priority = config->priority;
@@ -64,7 +58,7 @@ int create_group(Device& dev, bcm_field_group_config_t* config) {
   group.flags = config->flags;
   group.qset = config->qset;
   group.aset = config->aset;
-  group.slots.resize(dev.config.entries_per_group[static_cast<int>(group.stage)]);
+  group.slots.resize(dev.config.entries_per_slice[stage]);
   config->group = group.id;
   dev.changed(group);
   dev.state.groups.emplace(group.id, std::move(group));

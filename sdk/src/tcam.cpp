@@ -61,4 +61,22 @@ void tcam_remove(Group& group, int entry_id) {
   if (slot != group.slots.end()) *slot = Slot{};
 }
 
+void tcam_add_slice(Group& group, int size) {
+  group.slots.resize(group.slots.size() + static_cast<size_t>(size));
+  ++group.slices;
+}
+
+void tcam_drop_slice(Group& group, int size) {
+  std::vector<Slot>& slots = group.slots;
+  int dropped = 0;
+  for (auto slot = slots.end(); slot != slots.begin() && dropped < size;) {
+    --slot;
+    if (slot->free()) {
+      slot = slots.erase(slot);
+      ++dropped;
+    }
+  }
+  --group.slices;
+}
+
 }  // namespace bcmsim::detail

@@ -187,7 +187,7 @@ TEST(ClassifyIndex, EntriesWithoutTheBucketedQualifierStillWinByPriority) {
 
 TEST(Tcam, AnInstallBetweenOccupiedSlotsShiftsToTheNearestFreeSlot) {
   bcmsim::Config config;
-  config.entries_per_group = {4, 4, 4};
+  config.entries_per_slice = {4, 4, 4};
   bcmsim::reset(config);
   ASSERT_EQ(create_group(16, bcmFieldQualifyStageIngress, {}), 0);
   auto install = [](int eid, int priority) {

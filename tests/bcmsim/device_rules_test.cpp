@@ -196,15 +196,41 @@ INSTANTIATE_TEST_SUITE_P(
                 BCM_E_PORT}),
     [](const auto& test) { return test.param.name; });
 
-TEST(DeviceRulesOfCapacity, GroupFullRefusesTheNextEntry) {
-  bcmsim::Config config;
-  config.entries_per_group = {2, 2, 2};
-  bcmsim::reset(config);
-  ASSERT_EQ(create_group(1, bcmFieldQualifyStageEgress, {}), BCM_E_NONE);
-  EXPECT_EQ(bcm_field_entry_create_id(0, 1, 10), BCM_E_NONE);
-  EXPECT_EQ(bcm_field_entry_create_id(0, 1, 11), BCM_E_NONE);
+// Two egress slices of two entries each.
+class DeviceRulesOfSlices : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    bcmsim::Config config;
+    config.slices_per_stage = {4, 16, 2};
+    config.entries_per_slice = {256, 256, 2};
+    bcmsim::reset(config);
+    ASSERT_EQ(create_group(1, bcmFieldQualifyStageEgress, {}), BCM_E_NONE);
+    for (int entry : {10, 11}) ASSERT_EQ(bcm_field_entry_create_id(0, 1, entry), BCM_E_NONE);
+    bcm_policer_config_t policer;
+    bcm_policer_config_t_init(&policer);
+    ASSERT_EQ(bcm_policer_create(0, &policer, &policer_), BCM_E_NONE);
+  }
+  int slices() const { return bcmsim::state().group(1)->slices; }
+  bcm_policer_t policer_ = 0;
+};
+
+TEST_F(DeviceRulesOfSlices, AFullGroupTakesAFreeSliceAndGivesItBackWhenItEmpties) {
+  EXPECT_EQ(bcm_field_entry_create_id(0, 1, 12), BCM_E_NONE);
+  EXPECT_EQ(slices(), 2);
+  EXPECT_EQ(bcm_field_entry_create_id(0, 1, 13), BCM_E_NONE);
+  EXPECT_EQ(bcm_field_entry_create_id(0, 1, 14), BCM_E_RESOURCE) << "no free slice left";
+  EXPECT_EQ(create_group(2, bcmFieldQualifyStageEgress, {}), BCM_E_RESOURCE);
+  EXPECT_EQ(bcm_field_entry_policer_attach(0, 10, 0, policer_), BCM_E_CONFIG)
+      << "an egress meter cannot serve a group over two slices";
+  for (int entry : {12, 11}) ASSERT_EQ(bcm_field_entry_destroy(0, entry), BCM_E_NONE);
+  EXPECT_EQ(slices(), 1);
+  EXPECT_EQ(create_group(2, bcmFieldQualifyStageEgress, {}), BCM_E_NONE);
+}
+
+TEST_F(DeviceRulesOfSlices, AGroupWhoseEntriesHoldEgressMetersDoesNotExpand) {
+  ASSERT_EQ(bcm_field_entry_policer_attach(0, 10, 0, policer_), BCM_E_NONE);
   EXPECT_EQ(bcm_field_entry_create_id(0, 1, 12), BCM_E_RESOURCE);
-  EXPECT_EQ(bcmsim::state().entry(12), nullptr);
+  EXPECT_EQ(slices(), 1);
 }
 
 TEST(DeviceRulesOfActions, EmptyActionSetAllowsEveryAction) {

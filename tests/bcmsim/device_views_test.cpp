@@ -103,7 +103,7 @@ TEST_F(DeviceViews, StatisticsHoldOneSixtyFourBitCountPerType) {
 TEST_F(DeviceViews, ResetReturnsToTheStartUpState) {
   ASSERT_EQ(bcm_field_entry_install(0, kEntry), BCM_E_NONE);
   bcmsim::Config config;
-  config.groups_per_stage = {1, 1, 1};
+  config.slices_per_stage = {1, 1, 1};
   bcmsim::reset(config);
   EXPECT_TRUE(bcmsim::state().groups.empty());
   EXPECT_TRUE(bcmsim::state().entries.empty());

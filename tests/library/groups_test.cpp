@@ -128,7 +128,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(Groups, TheSdkRunningOutOfGroupsIsNoResource) {
   bcmsim::Config small;
-  small.groups_per_stage = {4, 1, 4};
+  small.slices_per_stage = {4, 1, 4};
   bcmsim::reset(small);
   ASSERT_EQ(create(FILTERS_GROUP_STAGE_INGRESS, 0, 0, 1), HalFiltersLL::HAL_FILTERS_OK);
   EXPECT_EQ(create(FILTERS_GROUP_STAGE_INGRESS, 1, 1, 1),

@@ -33,7 +33,7 @@ std::string key_text(const Key& key) {
 // TCAM room for every hardware entry the generator can ask for, so that no step runs out of it.
 bcmsim::Config device_config() {
   bcmsim::Config config;
-  config.entries_per_group = {1024, 1024, 1024};
+  config.entries_per_slice = {1024, 1024, 1024};
   return config;
 }
 

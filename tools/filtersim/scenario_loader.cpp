@@ -189,7 +189,7 @@ void ScenarioLoader::loadDestinations(const YAML::Node& node, SwitchSetup& setup
 
 void ScenarioLoader::loadDevice(const YAML::Node& node, bcmsim::Config& device) {
   reader_.expectMap(node,
-                    {"groups_per_stage", "entries_per_group", "disabled_ports", "internal_ports"},
+                    {"slices_per_stage", "entries_per_slice", "disabled_ports", "internal_ports"},
                     "device");
   auto triple = [&](const char* key, std::array<int, bcmsim::kStageCount>& out) {
     if (!node[key]) return;
@@ -198,8 +198,8 @@ void ScenarioLoader::loadDevice(const YAML::Node& node, bcmsim::Config& device) 
     for (int i = 0; i < 3; ++i)
       out[i] = static_cast<int>(reader_.integer(node[key][i], 1, 4096, key));
   };
-  triple("groups_per_stage", device.groups_per_stage);
-  triple("entries_per_group", device.entries_per_group);
+  triple("slices_per_stage", device.slices_per_stage);
+  triple("entries_per_slice", device.entries_per_slice);
   auto ports = [&](const char* key, std::vector<int>& out) {
     if (!node[key]) return;
     reader_.expectSequence(node[key], key);

@@ -12,9 +12,11 @@ struct Config {
   int unit = 0;
   std::vector<int> front_ports = default_front_ports();
   int cpu_port = 0;
-  // Per stage, in Stage order: pre-ingress, ingress, egress.
-  std::array<int, kStageCount> groups_per_stage{4, 16, 4};
-  std::array<int, kStageCount> entries_per_group{256, 256, 128};
+  // TCAM slices per stage and entries per slice, in Stage order: pre-ingress, ingress, egress.
+  // A group takes one slice and, when it is full, another free slice of its stage. The default
+  // is a Trident 2 (BCM56850) counted in 256-entry slices; docs/bcmsim.md gives the sources.
+  std::array<int, kStageCount> slices_per_stage{4, 16, 4};
+  std::array<int, kStageCount> entries_per_slice{256, 256, 256};
   // Device information: ports forced off (removed from the all-ports bitmap) and extra
   // internal ports such as loopback ports (added to it).
   std::vector<int> disabled_ports;

@@ -75,7 +75,8 @@ struct Group {
   bcm_field_qset_t qset{};
   bcm_field_aset_t aset{};
   std::set<int> entries;
-  // TCAM slots, highest priority first: each holds an installed entry or is free.
+  int slices = 1;  // TCAM slices held: the first, then one more each time the group filled them
+  // TCAM slots of its slices, highest priority first: each holds an installed entry or is free.
   struct Slot {
     static constexpr int kFree = -1;
     int entry = kFree;
