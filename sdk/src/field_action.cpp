@@ -100,10 +100,10 @@ int bcm_field_action_delete(int unit, bcm_field_entry_t entry, bcm_field_action_
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) -> int {
           auto& actions = e.staged.actions;
-          auto it = std::find_if(actions.begin(), actions.end(), [&](const bcmsim::ActionValue& a) {
-            return a.action == action && a.form == bcmsim::ActionForm::Params &&
-                   a.param0 == param0 && a.param1 == param1;
-          });
+          // The SDK finds the action by its number; only mirror actions, which may be held
+          // twice, are told apart by their parameters.
+          auto it = std::find_if(actions.begin(), actions.end(),
+                                 [&](const bcmsim::ActionValue& a) { return a.action == action; });
           if (it == actions.end()) return BCM_E_NOT_FOUND;
           actions.erase(it);
           return BCM_E_NONE;

@@ -179,8 +179,8 @@ int bcm_field_entry_prio_set(int unit, bcm_field_entry_t entry, int prio) {
   return sdk_call(
       __func__, unit, entry, [&] { return args(unit, entry) + ", " + std::to_string(prio); },
       [&](Device& dev) -> int {
+        if (prio < BCM_FIELD_ENTRY_PRIO_LOWEST) return BCM_E_PARAM;
         return with_entry(dev, entry, [&](Entry& e) -> int {
-          if (prio < BCM_FIELD_ENTRY_PRIO_LOWEST) return BCM_E_PARAM;
           if (e.installed && e.priority != prio) {
             // An installed entry moves to the place of its new priority.
             Group& group = dev.state.groups.at(e.group);
