@@ -25,10 +25,10 @@ constexpr int kGroup = 16;
 constexpr int kEntry = 100;
 constexpr int kOtherEntry = 101;
 
-// An ingress group with EtherType, one entry with a stat, and a policer.
+// An ingress group with EtherType, drops in its action set, one entry with a stat, and a policer.
 void standard_setup() {
   ASSERT_EQ(create_group(kGroup, bcmFieldQualifyStageIngress, {bcmFieldQualifyEtherType},
-                         {bcmFieldActionDrop}),
+                         {bcmFieldActionDrop, bcmFieldActionRpDrop}),
             BCM_E_NONE);
   ASSERT_EQ(bcm_field_entry_create_id(0, kGroup, kEntry), BCM_E_NONE);
   bcm_field_stat_t types[] = {bcmFieldStatPackets};
@@ -42,6 +42,14 @@ void standard_setup() {
   bcm_policer_t id = 7;
   ASSERT_EQ(bcm_policer_create(0, &policer, &id), BCM_E_NONE);
   ASSERT_EQ(bcm_field_entry_policer_attach(0, kEntry, 0, 7), BCM_E_NONE);
+}
+
+int create_policer(uint32 flags, bcm_policer_t id) {
+  bcm_policer_config_t config;
+  bcm_policer_config_t_init(&config);
+  config.flags = flags;
+  config.mode = bcmPolicerModeSrTcm;
+  return bcm_policer_create(0, &config, &id);
 }
 
 int stat_of_entry() {
@@ -183,6 +191,44 @@ INSTANTIATE_TEST_SUITE_P(
                 [] { return bcm_field_entry_policer_attach(0, kEntry, 0, 7); }, BCM_E_EXISTS},
         Refusal{"PolicerDestroyWhileAttached", [] { return bcm_policer_destroy(0, 7); },
                 BCM_E_BUSY},
+        Refusal{"PolicerAttachBadLevelBeforeTheEntry",
+                [] { return bcm_field_entry_policer_attach(0, kOtherEntry, 2, 7); }, BCM_E_PARAM},
+        Refusal{"PolicerAttachOnePolicerTwoLevels",
+                [] { return bcm_field_entry_policer_attach(0, kEntry, 1, 7); }, BCM_E_PARAM},
+        Refusal{"PolicerAttachAtTheLookupStage",
+                [] { return bcm_field_entry_policer_attach(0, 300, 0, 7); }, BCM_E_UNAVAIL,
+                [] {
+                  create_group(2, bcmFieldQualifyStageLookup, {});
+                  bcm_field_entry_create_id(0, 2, 300);
+                }},
+        Refusal{"PolicerSharedAtAnotherLevel",
+                [] { return bcm_field_entry_policer_attach(0, kOtherEntry, 1, 7); }, BCM_E_PARAM,
+                [] { bcm_field_entry_create_id(0, kGroup, kOtherEntry); }},
+        Refusal{"PolicerDetachEmptyLevel",
+                [] { return bcm_field_entry_policer_detach(0, kEntry, 1); }, BCM_E_EMPTY},
+        Refusal{"PolicerCreateWithIdInUse", [] { return create_policer(BCM_POLICER_WITH_ID, 7); },
+                BCM_E_EXISTS},
+        Refusal{"PolicerReplaceWhileAttached",
+                [] { return create_policer(BCM_POLICER_WITH_ID | BCM_POLICER_REPLACE, 7); },
+                BCM_E_BUSY},
+        Refusal{"PolicerCommittedWithAPeak",
+                [] {
+                  bcm_policer_config_t config;
+                  bcm_policer_config_t_init(&config);
+                  config.mode = bcmPolicerModeCommitted;
+                  config.pkbits_sec = 100;
+                  bcm_policer_t id;
+                  return bcm_policer_create(0, &config, &id);
+                },
+                BCM_E_PARAM},
+        Refusal{"ActionTwice",
+                [] { return bcm_field_action_add(0, kEntry, bcmFieldActionDrop, 0, 0); },
+                BCM_E_CONFIG,
+                [] { bcm_field_action_add(0, kEntry, bcmFieldActionDrop, 0, 0); }},
+        Refusal{"ActionPairTheFamilyRefuses",
+                [] { return bcm_field_action_add(0, kEntry, bcmFieldActionRpDrop, 0, 0); },
+                BCM_E_CONFIG,
+                [] { bcm_field_action_add(0, kEntry, bcmFieldActionDrop, 0, 0); }},
         Refusal{"L3EgressBeforeEgressMode",
                 [] {
                   bcm_l3_egress_t egress;

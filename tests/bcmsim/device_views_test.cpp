@@ -46,7 +46,13 @@ TEST_F(DeviceViews, OnlyInstallAndReinstallCopyTheStagedViewToTheInstalledOne) {
 
   ASSERT_EQ(bcm_field_entry_remove(0, kEntry), BCM_E_NONE);
   EXPECT_FALSE(entry().installed);
-  EXPECT_EQ(bcm_field_entry_reinstall(0, kEntry), BCM_E_NONE) << "it was installed once";
+  EXPECT_EQ(bcm_field_entry_reinstall(0, kEntry), BCM_E_NONE) << "reinstall installs as well";
+  EXPECT_TRUE(entry().installed);
+  const uint64_t moves = bcmsim::state().tcam_moves;
+  const uint64_t version = bcmsim::state().group(kGroup)->version;
+  EXPECT_EQ(bcm_field_entry_install(0, kEntry), BCM_E_NONE);
+  EXPECT_EQ(bcmsim::state().group(kGroup)->version, version) << "nothing changed, nothing written";
+  EXPECT_EQ(bcmsim::state().tcam_moves, moves);
 
   ASSERT_EQ(bcm_field_entry_destroy(0, kEntry), BCM_E_NONE);
   EXPECT_EQ(bcmsim::state().entry(kEntry), nullptr);
@@ -83,6 +89,10 @@ TEST_F(DeviceViews, StatisticsHoldOneSixtyFourBitCountPerType) {
   int stat = 0;
   ASSERT_EQ(bcm_field_stat_create(0, kGroup, 2, types, &stat), BCM_E_NONE);
   ASSERT_EQ(bcm_field_entry_stat_attach(0, kEntry, stat), BCM_E_NONE);
+  uint64 before = 1;
+  EXPECT_EQ(bcm_field_stat_get(0, stat, bcmFieldStatPackets, &before), BCM_E_NONE);
+  EXPECT_EQ(before, 0u) << "no counter yet: reads give zero";
+  EXPECT_EQ(bcm_field_stat_set(0, stat, bcmFieldStatPackets, 0), BCM_E_NONE) << "a clear is fine";
   ASSERT_EQ(bcm_field_entry_install(0, kEntry), BCM_E_NONE) << "the counter comes with the install";
   const uint64 big = 0x1'0000'0005ULL;
   ASSERT_EQ(bcm_field_stat_set(0, stat, bcmFieldStatBytes, big), BCM_E_NONE);
@@ -98,6 +108,29 @@ TEST_F(DeviceViews, StatisticsHoldOneSixtyFourBitCountPerType) {
 
   ASSERT_EQ(bcm_field_entry_destroy(0, kEntry), BCM_E_NONE);
   EXPECT_EQ(bcm_field_stat_destroy(0, stat), BCM_E_NONE) << "destroying the entry detached it";
+}
+
+TEST_F(DeviceViews, IdsCountOnFromTheLastOneGiven) {
+  bcm_field_stat_t types[] = {bcmFieldStatPackets};
+  int first = 0, second = 0, third = 0;
+  ASSERT_EQ(bcm_field_stat_create(0, kGroup, 1, types, &first), BCM_E_NONE);
+  ASSERT_EQ(bcm_field_stat_create(0, kGroup, 1, types, &second), BCM_E_NONE);
+  ASSERT_EQ(bcm_field_stat_destroy(0, first), BCM_E_NONE);
+  ASSERT_EQ(bcm_field_stat_create(0, kGroup, 1, types, &third), BCM_E_NONE);
+  EXPECT_EQ(std::vector<int>({first, second, third}), std::vector<int>({1, 2, 3}));
+
+  bcm_field_entry_t a = 0, b = 0;
+  ASSERT_EQ(bcm_field_entry_create(0, kGroup, &a), BCM_E_NONE);
+  ASSERT_EQ(bcm_field_entry_destroy(0, a), BCM_E_NONE);
+  ASSERT_EQ(bcm_field_entry_create(0, kGroup, &b), BCM_E_NONE);
+  EXPECT_EQ(std::vector<int>({a, b}), std::vector<int>({1, 2})) << "a freed id is not reused";
+
+  bcm_field_group_config_t config;
+  config.priority = 9;
+  bcm_field_group_config_t_init(&config);
+  EXPECT_EQ(config.priority, 0) << "the initialiser leaves every field zero";
+  EXPECT_EQ(bcm_field_group_config_create(0, &config), BCM_E_NONE);
+  EXPECT_EQ(config.group, 1) << "groups take the lowest free id";
 }
 
 TEST_F(DeviceViews, ResetReturnsToTheStartUpState) {
