@@ -122,9 +122,9 @@ int bcm_field_entry_stat_attach(int unit, bcm_field_entry_t entry, int stat_id) 
       },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](bcmsim::Entry& e) -> int {
+          if (e.staged.stat) return BCM_E_EXISTS;
           auto it = dev.state.stats.find(stat_id);
           if (it == dev.state.stats.end()) return BCM_E_NOT_FOUND;
-          if (e.staged.stat) return BCM_E_EXISTS;
           if (it->second.group != e.group) return BCM_E_PARAM;
           e.staged.stat = stat_id;
           it->second.entries.insert(entry);
