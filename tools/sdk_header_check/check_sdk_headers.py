@@ -36,6 +36,9 @@ def join_continuations(text):
 
 
 def header_files(root, subdirs=SUBDIRS):
+    for name in sorted(os.listdir(root)):
+        if name.endswith(".h"):
+            yield os.path.join(root, name)
     for sub in subdirs:
         top = os.path.join(root, sub)
         for folder, _, files in os.walk(top):
