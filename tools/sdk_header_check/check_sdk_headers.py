@@ -17,10 +17,11 @@ import argparse
 import os
 import re
 import sys
+import warnings
 
 SUBDIRS = ("bcm", "shared", "sal", "soc")
 # What a switch (XGS "esw") build for a Tomahawk device defines.
-DEFAULT_DEFINES = ["BCM_ESW_SUPPORT", "BCM_XGS_SUPPORT", "BCM_XGS3_SWITCH_SUPPORT",
+DEFAULT_DEFINES = ["__STDC__", "BCM_ESW_SUPPORT", "BCM_XGS_SUPPORT", "BCM_XGS3_SWITCH_SUPPORT",
                    "BCM_TRX_SUPPORT", "BCM_TRIUMPH_SUPPORT", "BCM_TRIUMPH3_SUPPORT",
                    "BCM_TRIDENT_SUPPORT", "BCM_TRIDENT2_SUPPORT", "BCM_TOMAHAWK_SUPPORT",
                    "BCM_56960_A0", "BCM_FIELD_SUPPORT", "INCLUDE_L3"]
@@ -251,7 +252,9 @@ class Evaluator:
                 return None
             text = text.replace("/", "//").replace("!=", "<>").replace("!", " not ")
             text = text.replace("<>", "!=")
-            return int(eval(text, {"__builtins__": {}}, {}))  # digits and operators only
+            with warnings.catch_warnings():
+                warnings.simplefilter("ignore")
+                return int(eval(text, {"__builtins__": {}}, {}))  # digits and operators only
         except (ValueError, SyntaxError, TypeError, ZeroDivisionError):
             return None
 

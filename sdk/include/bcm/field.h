@@ -217,7 +217,7 @@ typedef struct bcm_field_qset_s {
 #define BCM_FIELD_QSET_REMOVE(qset, q) SHR_BITCLR(((qset).w), (q))
 #define BCM_FIELD_QSET_TEST(qset, q) SHR_BITGET(((qset).w), (q))
 
-#define BCM_FIELD_ACTION_WIDTH_MAX 16
+#define BCM_FIELD_ACTION_WIDTH_MAX 48
 
 typedef struct bcm_field_action_width_s {
     uint32 action;
@@ -227,7 +227,7 @@ typedef struct bcm_field_action_width_s {
 
 typedef struct bcm_field_aset_s {
     SHR_BITDCL w[_SHR_BITDCLSIZE(bcmFieldActionCount)];
-    bcm_field_action_width_t actions_width[BCM_FIELD_ACTION_WIDTH_MAX];
+    bcm_field_action_width_t actions_width[16];
 } bcm_field_aset_t;
 
 #define BCM_FIELD_ASET_INIT(aset) memset(&(aset), 0, sizeof(bcm_field_aset_t))
@@ -246,6 +246,47 @@ typedef struct bcm_field_aset_s {
 
 #define BCM_FIELD_GROUP_PRIO_ANY (-0x7fffffff)
 
+#define BCM_FIELD_MAX_NAME_LEN 100
+#define BCM_FIELD_PRESEL_SEL_MAX 1024
+#define BCM_FIELD_GROUP_ACTION_RES_ID_DEFAULT (-1)
+
+typedef struct bcm_field_presel_set_s {
+    SHR_BITDCL w[_SHR_BITDCLSIZE(BCM_FIELD_PRESEL_SEL_MAX)];
+} bcm_field_presel_set_t;
+
+typedef enum bcm_field_group_cycle_e {
+    bcmFieldGroupCycle0 = 0,
+    bcmFieldGroupCycle1 = 1,
+    bcmFieldGroupCycleCount = 2
+} bcm_field_group_cycle_t;
+
+typedef enum bcm_field_group_mode_type_e {
+    bcmFieldGroupModeTypeAuto = 0,
+    bcmFieldGroupModeTypeL2Single = 1,
+    bcmFieldGroupModeTypeL3Single = 2,
+    bcmFieldGroupModeTypeL3SingleAny = 3,
+    bcmFieldGroupModeTypeL3Double = 4,
+    bcmFieldGroupModeTypeL3DoubleAny = 5,
+    bcmFieldGroupModeTypeL3DoubleAlternate = 6,
+    bcmFieldGroupModeTypeCount = 7
+} bcm_field_group_mode_type_t;
+
+typedef enum bcm_field_group_packet_type_e {
+    bcmFieldGroupPacketTypeDefault = 0,
+    bcmFieldGroupPacketTypeIp = 1,
+    bcmFieldGroupPacketTypeNonIp = 2,
+    bcmFieldGroupPacketTypeIp4 = 3,
+    bcmFieldGroupPacketTypeIp6 = 4,
+    bcmFieldGroupPacketTypeHigig = 5,
+    bcmFieldGroupPacketTypeFrontPanel = 6,
+    bcmFieldGroupPacketTypeLoopback = 7,
+    bcmFieldGroupPacketTypeAuto = 8,
+    bcmFieldGroupPacketTypeCount = 9
+} bcm_field_group_packet_type_t;
+
+typedef uint32 bcm_field_hintid_t;
+typedef int bcm_field_presel_group_t;
+
 /* The leading fields of the SDK's group description; the library sets no others. */
 typedef struct bcm_field_group_config_s {
     uint32 flags;
@@ -255,6 +296,18 @@ typedef struct bcm_field_group_config_s {
     bcm_pbmp_t ports;
     bcm_field_group_t group;
     bcm_field_aset_t aset;
+    bcm_field_presel_set_t preselset;
+    bcm_field_presel_set_t group_ref;
+    int max_entry_priorities;
+    bcm_field_hintid_t hintid;
+    int action_res_id;
+    uint8 name[BCM_FIELD_MAX_NAME_LEN];
+    bcm_field_group_cycle_t cycle;
+    uint32 pgm_bmp;
+    uint32 share_id;
+    bcm_field_presel_group_t presel_group;
+    bcm_field_group_mode_type_t mode_type;
+    bcm_field_group_packet_type_t packet_type;
 } bcm_field_group_config_t;
 
 /* Entry priorities. */

@@ -102,6 +102,87 @@ typedef enum bcm_vlan_action_e {
     bcmVlanActionArpVlanTranslateAdd = 12
 } bcm_vlan_action_t;
 
+typedef uint32 bcm_mpls_label_t;
+typedef int bcm_failover_t;
+typedef int bcm_multicast_t;
+typedef int bcm_if_group_t;
+typedef int32 bcm_core_t;
+typedef int bcm_policer_pool_t;
+typedef int bcm_tsn_pri_map_t;
+
+typedef struct bcm_vntag_s {
+    uint8 direction;
+    uint8 pointer;
+    uint16 dst_vif;
+    uint8 loop;
+    uint16 src_vif;
+} bcm_vntag_t;
+
+typedef enum bcm_vntag_action_e {
+    bcmVnTagActionNone = 0,
+    bcmVnTagActionChange = 1,
+    bcmVnTagActionDelete = 2,
+    bcmVnTagActionCount = 3
+} bcm_vntag_action_t;
+
+typedef struct bcm_etag_s {
+    uint8 pcp;
+    uint8 de;
+    uint16 src_vid;
+    uint16 vid;
+} bcm_etag_t;
+
+typedef enum bcm_etag_action_e {
+    bcmETagActionNone = 0,
+    bcmETagActionChange = 1,
+    bcmETagActionDelete = 2,
+    bcmETagActionCount = 3
+} bcm_etag_action_t;
+
+#define BCM_FLOW_MAX_NOF_LOGICAL_FIELDS 20
+
+typedef struct bcm_flow_logical_field_s {
+    uint32 id;
+    uint32 value;
+} bcm_flow_logical_field_t;
+
+typedef enum bcm_encap_access_e {
+    bcmEncapAccessInvalid = 0,
+    bcmEncapAccessTunnel1 = 1,
+    bcmEncapAccessTunnel2 = 2,
+    bcmEncapAccessTunnel3 = 3,
+    bcmEncapAccessTunnel4 = 4,
+    bcmEncapAccessNativeArp = 5,
+    bcmEncapAccessNativeAc = 6,
+    bcmEncapAccessArp = 7,
+    bcmEncapAccessRif = 8,
+    bcmEncapAccessAc = 9
+} bcm_encap_access_t;
+
+typedef enum bcm_svtag_pkt_type_e {
+    bcmSvtagPktTypeNonMacsec = 0,
+    bcmSvtagPktTypeMacsec = 1,
+    bcmSvtagPktTypeNonKayMgmt = 2,
+    bcmSvtagPktTypeKayMgmt = 3
+} bcm_svtag_pkt_type_t;
+
+typedef enum bcm_vlan_tpid_action_e {
+    bcmVlanTpidActionNone = 0,
+    bcmVlanTpidActionModify = 1,
+    bcmVlanTpidActionInner = 2,
+    bcmVlanTpidActionOuter = 3
+} bcm_vlan_tpid_action_t;
+
+typedef enum bcm_vlan_pcp_action_e {
+    bcmVlanPcpActionNone = 0
+} bcm_vlan_pcp_action_t;
+
+typedef struct bcm_vlan_svtag_config_s {
+    uint32 sc_index;
+    bcm_svtag_pkt_type_t pkt_type;
+    uint32 offset_adder;
+} bcm_vlan_svtag_config_t;
+
 /* What to do with each tag of a packet, per tag state (dt double, ot outer, it inner, ut none). */
 typedef struct bcm_vlan_action_set_s {
     bcm_vlan_t new_outer_vlan;
@@ -139,8 +220,31 @@ typedef struct bcm_vlan_action_set_s {
     bcm_vlan_action_t ut_inner;
     bcm_vlan_action_t ut_inner_pkt_prio;
     bcm_vlan_action_t ut_inner_cfi;
+    bcm_vlan_pcp_action_t outer_pcp;
+    bcm_vlan_pcp_action_t inner_pcp;
+    bcm_policer_t policer_id;
     uint16 outer_tpid;
     uint16 inner_tpid;
+    bcm_vlan_tpid_action_t outer_tpid_action;
+    bcm_vlan_tpid_action_t inner_tpid_action;
+    int action_id;
+    uint32 class_id;
+    bcm_tsn_pri_map_t taf_gate_primap;
+    uint32 flags;
+    bcm_vlan_action_t outer_tag;
+    bcm_vlan_action_t inner_tag;
+    bcm_vlan_t forwarding_domain;
+    int inner_qos_map_id;
+    int outer_qos_map_id;
+    uint32 opaque_ctrl_id;
+    bcm_vlan_action_t opaque_tag_present;
+    bcm_vlan_action_t opaque_tag_not_present;
+    bcm_gport_t gport;
+    uint32 gport_group;
+    bcm_vlan_t new_third_vlan;
+    bcm_vlan_action_t third_tag_action;
+    bcm_vlan_svtag_config_t svtag_cfg;
+    int egr_pkt_length_adjust_profile;
 } bcm_vlan_action_set_t;
 
 #endif /* BCM_TYPES_H */
