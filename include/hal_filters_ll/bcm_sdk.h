@@ -5,6 +5,7 @@
 #include <cstring>
 
 extern "C" {
+#include <assert.h> /* the SDK's, with _sal_assert */
 #include <bcm/error.h>
 #include <bcm/field.h>
 #include <bcm/l3.h>

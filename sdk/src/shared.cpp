@@ -41,14 +41,14 @@ char* _shr_errmsg[] = {
     const_cast<char*>("Unknown error"),
 };
 
-int _shr_pbmp_bmnull(const _shr_pbmp_t* bm) {
+int _shr_pbmp_bmnull(_shr_pbmp_t* bm) {
   for (uint32 word : bm->pbits) {
     if (word) return 0;
   }
   return 1;
 }
 
-int _shr_pbmp_bmeq(const _shr_pbmp_t* bm1, const _shr_pbmp_t* bm2) {
+int _shr_pbmp_bmeq(_shr_pbmp_t* bm1, _shr_pbmp_t* bm2) {
   return std::memcmp(bm1->pbits, bm2->pbits, sizeof(bm1->pbits)) == 0;
 }
 

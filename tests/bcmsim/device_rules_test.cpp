@@ -10,7 +10,7 @@
 #include <bcm/policer.h>
 #include <bcm/port.h>
 #include <bcm/switch.h>
-#include <sal/core/libc.h>
+#include <assert.h>
 
 #include <bcmsim/device.h>
 #include <bcmsim/json.h>

@@ -52,8 +52,8 @@ typedef struct _shr_pbmp {
 #ifdef __cplusplus
 extern "C" {
 #endif
-extern int _shr_pbmp_bmnull(const _shr_pbmp_t *bm);
-extern int _shr_pbmp_bmeq(const _shr_pbmp_t *bm1, const _shr_pbmp_t *bm2);
+extern int _shr_pbmp_bmnull(_shr_pbmp_t *bm);
+extern int _shr_pbmp_bmeq(_shr_pbmp_t *bm1, _shr_pbmp_t *bm2);
 #ifdef __cplusplus
 }
 #endif

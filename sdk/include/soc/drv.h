@@ -7,8 +7,11 @@
 #include <sal/types.h>
 #include <shared/pbmp.h>
 
-#define SOC_MAX_NUM_DEVICES 16
-#define SOC_MAX_NUM_PORTS 256
+#define SOC_MAX_NUM_SWITCH_DEVICES 16
+#define SOC_MAX_NUM_ETHER_DEVICES 2
+#define SOC_MAX_NUM_DEVICES (SOC_MAX_NUM_SWITCH_DEVICES + SOC_MAX_NUM_ETHER_DEVICES)
+/* The largest port count of the chips a default switch build supports. */
+#define SOC_MAX_NUM_PORTS 267
 
 typedef int soc_port_t;
 typedef _shr_pbmp_t soc_pbmp_t;

@@ -4,15 +4,7 @@
 #ifndef SAL_CORE_LIBC_H
 #define SAL_CORE_LIBC_H
 
-#ifdef __cplusplus
-extern "C" {
-#endif
-
-/* Reports a failed assertion (expression text, file, line) and aborts. */
-extern void _sal_assert(const char *expr, const char *file, int line);
-
-#ifdef __cplusplus
-}
-#endif
+/* The assertion routine is declared with the SDK's assert.h. */
+#include <assert.h>
 
 #endif /* SAL_CORE_LIBC_H */
