@@ -30,11 +30,11 @@ int check_action(const Group& group, const Entry& entry, int action) {
 }
 
 int add_action(const char* function, int unit, int entry, const ActionValue& value,
-               bool payload_given = true) {
+               bool arguments_valid = true) {
   return sdk_call(
       function, unit, entry, [&] { return action_args(unit, entry, value); },
       [&](Device& dev) -> int {
-        if (!payload_given) return BCM_E_PARAM;
+        if (!arguments_valid) return BCM_E_PARAM;
         return with_entry(dev, entry, [&](Entry& e) -> int {
           const Group& group = dev.state.groups.at(e.group);
           if (int rv = check_action(group, e, value.action); rv != BCM_E_NONE) return rv;
@@ -62,7 +62,12 @@ extern "C" {
 
 int bcm_field_action_add(int unit, bcm_field_entry_t entry, bcm_field_action_t action,
                          uint32 param0, uint32 param1) {
-  return add_action(__func__, unit, entry, params_action(action, param0, param1));
+  // Port-bitmap actions do not fit two parameters on a device of more than 32 ports: the SDK
+  // refuses them here, before it looks the entry up, and takes them through ports_add.
+  const bool bitmap_action = action == bcmFieldActionRedirectPbmp ||
+                             action == bcmFieldActionEgressMask ||
+                             action == bcmFieldActionEgressPortsAdd;
+  return add_action(__func__, unit, entry, params_action(action, param0, param1), !bitmap_action);
 }
 
 int bcm_field_action_mac_add(int unit, bcm_field_entry_t entry, bcm_field_action_t action,

@@ -27,6 +27,12 @@ bool in_qset(const Device& dev, const Entry& entry, int qualifier) {
   return dev.state.groups.at(entry.group).has_qualifier(qualifier);
 }
 
+// The ingress stage answers a qualifier outside the qualifier set with a parameter error, the
+// lookup and egress stages with not-found.
+int qset_miss(const Device& dev, const Entry& entry) {
+  return dev.state.groups.at(entry.group).stage == Stage::Ingress ? BCM_E_PARAM : BCM_E_NOT_FOUND;
+}
+
 std::string qualify_args(int unit, int entry, const QualifierValue& value) {
   std::string text = std::to_string(unit) + ", " + std::to_string(entry) + ", " +
                      format_qualifier_part(value.qualifier, value.data);
@@ -40,7 +46,7 @@ int qualify(const char* function, int unit, int entry, const QualifierValue& val
       function, unit, entry, [&] { return qualify_args(unit, entry, value); },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) -> int {
-          if (!in_qset(dev, e, value.qualifier)) return BCM_E_PARAM;
+          if (!in_qset(dev, e, value.qualifier)) return qset_miss(dev, e);
           stage_qualifier(e.staged, value);
           return BCM_E_NONE;
         });

@@ -221,6 +221,15 @@ INSTANTIATE_TEST_SUITE_P(
                   return bcm_policer_create(0, &config, &id);
                 },
                 BCM_E_PARAM},
+        Refusal{"QualifierNotInQsetAtEgress",
+                [] { return bcm_field_qualify_SrcMac(0, 300, kMac, kMac); }, BCM_E_NOT_FOUND,
+                [] {
+                  create_group(3, bcmFieldQualifyStageEgress, {});
+                  bcm_field_entry_create_id(0, 3, 300);
+                }},
+        Refusal{"BitmapActionThroughActionAdd",
+                [] { return bcm_field_action_add(0, kOtherEntry, bcmFieldActionEgressMask, 0, 0); },
+                BCM_E_PARAM},
         Refusal{"ActionTwice",
                 [] { return bcm_field_action_add(0, kEntry, bcmFieldActionDrop, 0, 0); },
                 BCM_E_CONFIG,
