@@ -1,7 +1,10 @@
 // The cache's records: user entry keys, pools of hardware entries, and the global cache.
 #include <hal_filters_ll/filter_entries_cache.h>
 
+#include <limits>
 #include <tuple>
+
+#include <hal_filters_ll/device_profile.h>
 
 #include "sdk_support.h"
 
@@ -57,11 +60,32 @@ int FilterEntriesCache::InitializeEntriesPool(const user_entry_key_t& key, int b
       return HAL_FILTERS_ERR_FAILED;
     }
   }
+  if (pool.size() > IdBlockSize(key.stage)) {
+    callbacks().log(kLogError,
+                    "Cannot create filter hardware entry %i: it needs %zu hardware entries, more "
+                    "than the %zu ids of its block",
+                    base, pool.size(), IdBlockSize(key.stage));
+    entries_info_.erase(record);
+    return HAL_FILTERS_ERR_FAILED;
+  }
   ConsolidateEntryInformation(pool, base);
   for (const auto& [type, action] : entry.getActions()) {
     CacheFilterActionDependencies(base, *action);
   }
   return HAL_FILTERS_OK;
+}
+
+size_t FilterEntriesCache::IdBlockSize(FiltersCommon::filtersGroupStage_t stage) {
+  switch (stage) {
+    case FiltersCommon::FILTERS_GROUP_STAGE_PRE_INGRESS:
+      return getHWEntriesPerPreIngressGroup();
+    case FiltersCommon::FILTERS_GROUP_STAGE_INGRESS:
+      return getHWEntriesPerIngressGroup();
+    case FiltersCommon::FILTERS_GROUP_STAGE_EGRESS:
+      return getHWEntriesPerEgressGroup();
+    default:
+      return std::numeric_limits<size_t>::max();
+  }
 }
 
 std::vector<pool_entry>* FilterEntriesCache::GetEntriesPool(int base) {

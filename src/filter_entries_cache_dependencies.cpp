@@ -3,6 +3,8 @@
 // re-qualifies. Each query also brings the cache's records up to date for its event.
 #include <hal_filters_ll/filter_entries_cache.h>
 
+#include <algorithm>
+
 #include <hal_bcm_common/hal_bcm_common.h>
 
 #include "port_bitmap.h"
@@ -91,10 +93,22 @@ int FilterEntriesCache::GetRemovedL3DestinationEntries(unsigned int dest_id, Rem
   return rc;
 }
 
+namespace {
+
+// The size of a pool once `added` entries have taken its free slots, lowest first.
+size_t grownSize(const std::vector<pool_entry>& pool, size_t added) {
+  const size_t free_slots = static_cast<size_t>(
+      std::count_if(pool.begin(), pool.end(), [](const pool_entry& e) { return !e.installable; }));
+  return pool.size() + (added > free_slots ? added - free_slots : 0);
+}
+
+}  // namespace
+
 int FilterEntriesCache::GetAddedLagMemberEntries(const limid_t& lag, const limid_t& member,
                                                  AddedEntries& out) {
   auto users = lag_entries_.find(lag);
   if (users == lag_entries_.end()) return 0;
+  bool refused = false;  // an entry the new member's entries do not fit; the others go on
   for (auto& [base, members] : users->second) {
     auto record = entries_info_.find(base);
     if (record == entries_info_.end()) {
@@ -124,11 +138,19 @@ int FilterEntriesCache::GetAddedLagMemberEntries(const limid_t& lag, const limid
         return rc;
       }
     }
+    if (grownSize(info.pool, added.size()) > IdBlockSize(info.user_key.stage)) {
+      callbacks().log(kLogError,
+                      "Cannot add LAG member to hardware ID %d: its %zu new hardware entries "
+                      "would exceed the %zu ids of its block",
+                      base, added.size(), IdBlockSize(info.user_key.stage));
+      refused = true;
+      continue;
+    }
     ConsolidateNewLagMemberEntriesInformation(info.pool, added, members[member], base);
     std::vector<pool_entry>& created = out[info.user_key];
     created.insert(created.end(), added.begin(), added.end());
   }
-  return 0;
+  return refused ? HAL_FILTERS_ERR_FAILED : 0;
 }
 
 void FilterEntriesCache::ConsolidateNewLagMemberEntriesInformation(

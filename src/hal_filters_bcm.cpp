@@ -96,6 +96,7 @@ void HalFiltersBcm::clearCache() {
   counter_entries_.clear();
   parent_policer_entries_.clear();
   entry_parent_policer_.clear();
+  interrupted_updates_.clear();
 }
 
 }  // namespace HalFiltersLL

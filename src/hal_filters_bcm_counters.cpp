@@ -44,6 +44,8 @@ int HalFiltersBcm::FiltersCommonCounterType2BcmCounterType(counter_type_t type) 
 
 halFiltersErr_t HalFiltersBcm::createCounter(const user_entry_key_t& key,
                                              const FiltersCommon::FiltersEntry& entry) {
+  // A counter left by an earlier failed create of this entry gives way to the new one.
+  if (halFiltersErr_t rc = removeCounter(key); rc != HAL_FILTERS_OK) return rc;
   const auto& counters = entry.getCounters();
   if (counters.empty()) return HAL_FILTERS_OK;
   const int hw_gid = getHwGid(key.stage, key.group_id);
@@ -89,11 +91,13 @@ halFiltersErr_t HalFiltersBcm::attachCounter(const user_entry_key_t& key, int hw
   return HAL_FILTERS_OK;
 }
 
-halFiltersErr_t HalFiltersBcm::detachCounter(const user_entry_key_t& key, int hw_eid) const {
+halFiltersErr_t HalFiltersBcm::detachCounter(const user_entry_key_t& key, int hw_eid,
+                                             bool* entry_gone) const {
   auto record = counter_entries_.find(key);
   if (record == counter_entries_.end()) return HAL_FILTERS_OK;
   const int stat_id = record->second.stat_id;
   int rv = bcm_field_entry_stat_detach(bcmUnit(), hw_eid, stat_id);
+  if (entry_gone) *entry_gone = rv == BCM_E_NOT_FOUND;
   // An entry whose programming failed before its counter was attached has nothing to detach
   // (the SDK's empty), and must still be destroyed by the undo.
   if (rv == BCM_E_EMPTY) return HAL_FILTERS_OK;

@@ -23,7 +23,11 @@ halFiltersErr_t HalFiltersBcm::createEntry(filtersGroupStage_t stage, unsigned s
     callbacks().log(kLogError, "Error initializing HW entries pool");
     return static_cast<halFiltersErr_t>(initialized);
   }
-  if (halFiltersErr_t rc = createCounter(key, entry); rc != HAL_FILTERS_OK) return rc;
+  if (halFiltersErr_t rc = createCounter(key, entry); rc != HAL_FILTERS_OK) {
+    // Without its pool, the entry can be created again.
+    filters_cache_.DestroyEntriesPool(base);
+    return rc;
+  }
 
   const std::vector<pool_entry>* pool = filters_cache_.GetEntriesPool(base);
   if (!pool) {
@@ -44,6 +48,7 @@ halFiltersErr_t HalFiltersBcm::createEntry(filtersGroupStage_t stage, unsigned s
       return rc;
     }
   }
+  interrupted_updates_.erase(key);
   return HAL_FILTERS_OK;
 }
 
@@ -52,6 +57,16 @@ void HalFiltersBcm::undoCreatedHwEntries(const user_entry_key_t& key,
   // By position, installable or not: with no free slot before it, the failing entry is included.
   for (int position = 0; position < count; ++position) {
     deleteHwEntry(key, static_cast<int>(pool[position].entry.getId()));
+  }
+  // Free slots before the failing entry push created entries past those positions; they are
+  // removed too, so that nothing of the failed create stays in the hardware.
+  int attempted = 0;
+  for (size_t position = 0; position < pool.size() && attempted < count; ++position) {
+    if (!pool[position].installable) continue;
+    ++attempted;
+    if (position >= static_cast<size_t>(count)) {
+      deleteHwEntry(key, static_cast<int>(pool[position].entry.getId()));
+    }
   }
 }
 
@@ -122,17 +137,27 @@ halFiltersErr_t HalFiltersBcm::installHwEntry(const user_entry_key_t& key,
   return HAL_FILTERS_OK;
 }
 
-halFiltersErr_t HalFiltersBcm::deleteHwEntry(const user_entry_key_t& key, int hw_eid) {
+halFiltersErr_t HalFiltersBcm::deleteHwEntry(const user_entry_key_t& key, int hw_eid,
+                                             bool* gone) {
+  bool entry_gone = false;
+  if (gone) *gone = false;
   const int hw_gid = getHwGid(key.stage, key.group_id);
   if (hw_gid < 0) {
     callbacks().log(kLogError, "[HAL FILTERS] %s() Hardware group ID translation failed",
                     "deleteHwEntry");
     return HAL_FILTERS_ERR_FAILED;
   }
-  if (halFiltersErr_t rc = detachCounter(key, hw_eid); rc != HAL_FILTERS_OK) return rc;
-  const int rv = bcm_field_entry_destroy(bcmUnit(), hw_eid);
-  if (rv < 0) return handleBcmEntryError(rv, hw_gid, hw_eid, "destroy");
-  return static_cast<halFiltersErr_t>(removePolicer(hw_eid));
+  halFiltersErr_t rc = detachCounter(key, hw_eid, &entry_gone);
+  if (rc == HAL_FILTERS_OK) {
+    const int rv = bcm_field_entry_destroy(bcmUnit(), hw_eid);
+    entry_gone = rv >= 0 || rv == BCM_E_NOT_FOUND;
+    rc = handleBcmEntryError(rv, hw_gid, hw_eid, "destroy");
+  }
+  if (gone) *gone = entry_gone;
+  // An entry that is gone no longer uses its policers, whatever the SDK answered.
+  if (!entry_gone) return rc;
+  const int released = removePolicer(hw_eid);
+  return rc != HAL_FILTERS_OK ? rc : static_cast<halFiltersErr_t>(released);
 }
 
 halFiltersErr_t HalFiltersBcm::deleteEntry(filtersGroupStage_t stage, unsigned short gid,
@@ -144,17 +169,23 @@ halFiltersErr_t HalFiltersBcm::deleteEntry(filtersGroupStage_t stage, unsigned s
                     "deleteEntry");
     return HAL_FILTERS_ERR_FAILED;
   }
-  const std::vector<pool_entry>* pool = filters_cache_.GetEntriesPool(base);
+  std::vector<pool_entry>* pool = filters_cache_.GetEntriesPool(base);
   if (!pool) {
     callbacks().log(kLogInfo, "[HAL FILTERS] %s() Entry (EID: %d; Hw EID: %d) does not exist",
                     "deleteEntry", eid, base);
+    releaseFailedCreate(key);
+    interrupted_updates_.erase(key);
     return HAL_FILTERS_ERR_FAILED;
   }
   halFiltersErr_t last = HAL_FILTERS_OK;
-  for (const pool_entry& hw_entry : *pool) {
+  for (pool_entry& hw_entry : *pool) {
     if (!hw_entry.installable) continue;
     const int hw_eid = static_cast<int>(hw_entry.entry.getId());
-    if (halFiltersErr_t rc = deleteHwEntry(key, hw_eid); rc != HAL_FILTERS_OK) {
+    bool gone = false;
+    const halFiltersErr_t rc = deleteHwEntry(key, hw_eid, &gone);
+    // A later delete skips what is already gone from the hardware.
+    if (gone) hw_entry.installable = false;
+    if (rc != HAL_FILTERS_OK) {
       last = rc;
       continue;
     }
@@ -175,8 +206,24 @@ halFiltersErr_t HalFiltersBcm::deleteEntry(filtersGroupStage_t stage, unsigned s
 halFiltersErr_t HalFiltersBcm::updateEntry(filtersGroupStage_t stage, unsigned short gid,
                                            const FiltersEntry& entry) {
   callbacks().log(kLogInfo, "Updating Filter Entry (EID: %d)", entry.getId());
-  if (halFiltersErr_t rc = deleteEntry(stage, gid, entry.getId()); rc != HAL_FILTERS_OK) return rc;
-  return createEntry(stage, gid, entry);
+  const user_entry_key_t key{stage, gid, entry.getId()};
+  // After an update that failed in its create step the old programming is already gone.
+  if (!interrupted_updates_.count(key)) {
+    if (halFiltersErr_t rc = deleteEntry(stage, gid, entry.getId()); rc != HAL_FILTERS_OK) {
+      return rc;
+    }
+  }
+  const halFiltersErr_t rc = createEntry(stage, gid, entry);
+  if (rc != HAL_FILTERS_OK) interrupted_updates_.insert(key);
+  return rc;
+}
+
+void HalFiltersBcm::releaseFailedCreate(const user_entry_key_t& key) {
+  // A live entry (one with a pool) keeps what it holds.
+  const int base = getBaseHwEid(key.stage, key.group_id, key.entry_id);
+  if (filters_cache_.entries_info().count(base)) return;
+  removeL3Entry(key);
+  removeCounter(key);
 }
 
 }  // namespace HalFiltersLL

@@ -52,7 +52,10 @@ halFiltersErr_t HalFiltersBcm::createGroup(const FiltersGroup& group) {
   config.priority = prio;
   int rv = bcm_field_group_config_create(unit, &config);
   if (rv != BCM_E_NONE) return handleBcmGroupError(rv, hw_gid, prio, "create");
-  return createGroupEntries(unit, group);
+  const halFiltersErr_t rc = createGroupEntries(unit, group);
+  // Without the with-id flag the SDK chose the group's id; a failed group goes whatever it is.
+  if (rc != HAL_FILTERS_OK && config.group != hw_gid) bcm_field_group_destroy(unit, config.group);
+  return rc;
 }
 
 halFiltersErr_t HalFiltersBcm::fillGroupStage(const FiltersGroup& group,
@@ -118,7 +121,9 @@ halFiltersErr_t HalFiltersBcm::createGroupEntries(int unit, const FiltersGroup& 
   const std::map<unsigned int, FiltersCommon::FiltersEntry> entries = group.getEntries();
   for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
     if (createEntry(group.getStage(), group.getId(), entry->second) == HAL_FILTERS_OK) continue;
-    // The failing entry has undone itself; the ones before it are deleted, last first.
+    releaseFailedCreate({group.getStage(), group.getId(), entry->second.getId()});
+    // The failing entry has undone its hardware entries, and lets go of its counter and L3
+    // objects here; the ones before it are deleted, last first.
     for (auto created = std::make_reverse_iterator(entry); created != entries.rend(); ++created) {
       deleteEntry(group.getStage(), group.getId(), created->first);
     }

@@ -66,10 +66,22 @@ bool HalFiltersBcm::deleteHwEntries(const FilterEntriesCache::RemovedEntries& re
     for (int hw_eid : hw_eids) {
       callbacks().log(kLogInfo, "[HAL FILTERS] %s() Deleting Filter Entry (EID: %d; Hw EID: %d)",
                       event, key.entry_id, hw_eid);
-      failed |= deleteHwEntry(key, hw_eid) != HAL_FILTERS_OK;
+      bool gone = false;
+      if (deleteHwEntry(key, hw_eid, &gone) == HAL_FILTERS_OK) continue;
+      failed = true;
+      if (!gone) keepInPool(key, hw_eid);
     }
   }
   return failed;
+}
+
+// The cache has freed the slot of an entry the event meant to delete; an entry still in the
+// hardware takes it back, so that deleting its user entry removes it.
+void HalFiltersBcm::keepInPool(const user_entry_key_t& key, int hw_eid) {
+  const int base = getBaseHwEid(key.stage, key.group_id, key.entry_id);
+  std::vector<pool_entry>* pool = filters_cache_.GetEntriesPool(base);
+  if (!pool || hw_eid < base || static_cast<size_t>(hw_eid - base) >= pool->size()) return;
+  (*pool)[static_cast<size_t>(hw_eid - base)].installable = true;
 }
 
 int HalFiltersBcm::RemoveLagMemberEvent(const limid_t& lag, const limid_t& member) {

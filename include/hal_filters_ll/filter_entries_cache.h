@@ -63,6 +63,10 @@ class FilterEntriesCache {
   pool_entry ConvertFiltersEntryToPoolEntry(const FiltersCommon::FiltersEntry& entry) const;
   void CleanupCache();
 
+  // The hardware ids each user entry of a stage owns (base, base + 1, ...): no pool grows
+  // past them.
+  static size_t IdBlockSize(FiltersCommon::filtersGroupStage_t stage);
+
   // Expansion over ports, LAG members, VLAN ids and PCP values.
   int ExpandFilterEntries(std::vector<pool_entry>& pool, FiltersCommon::filtersGroupStage_t stage,
                           FiltersCommon::filtersMatch_t type);

@@ -68,7 +68,9 @@ class HalFiltersBcm : public HalFiltersItf {
                                 const FiltersCommon::FiltersEntry& hw_entry);
   halFiltersErr_t installHwEntry(const user_entry_key_t& key,
                                  const FiltersCommon::FiltersEntry& hw_entry);
-  halFiltersErr_t deleteHwEntry(const user_entry_key_t& key, int hw_eid);
+  // `gone`, when given, is set when the SDK entry no longer exists afterwards: deleted, or
+  // reported not found.
+  halFiltersErr_t deleteHwEntry(const user_entry_key_t& key, int hw_eid, bool* gone = nullptr);
   void undoCreatedHwEntries(const user_entry_key_t& key, const std::vector<pool_entry>& pool,
                             int count);
 
@@ -88,7 +90,8 @@ class HalFiltersBcm : public HalFiltersItf {
   halFiltersErr_t createCounter(const user_entry_key_t& key,
                                 const FiltersCommon::FiltersEntry& entry);
   halFiltersErr_t attachCounter(const user_entry_key_t& key, int hw_eid) const;
-  halFiltersErr_t detachCounter(const user_entry_key_t& key, int hw_eid) const;
+  halFiltersErr_t detachCounter(const user_entry_key_t& key, int hw_eid,
+                                bool* entry_gone = nullptr) const;
   halFiltersErr_t removeCounter(const user_entry_key_t& key);
   static int FiltersCommonCounterType2BcmCounterType(FiltersCommon::counter_type_t type);
 
@@ -123,12 +126,18 @@ class HalFiltersBcm : public HalFiltersItf {
   std::map<unsigned short, hw_counter_info_t> hw_counters_;
   bcm_if_t black_hole_egress_if_;
   std::map<user_entry_key_t, l3_info_t> l3_entries_;
+  // User entries whose update deleted the old programming but could not create the new one: a
+  // repeated update only creates.
+  std::set<user_entry_key_t> interrupted_updates_;
 
  private:
   void subscribeToTopologyEvents();
   void programStartUp();
+  // Releases what a failed create of `key` left behind (its counter and L3 objects).
+  void releaseFailedCreate(const user_entry_key_t& key);
   // Deletes the hardware entries a topology event removes; true when any deletion failed.
   bool deleteHwEntries(const FilterEntriesCache::RemovedEntries& removed, const char* event);
+  void keepInPool(const user_entry_key_t& key, int hw_eid);
 };
 
 // Reinstalls a hardware entry; one that cannot be reinstalled is destroyed (0 or -1).
