@@ -67,6 +67,21 @@ int HalBcmCommon::GetVlanClassIdConfig(const hal_bd_vlan_info_t& info,
   return 0;
 }
 
+limid_t HalBcmCommon::GetLagOfMember(const limid_t& port) const {
+  for (const auto& [lag, members] : lag_members_) {
+    if (members.count(port)) return lag;
+  }
+  return limid_null;
+}
+
+bool HalBcmCommon::AddLagMember(const limid_t& lag, const limid_t& member) {
+  if (limid_is_from_type(member, limid_type_lag) || !(GetLagOfMember(member) == limid_null)) {
+    return false;
+  }
+  lag_members_[lag].insert(member);
+  return true;
+}
+
 void HalBcmCommon::RemoveLagMember(const limid_t& lag, const limid_t& member) {
   auto it = lag_members_.find(lag);
   if (it != lag_members_.end()) it->second.erase(member);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include <hal_bcm_common/hal_bcm_common.h>
+#include <hal_callbacks/hal_callbacks_itf.h>
 
 namespace halswitchl2if {
 
@@ -36,9 +37,24 @@ int LagOrchestrator::CreateLag(const limid_t& lag) {
   return tell_clients([&](const Callback& c) { return !c.lag_created || c.lag_created(lag); });
 }
 
+// Why `member` cannot join `lag`; empty when it can.
+std::string LagOrchestrator::RefusedMember(const limid_t& lag, const limid_t& member) const {
+  if (!HasLag(lag)) return "there is no such LAG";
+  if (limid_is_from_type(member, limid_type_lag)) return "a LAG cannot be a member of a LAG";
+  const limid_t current = HalBcmCommon::GetInstance().GetLagOfMember(member);
+  if (current == lag) return "it is already a member";
+  if (!(current == limid_null)) return "it is a member of " + limid_name(current);
+  return "";
+}
+
 int LagOrchestrator::AddMember(const limid_t& lag, const limid_t& member) {
+  if (const std::string refusal = RefusedMember(lag, member); !refusal.empty()) {
+    HalCallbacksItf::getInstance().log(HalCallbacksItf::kError, "Cannot add %s to %s: %s",
+                                       limid_name(member).c_str(), limid_name(lag).c_str(),
+                                       refusal.c_str());
+    return -2;
+  }
   HalBcmCommon& common = HalBcmCommon::GetInstance();
-  if (!HasLag(lag) || common.GetLagMembers(lag).count(member)) return -2;
   common.AddLagMember(lag, member);
   return tell_clients(
       [&](const Callback& c) { return !c.member_added || c.member_added(lag, member); });

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <encap/destination_orchestrator.h>
+#include <hal_callbacks/hal_callbacks_itf.h>
 #include <hal_bcm_common/hal_bcm_common.h>
 #include <lag/lag_orchestrator.h>
 
@@ -73,6 +74,34 @@ TEST_F(Orchestrators, LagEventsSeeMembershipInTheDocumentedState) {
   EXPECT_EQ(seen, (std::vector<std::string>{"added eth1 with 1", "added eth2 with 2",
                                             "removed eth2 leaving 1", "added eth2 with 2",
                                             "destroyed with 2"}));
+}
+
+TEST_F(Orchestrators, AMemberJoinsOneLagOnceAndIsAlwaysAPort) {
+  halswitchl2if::LagOrchestrator lags;
+  const limid_t lag1 = limid_lag(1), lag2 = limid_lag(2), port = limid_ethernet(3);
+  int raised = 0;
+  halswitchl2if::LagOrchestrator::Callback callback;
+  callback.member_added = [&](const limid_t&, const limid_t&) { return ++raised > 0; };
+  lags.RegisterClient(1010, "filters", callback);
+  lags.CreateLag(lag1);
+  lags.CreateLag(lag2);
+  ASSERT_EQ(lags.AddMember(lag1, port), 0);
+  HalLogCapture log;
+  const struct {
+    limid_t lag, member;
+    const char* line;
+  } refused[] = {
+      {lag1, port, "Cannot add eth3 to lag1: it is already a member"},
+      {lag2, port, "Cannot add eth3 to lag2: it is a member of lag1"},
+      {lag1, lag2, "Cannot add lag2 to lag1: a LAG cannot be a member of a LAG"},
+  };
+  for (const auto& row : refused) {
+    EXPECT_EQ(lags.AddMember(row.lag, row.member), -2) << row.line;
+    EXPECT_TRUE(log.contains(row.line)) << row.line;
+  }
+  EXPECT_EQ(raised, 1);
+  EXPECT_EQ(common.GetLagMembers(lag2).size(), 0u);
+  EXPECT_EQ(common.GetLagOfMember(port), lag1);
 }
 
 TEST_F(Orchestrators, DestinationRemovedWhileItsEgressIsStillKnown) {

@@ -71,7 +71,10 @@ bool Model::createLag(unsigned lag) {
 
 bool Model::addMember(unsigned lag, int port) {
   auto members = lags_.find(lag);
-  if (members == lags_.end() || !members->second.insert(port).second) return false;
+  const bool in_a_lag = std::any_of(lags_.begin(), lags_.end(),
+                                    [port](const auto& other) { return other.second.count(port); });
+  if (members == lags_.end() || in_a_lag) return false;
+  members->second.insert(port);
   for (const Key& key : following(lag)) {
     ModelEntry& entry = entries_.at(key);
     const LagMember created_by{lag, port};

@@ -48,6 +48,8 @@ class HalBcmCommon {
 
   // The LAG's members in bytewise order; empty for an unknown LAG.
   const std::set<limid_t>& GetLagMembers(const limid_t& lag) const;
+  // The LAG that has `port` as a member, or the null limid when none has.
+  limid_t GetLagOfMember(const limid_t& port) const;
   // 0 and the egress object of an L3 destination, or -1 when the destination is unknown.
   int GetEgressId(int destination_id, int* egress_id) const;
   HalCommon::Vpn& GetVpnInfoGetter() { return vpn_; }
@@ -76,7 +78,9 @@ class HalBcmCommon {
   friend class hal_encap::DestinationOrchestrator;
 
   HalBcmCommon() = default;
-  void AddLagMember(const limid_t& lag, const limid_t& member) { lag_members_[lag].insert(member); }
+  // A port joins at most one LAG, and a LAG is never a member: false, and nothing changes,
+  // otherwise.
+  bool AddLagMember(const limid_t& lag, const limid_t& member);
   void RemoveLagMember(const limid_t& lag, const limid_t& member);
   void ForgetLag(const limid_t& lag) { lag_members_.erase(lag); }
   void SetEgressId(int destination_id, int egress_id) { egress_ids_[destination_id] = egress_id; }

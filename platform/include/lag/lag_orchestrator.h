@@ -31,6 +31,7 @@ class LagOrchestrator {
   // Each returns 0 when the change was made and every client followed it, -1 when a client did
   // not (the change stays made), -2 when the change is not possible (nothing happens).
   int CreateLag(const limid_t& lag);  // the LAG's gport is the trunk of its number
+  // A member is a port in no other LAG and not yet in this one; a refusal is logged.
   int AddMember(const limid_t& lag, const limid_t& member);
   int RemoveMember(const limid_t& lag, const limid_t& member);
   int DestroyLag(const limid_t& lag);
@@ -45,6 +46,7 @@ class LagOrchestrator {
     Callback callback;
   };
 
+  std::string RefusedMember(const limid_t& lag, const limid_t& member) const;
   // Tells every client; 0 when all of them followed.
   template <class Tell>
   int tell_clients(Tell&& tell) const;
