@@ -1,4 +1,6 @@
 // User entries end to end: creation, installation, update, deletion, and their undo paths.
+#include <functional>
+
 #include <gtest/gtest.h>
 
 #include <bcmsim/fault_plan.h>
@@ -149,6 +151,85 @@ TEST_F(Entries, AFailedDeleteKeepsThePoolAndReportsTheLastFailure) {
   EXPECT_EQ(filters->deleteEntry(kEg, 0, 0), -1);
   EXPECT_EQ(installed_ids(), std::vector<int>{kEgressBase});
   EXPECT_EQ(HalFiltersLL::filters_cache_.entries_info().count(kEgressBase), 1u);
+}
+
+// A repeated operation finishes what a fault interrupted, and leaves exactly what the same
+// operation leaves without a fault.
+TEST_F(Entries, ARetryAfterAFaultFinishesTheOperation) {
+  auto counted = [](std::list<limid_t> out_ports) {
+    FiltersEntry entry = egressEntry(0, std::move(out_ports));
+    entry.addCounter(Counter(7, COUNTER_TYPE_PACKETS));
+    return entry;
+  };
+  const FiltersEntry two_ports = counted(ports({limid_ethernet(1), limid_ethernet(2)}));
+  auto create = [&] { return filters->createEntry(kEg, 0, two_ports); };
+  auto update = [&] { return filters->updateEntry(kEg, 0, two_ports); };
+  auto remove = [&] { return filters->deleteEntry(kEg, 0, 0); };
+  const struct {
+    const char* name;
+    bool created_before;
+    bcmsim::Fault fault;
+    std::function<int()> operation;
+    size_t entries_after;
+  } rows[] = {
+      {"create, counter refused", false,
+       {"bcm_field_stat_create", BCM_E_RESOURCE, 1, std::nullopt, false}, create, 2},
+      {"create, second install refused", false,
+       {"bcm_field_entry_install", BCM_E_INTERNAL, 2, std::nullopt, false}, create, 2},
+      {"update, its create refused", true,
+       {"bcm_field_entry_create_id", BCM_E_RESOURCE, 1, std::nullopt, false}, update, 2},
+      {"delete, second destroy refused", true,
+       {"bcm_field_entry_destroy", BCM_E_INTERNAL, 2, std::nullopt, false}, remove, 0},
+      {"delete, second detach refused", true,
+       {"bcm_field_entry_stat_detach", BCM_E_INTERNAL, 2, std::nullopt, false}, remove, 0},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    bcmsim::reset();
+    HalFiltersLL::filters_cache_.CleanupCache();
+    filters = std::make_unique<test_support::TestableFilters>(lags, &destinations);
+    ASSERT_EQ(filters->createGroup(FiltersGroup(kEg, 0, 0, 5)), 0);
+    if (row.created_before) {
+      ASSERT_EQ(create(), 0);
+    }
+    bcmsim::inject_fault(row.fault);
+    EXPECT_NE(row.operation(), 0);
+    ASSERT_EQ(bcmsim::pending_faults(), 0);
+    EXPECT_EQ(row.operation(), 0) << "the retry";
+    EXPECT_EQ(installed_ids().size(), row.entries_after);
+    EXPECT_EQ(bcmsim::state().entries.size(), row.entries_after);
+    EXPECT_EQ(bcmsim::state().stats.size(), row.entries_after ? 1u : 0u);
+    EXPECT_EQ(HalFiltersLL::filters_cache_.entries_info().size(), row.entries_after ? 1u : 0u);
+  }
+}
+
+TEST_F(Entries, DeletingAnEntryWhoseCreateFailedReleasesItsCounter) {
+  FiltersEntry entry = egressEntry(0, ports({limid_ethernet(1)}));
+  entry.addCounter(Counter(7, COUNTER_TYPE_PACKETS));
+  bcmsim::inject_fault({"bcm_field_entry_install", BCM_E_INTERNAL, 1, std::nullopt, false});
+  ASSERT_EQ(filters->createEntry(kEg, 0, entry), -1);
+  EXPECT_EQ(bcmsim::state().stats.size(), 1u) << "a failed create keeps its counter";
+  EXPECT_EQ(filters->deleteEntry(kEg, 0, 0), -2);
+  EXPECT_TRUE(log.contains(
+      "[HAL FILTERS] deleteEntry() Entry (EID: 0; Hw EID: 2097152) does not exist"));
+  EXPECT_TRUE(bcmsim::state().stats.empty());
+  unsigned long long value = 0;
+  EXPECT_NE(filters->getCounterValue(7, value), 0);
+}
+
+TEST_F(Entries, APoolLargerThanItsIdBlockIsRefusedUntouched) {
+  std::list<limid_t> out_ports;
+  for (unsigned port = 1; port <= 32; ++port) out_ports.push_back(limid_ethernet(port));
+  FiltersEntry entry = egressEntry(0, out_ports);
+  std::set<unsigned short> vlans;
+  for (unsigned short vlan = 1; vlan <= 5; ++vlan) vlans.insert(vlan);
+  entry.setMatch(MatchExternalVlanId(vlans));  // 160 entries; the block holds 128
+  bcmsim::set_call_log(true);
+  EXPECT_EQ(filters->createEntry(kEg, 0, entry), -2);
+  EXPECT_TRUE(log.contains("Cannot create filter hardware entry 2097152: it needs 160 hardware "
+                           "entries, more than the 128 ids of its block"));
+  EXPECT_TRUE(bcmsim::calls().empty());
+  EXPECT_TRUE(HalFiltersLL::filters_cache_.entries_info().empty());
 }
 
 TEST_F(Entries, DeletingEveryEntryLeavesNothingTheLibraryCreated) {

@@ -75,6 +75,15 @@ TEST_F(Groups, ATypeWithoutThisStageGetsTheStageQualifierAlone) {
   EXPECT_EQ(qsets, (std::map<int, std::vector<int>>{{1, {68}}, {2, {72}}}));
 }
 
+TEST_F(Groups, AFailedGroupGoesWhateverIdTheSdkGaveIt) {
+  // Type 4 describes no egress stage: the SDK picks an id, not the group's 32, so the entry
+  // finds no group.
+  FiltersGroup group(FILTERS_GROUP_STAGE_EGRESS, 0, 0, 4);
+  group.addEntry(FiltersEntry(0, 0));
+  EXPECT_EQ(filters->createGroup(group), HalFiltersLL::HAL_FILTERS_ERR_FAILED);
+  EXPECT_TRUE(bcmsim::state().groups.empty());
+}
+
 struct FailureRow {
   const char* name;
   FiltersGroup group;

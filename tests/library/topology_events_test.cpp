@@ -106,6 +106,23 @@ TEST_F(TopologyEvents, AFailingDeletionDoesNotStopTheOthersAndTheEventFails) {
   bcmsim::inject_fault({"bcm_field_entry_destroy", BCM_E_INTERNAL, 1, kBase, false});
   EXPECT_EQ(lags->RemoveMember(lag1, limid_ethernet(2)), -1) << "the filters did not follow";
   EXPECT_EQ(installed(), (std::vector<std::string>{"0:10/2/", "1:10/3/", "3:20/3/"}));
+  // The entry that stayed is still the user entry's: deleting the user entry removes it.
+  EXPECT_EQ(filters->deleteEntry(kEg, 0, 0), 0);
+  EXPECT_TRUE(bcmsim::state().entries.empty());
+}
+
+TEST_F(TopologyEvents, AMemberWhoseEntriesWouldLeaveTheIdBlockIsRefused) {
+  FiltersEntry entry = overLag(0);
+  std::set<unsigned short> vlans;
+  for (unsigned short vlan = 1; vlan <= 64; ++vlan) vlans.insert(vlan);
+  entry.setMatch(MatchExternalVlanId(vlans));  // two members fill the 128 ids of the block
+  ASSERT_EQ(filters->createEntry(kEg, 0, entry), 0);
+  log.clear();
+  EXPECT_EQ(lags->AddMember(lag1, limid_ethernet(4)), -1);
+  EXPECT_TRUE(log.contains("Cannot add LAG member to hardware ID 2097152: its 64 new hardware "
+                           "entries would exceed the 128 ids of its block"));
+  EXPECT_EQ(bcmsim::state().entries.size(), 128u);
+  EXPECT_EQ(HalFiltersLL::filters_cache_.entries_info().at(kBase).pool.size(), 128u);
 }
 
 TEST_F(TopologyEvents, AnEntryThatCannotBeReinstalledLeavesTheHardware) {
@@ -119,6 +136,10 @@ TEST_F(TopologyEvents, AnEntryThatCannotBeReinstalledLeavesTheHardware) {
       log.contains("HalFiltersLL::halFiltersErr_t ReinstallEntry(const bcm_field_entry_t&): "
                    "error trying to reinstall filter entry. unit = 0, eid = 1048576\n"));
   EXPECT_EQ(bcmsim::state().entry(kIngress), nullptr);
+  // The first delete reports the entry it cannot find; the second finds nothing left to do.
+  EXPECT_EQ(filters->deleteEntry(kIn, 0, 0), -2);
+  EXPECT_EQ(filters->deleteEntry(kIn, 0, 0), 0);
+  EXPECT_TRUE(HalFiltersLL::filters_cache_.entries_info().empty());
 }
 
 TEST_F(TopologyEvents, ALagNoFilterUsesChangesNothing) {
