@@ -177,7 +177,9 @@ halFiltersErr_t HalFiltersBcm::deleteEntry(filtersGroupStage_t stage, unsigned s
     interrupted_updates_.erase(key);
     return HAL_FILTERS_ERR_FAILED;
   }
-  halFiltersErr_t last = HAL_FILTERS_OK;
+  // A delete repeated after a failed policer destroy finishes that destroy.
+  halFiltersErr_t last = static_cast<halFiltersErr_t>(
+      releaseIdlePolicers(filters_cache_.entries_info().at(base).user_entry));
   for (pool_entry& hw_entry : *pool) {
     if (!hw_entry.installable) continue;
     const int hw_eid = static_cast<int>(hw_entry.entry.getId());

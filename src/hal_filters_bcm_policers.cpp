@@ -129,6 +129,17 @@ int release(int hw_eid, std::map<int, unsigned int>& entry_policer,
   return HAL_FILTERS_OK;
 }
 
+// Destroys a policer that a failed destroy left recorded without users.
+int destroyIfIdle(unsigned int policer_id, std::map<unsigned int, std::set<int>>& policer_entries) {
+  auto users = policer_entries.find(policer_id);
+  if (users == policer_entries.end() || !users->second.empty()) return HAL_FILTERS_OK;
+  if (policer::hal_ll::PolicerBcm::GetInstance().Destroy(policer_id) != 0) {
+    return HAL_FILTERS_ERR_FAILED;
+  }
+  policer_entries.erase(users);
+  return HAL_FILTERS_OK;
+}
+
 }  // namespace
 
 void writePolicerAction(std::ostream& out, const Action& action) {
@@ -271,6 +282,15 @@ int HalFiltersBcm::removePolicer(int hw_eid) {
   if (release(hw_eid, entry_policer_, policer_entries_) != 0) return HAL_FILTERS_ERR_FAILED;
   if (!entry_parent_policer_.count(hw_eid)) return HAL_FILTERS_OK;
   return release(hw_eid, entry_parent_policer_, parent_policer_entries_);
+}
+
+int HalFiltersBcm::releaseIdlePolicers(const FiltersCommon::FiltersEntry& entry) {
+  const unsigned int own = entry.getPolicer().GetId();
+  int rc = own == Policer::kNoId ? HAL_FILTERS_OK : destroyIfIdle(own, policer_entries_);
+  if (const auto parent = entry.getPolicerParent()) {
+    if (destroyIfIdle(parent->GetId(), parent_policer_entries_) != 0) rc = HAL_FILTERS_ERR_FAILED;
+  }
+  return rc;
 }
 
 }  // namespace HalFiltersLL

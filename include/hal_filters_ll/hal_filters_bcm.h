@@ -101,6 +101,8 @@ class HalFiltersBcm : public HalFiltersItf {
   int createBcmPolicerAction(FiltersCommon::filtersGroupStage_t stage,
                              const policer::Action& action, int hw_eid);
   int removePolicer(int hw_eid);
+  // Destroys the entry's policers that an earlier failed destroy left without users.
+  int releaseIdlePolicers(const FiltersCommon::FiltersEntry& entry);
 
   // Topology events.
   int AddLagMemberEvent(const limid_t& lag, const limid_t& member);

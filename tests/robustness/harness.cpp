@@ -68,10 +68,11 @@ class Run {
   std::map<unsigned, std::set<int>> addLags();
   std::optional<Expectation> apply(const Operation& op);
   std::optional<Expectation> applyToEntry(const Operation& op);
+  int callLibrary(const Operation& op);
   bool applyToLag(const Operation& op);
   std::vector<Key> reachedBy(const Operation& op) const;
-  void damage(const std::vector<Key>& keys, const std::vector<EntrySpec>& specs);
-  void add_damaged_policers(const EntrySpec& spec);
+  std::optional<Expectation> recover(const Operation& op, std::optional<Expectation> first,
+                                     const std::vector<Key>& reached);
   void judge(const Operation& op, const Expectation& expectation);
 
   void check();
@@ -82,7 +83,6 @@ class Run {
   void checkCacheIndexes();
   void checkClearedCache();
   std::optional<Key> owner(int hw_eid) const;
-  bool intact(const Key& key) const { return !damaged_.count(key); }
   void violation(const std::string& text) { result_.violations.push_back(text); }
 
   std::shared_ptr<halswitchl2if::LagOrchestrator> lags_ =
@@ -93,8 +93,6 @@ class Run {
   std::array<int, 3> entries_per_group_{};  // the size of every user entry's id range, per stage
   std::map<unsigned, int> egress_of_destination_;
   std::map<int, Key> blocks_;  // base hardware id of every user entry the generator can name
-  std::set<Key> damaged_;
-  std::set<unsigned> damaged_policers_;
   std::map<int, std::string> before_clear_;  // device entries when the cache was cleared
   int saved_log_level_;
   RunResult result_;
@@ -159,26 +157,43 @@ Run::~Run() {
 
 void Run::step(const Operation& op) {
   const std::vector<Key> reached = reachedBy(op);
-  std::vector<EntrySpec> specs = {op.entry};  // what the reached user entries were and become
-  for (const Key& key : reached) {
-    if (auto entry = model_->entries().find(key); entry != model_->entries().end()) {
-      specs.push_back(entry->second.spec);
-    }
-  }
   if (op.fault) {
     bcmsim::inject_fault(*op.fault);
     ++result_.faults_injected;
   }
-  const std::optional<Expectation> expectation = apply(op);
-  if (op.fault && bcmsim::pending_faults() == 0) {
-    ++result_.faults_fired;
-    damage(reached, specs);
-  }
+  std::optional<Expectation> expectation = apply(op);
+  const bool fired = op.fault && bcmsim::pending_faults() == 0;
   bcmsim::clear_faults();
-  // A damaged user entry may keep whatever policer it is given from now on.
-  if (expectation && !intact(expectation->key)) add_damaged_policers(op.entry);
-  if (expectation && intact(expectation->key)) judge(op, *expectation);
+  if (fired) {
+    ++result_.faults_fired;
+    expectation = recover(op, expectation, reached);
+  }
+  if (expectation) judge(op, *expectation);
   if (op.kind != Operation::kClearCache) check();
+}
+
+// What a user does after a failure: an operation on one user entry (or a counter read) is
+// repeated; after a topology change the user entries it reached are deleted, and a delete that
+// reports a failure is repeated once. The answer that counts is the repeated one.
+std::optional<Expectation> Run::recover(const Operation& op, std::optional<Expectation> first,
+                                        const std::vector<Key>& reached) {
+  switch (op.kind) {
+    case Operation::kCreateEntry:
+    case Operation::kUpdateEntry:
+    case Operation::kDeleteEntry:
+    case Operation::kReadCounter:
+      if (first && first->rc != 0) first->rc = callLibrary(op);
+      return first;
+    default:
+      for (const Key& key : reached) {
+        if (filters_->deleteEntry(key.stage, 0, key.id) != 0 &&
+            filters_->deleteEntry(key.stage, 0, key.id) != 0) {
+          violation("deleting " + key_text(key) + " after the fault failed twice");
+        }
+        model_->remove(key);
+      }
+      return first;
+  }
 }
 
 std::optional<Expectation> Run::apply(const Operation& op) {
@@ -204,8 +219,7 @@ std::optional<Expectation> Run::apply(const Operation& op) {
     case Operation::kReadCounter: {
       const CounterOwner owner = counter_owner(op.counter);
       const Key key{owner.stage, owner.id};
-      unsigned long long value = 0;
-      const int rc = filters_->getCounterValue(op.counter, value);
+      const int rc = callLibrary(op);
       auto entry = model_->entries().find(key);
       const bool counted =
           entry != model_->entries().end() &&
@@ -240,15 +254,31 @@ std::optional<Expectation> Run::apply(const Operation& op) {
 std::optional<Expectation> Run::applyToEntry(const Operation& op) {
   const EntrySpec& spec = op.entry;
   const Key key = key_of(spec);
+  const int rc = callLibrary(op);
   switch (op.kind) {
     case Operation::kCreateEntry:
-      return Expectation{key, filters_->createEntry(spec.stage, 0, spec.toEntry()),
-                         model_->create(spec)};
+      return Expectation{key, rc, model_->create(spec)};
     case Operation::kUpdateEntry:
-      return Expectation{key, filters_->updateEntry(spec.stage, 0, spec.toEntry()),
-                         model_->update(spec)};
+      return Expectation{key, rc, model_->update(spec)};
     default:
-      return Expectation{key, filters_->deleteEntry(spec.stage, 0, spec.id), model_->remove(key)};
+      return Expectation{key, rc, model_->remove(key)};
+  }
+}
+
+// The library call of an operation on one user entry or counter; the model is left alone.
+int Run::callLibrary(const Operation& op) {
+  const EntrySpec& spec = op.entry;
+  switch (op.kind) {
+    case Operation::kCreateEntry:
+      return filters_->createEntry(spec.stage, 0, spec.toEntry());
+    case Operation::kUpdateEntry:
+      return filters_->updateEntry(spec.stage, 0, spec.toEntry());
+    case Operation::kDeleteEntry:
+      return filters_->deleteEntry(spec.stage, 0, spec.id);
+    default: {
+      unsigned long long value = 0;
+      return filters_->getCounterValue(op.counter, value);
+    }
   }
 }
 
@@ -286,20 +316,6 @@ std::vector<Key> Run::reachedBy(const Operation& op) const {
   }
 }
 
-// A fault leaves the entries it reached in a state the library does not promise to repair:
-// they are left out of the checks from now on, and so are the policers they used.
-void Run::damage(const std::vector<Key>& keys, const std::vector<EntrySpec>& specs) {
-  for (const Key& key : keys) {
-    if (damaged_.insert(key).second) ++result_.damaged_entries;
-  }
-  for (const EntrySpec& spec : specs) add_damaged_policers(spec);
-}
-
-void Run::add_damaged_policers(const EntrySpec& spec) {
-  if (spec.policer) damaged_policers_.insert(*spec.policer);
-  if (spec.parent_policer) damaged_policers_.insert(*spec.parent_policer);
-}
-
 void Run::judge(const Operation& op, const Expectation& expectation) {
   if ((expectation.rc == 0) == expectation.accepted) return;
   violation(op.text() + " returned " + std::to_string(expectation.rc) + ", expected " +
@@ -323,7 +339,6 @@ std::map<Key, std::vector<int>> Run::checkDevice() {
       violation("hardware entry " + std::to_string(id) + " lies outside every user entry's ids");
       continue;
     }
-    if (!intact(*key)) continue;
     ids[*key].push_back(id);
     if (!model_->entries().count(*key)) {
       violation("hardware entry " + std::to_string(id) + " is left of deleted " + key_text(*key));
@@ -344,7 +359,6 @@ std::map<Key, std::vector<int>> Run::checkDevice() {
 
 void Run::checkEntries(const std::map<Key, std::vector<std::string>>& contents) {
   for (const auto& [key, entry] : model_->entries()) {
-    if (!intact(key)) continue;
     std::vector<std::string> expected;
     for (const EntryContent& content : model_->expected(key)) expected.push_back(content.text());
     auto found = contents.find(key);
@@ -361,15 +375,14 @@ void Run::checkEntries(const std::map<Key, std::vector<std::string>>& contents) 
   }
 }
 
-// One statistics object per intact user entry with counters, shared by its hardware entries;
-// the policers its hardware entries use and no more; the L3 objects of the black hole and the
-// destinations. Leftovers of damaged user entries are allowed.
+// One statistics object per user entry with counters, shared by its hardware entries; the
+// policers its hardware entries use and no more; the L3 objects of the black hole and the
+// destinations.
 void Run::checkSharedObjects() {
   const bcmsim::State& state = bcmsim::state();
   size_t stats = 0;
   std::set<int> policers;
   for (const auto& [key, entry] : model_->entries()) {
-    if (!intact(key)) continue;
     if (!entry.spec.counters.empty()) ++stats;
     for (const EntryContent& content : model_->expected(key)) {
       for (const auto& policer : content.policers) {
@@ -377,12 +390,12 @@ void Run::checkSharedObjects() {
       }
     }
   }
-  if (damaged_.empty() ? state.stats.size() != stats : state.stats.size() < stats) {
+  if (state.stats.size() != stats) {
     violation("the device holds " + std::to_string(state.stats.size()) +
               " statistics objects, expected " + std::to_string(stats));
   }
   for (const auto& [id, policer] : state.policers) {
-    if (!policers.count(id) && !damaged_policers_.count(static_cast<unsigned>(id))) {
+    if (!policers.count(id)) {
       violation("policer " + std::to_string(id) + " is left on the device");
     }
   }
@@ -396,12 +409,11 @@ void Run::checkSharedObjects() {
 }
 
 // The cache's indexes refer only to live pools, hold no empty container, and list for every
-// intact user entry exactly the hardware entries the device holds.
+// user entry exactly the hardware entries the device holds.
 void Run::checkCache(const std::map<Key, std::vector<int>>& device_ids) {
   checkCacheIndexes();
   const auto& pools = filters_cache_.entries_info();
   for (const auto& [base, key] : blocks_) {
-    if (!intact(key)) continue;
     auto pool = pools.find(base);
     if ((pool != pools.end()) != (model_->entries().count(key) > 0)) {
       violation("the cache " + std::string(pool != pools.end() ? "keeps" : "lacks") +
@@ -487,7 +499,7 @@ void Run::finish(bool cache_cleared) {
   for (const Key& key : live) {
     const int rc = filters_->deleteEntry(key.stage, 0, key.id);
     model_->remove(key);
-    if (intact(key) && rc != 0) violation("deleting " + key_text(key) + " at the end failed");
+    if (rc != 0) violation("deleting " + key_text(key) + " at the end failed");
   }
   check();
 }

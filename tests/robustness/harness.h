@@ -14,7 +14,6 @@ struct RunResult {
   int steps = 0;                   // operations run, the final clean-up not counted
   int faults_injected = 0;         // faults planned with an operation
   int faults_fired = 0;            // of those, the ones the operation ran into
-  int damaged_entries = 0;         // user entries a fired fault reached
   std::optional<int> failed_step;  // the operation after which a check failed; steps for the end
   std::vector<std::string> violations;
 };
