@@ -279,9 +279,13 @@ int HalFiltersBcm::createBcmPolicerAction(FiltersCommon::filtersGroupStage_t sta
 
 int HalFiltersBcm::removePolicer(int hw_eid) {
   if (!entry_policer_.count(hw_eid)) return HAL_FILTERS_OK;
-  if (release(hw_eid, entry_policer_, policer_entries_) != 0) return HAL_FILTERS_ERR_FAILED;
-  if (!entry_parent_policer_.count(hw_eid)) return HAL_FILTERS_OK;
-  return release(hw_eid, entry_parent_policer_, parent_policer_entries_);
+  // The entry lets go of its parent even when its own policer could not be destroyed.
+  int rc = release(hw_eid, entry_policer_, policer_entries_);
+  if (entry_parent_policer_.count(hw_eid) &&
+      release(hw_eid, entry_parent_policer_, parent_policer_entries_) != 0) {
+    rc = HAL_FILTERS_ERR_FAILED;
+  }
+  return rc;
 }
 
 int HalFiltersBcm::releaseIdlePolicers(const FiltersCommon::FiltersEntry& entry) {
