@@ -10,7 +10,7 @@ SOAK_STEPS ?= 150
 SUDO := $(if $(filter 0,$(shell id -u)),,sudo)
 PREFIX ?= $(CURDIR)/install
 
-.PHONY: deps install-missing build demo test asan bench fuzz soak install clean
+.PHONY: deps install-missing build demo test asan bench fuzz soak sweep install clean
 
 deps:
 	@$(MAKE) --no-print-directory install-missing WANTED="$(PACKAGES)"
@@ -63,6 +63,11 @@ fuzz: deps
 soak: build
 	FILTERS_RANDOM_SEQUENCES=$(SOAK_SEQUENCES) FILTERS_RANDOM_STEPS=$(SOAK_STEPS) \
 	  ./build/default/tests/robustness/robustness_tests --gtest_filter='RandomSequences.Keep*'
+
+# Every SDK call of the representative operations failed once, then recovered (the suite runs
+# it too); prints the figures.
+sweep: build
+	./build/default/tests/robustness/robustness_tests --gtest_filter='FaultSweep.*'
 
 install: build
 	cmake --install build/default --prefix $(PREFIX)

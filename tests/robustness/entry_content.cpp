@@ -32,6 +32,14 @@ void EntryContent::act(int action, uint32_t param0) {
   actions.push_back(value);
 }
 
+void EntryContent::act(int action, const bcmsim::Words& mac) {
+  bcmsim::ActionValue value;
+  value.action = action;
+  value.form = bcmsim::ActionForm::Mac;
+  value.words = mac;
+  actions.push_back(value);
+}
+
 std::string EntryContent::text() const {
   std::vector<std::string> written, added;
   for (const auto& q : qualifiers) {

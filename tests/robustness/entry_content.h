@@ -21,6 +21,7 @@ struct EntryContent {
   void qualify(int qualifier, uint32_t data, uint32_t mask);  // a scalar in word 0
   void qualify(int qualifier, const bcmsim::Words& data, const bcmsim::Words& mask);
   void act(int action, uint32_t param0 = 0);
+  void act(int action, const bcmsim::Words& mac);  // an action taking a MAC address
   // Qualifiers and actions sorted, so that the order of writing does not matter.
   std::string text() const;
 };

@@ -59,7 +59,9 @@ class Run {
  public:
   Run();
   ~Run();
-  void step(const Operation& op);
+  // `record_calls` keeps the names of the SDK calls the operation made (not those of its
+  // recovery) in the result.
+  void step(const Operation& op, bool record_calls = false);
   void finish(bool cache_cleared);
   RunResult& result() { return result_; }
 
@@ -67,6 +69,7 @@ class Run {
   std::map<unsigned, int> addDestinations();
   std::map<unsigned, std::set<int>> addLags();
   std::optional<Expectation> apply(const Operation& op);
+  void createGroups(const Operation& op, const std::vector<size_t>& stages);
   std::optional<Expectation> applyToEntry(const Operation& op);
   int callLibrary(const Operation& op);
   bool applyToLag(const Operation& op);
@@ -93,6 +96,7 @@ class Run {
   std::array<int, 3> entries_per_group_{};  // the size of every user entry's id range, per stage
   std::map<unsigned, int> egress_of_destination_;
   std::map<int, Key> blocks_;  // base hardware id of every user entry the generator can name
+  std::vector<size_t> failed_groups_;  // indexes into kStages of the groups not created
   std::map<int, std::string> before_clear_;  // device entries when the cache was cleared
   int saved_log_level_;
   RunResult result_;
@@ -155,19 +159,24 @@ Run::~Run() {
   HalCallbacksItf::getInstance().setLevel(saved_log_level_);
 }
 
-void Run::step(const Operation& op) {
+void Run::step(const Operation& op, bool record_calls) {
   const std::vector<Key> reached = reachedBy(op);
   if (op.fault) {
     bcmsim::inject_fault(*op.fault);
     ++result_.faults_injected;
   }
+  bcmsim::set_call_log(record_calls);
+  bcmsim::clear_calls();
   std::optional<Expectation> expectation = apply(op);
+  if (record_calls) result_.calls = bcmsim::call_names();
+  bcmsim::set_call_log(false);
   const bool fired = op.fault && bcmsim::pending_faults() == 0;
   bcmsim::clear_faults();
   if (fired) {
     ++result_.faults_fired;
     expectation = recover(op, expectation, reached);
   }
+  if (!failed_groups_.empty()) violation("creating a group failed");
   if (expectation) judge(op, *expectation);
   if (op.kind != Operation::kClearCache) check();
 }
@@ -184,6 +193,9 @@ std::optional<Expectation> Run::recover(const Operation& op, std::optional<Expec
     case Operation::kReadCounter:
       if (first && first->rc != 0) first->rc = callLibrary(op);
       return first;
+    case Operation::kCreateGroups:
+      createGroups(op, std::vector<size_t>(failed_groups_));
+      return first;
     default:
       for (const Key& key : reached) {
         if (filters_->deleteEntry(key.stage, 0, key.id) != 0 &&
@@ -199,11 +211,7 @@ std::optional<Expectation> Run::recover(const Operation& op, std::optional<Expec
 std::optional<Expectation> Run::apply(const Operation& op) {
   switch (op.kind) {
     case Operation::kCreateGroups:
-      for (size_t k = 0; k < std::size(kStages); ++k) {
-        if (filters_->createGroup(FiltersGroup(kStages[k], 0, 0, kGroupTypes[k])) != 0) {
-          violation("creating the group of stage " + std::to_string(kStages[k]) + " failed");
-        }
-      }
+      createGroups(op, {0, 1, 2});
       return std::nullopt;
     case Operation::kCreateGroupAgain:
       if (filters_->createGroup(FiltersGroup(FILTERS_GROUP_STAGE_INGRESS, 0, 0, 2)) == 0) {
@@ -248,6 +256,25 @@ std::optional<Expectation> Run::apply(const Operation& op) {
     default:
       if (!applyToLag(op)) violation("the LAG orchestrator and the model disagree on the change");
       return std::nullopt;
+  }
+}
+
+// Creates the group of each of `stages` with the operation's entries of that stage; the model
+// takes the entries of the groups created.
+void Run::createGroups(const Operation& op, const std::vector<size_t>& stages) {
+  failed_groups_.clear();
+  for (size_t k : stages) {
+    FiltersGroup group(kStages[k], 0, 0, kGroupTypes[k]);
+    for (const EntrySpec& spec : op.group_entries) {
+      if (spec.stage == kStages[k]) group.addEntry(spec.toEntry());
+    }
+    if (filters_->createGroup(group) != 0) {
+      failed_groups_.push_back(k);
+      continue;
+    }
+    for (const EntrySpec& spec : op.group_entries) {
+      if (spec.stage == kStages[k]) model_->create(spec);
+    }
   }
 }
 
@@ -527,7 +554,7 @@ RunResult run_sequence(const std::vector<Operation>& operations) {
   Run run;
   RunResult& result = run.result();
   for (const Operation& op : operations) {
-    run.step(op);
+    run.step(op, &op == &operations.back());
     if (!result.violations.empty()) {
       result.failed_step = result.steps;
       ++result.steps;

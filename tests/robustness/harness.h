@@ -15,6 +15,7 @@ struct RunResult {
   int faults_injected = 0;         // faults planned with an operation
   int faults_fired = 0;            // of those, the ones the operation ran into
   std::optional<int> failed_step;  // the operation after which a check failed; steps for the end
+  std::vector<std::string> calls;  // the SDK functions the last operation called, in order
   std::vector<std::string> violations;
 };
 

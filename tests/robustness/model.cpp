@@ -234,6 +234,7 @@ EntryContent Model::content(const ModelEntry& entry, const ExpectedHw& hw) const
     c.act(bcmFieldActionL3Switch,
           static_cast<uint32_t>(facts_.egress_of_destination.at(*spec.destination)));
   }
+  if (spec.new_dst_mac) c.act(bcmFieldActionDstMacNew, bcmsim::Words{0x0200, *spec.new_dst_mac});
   if (spec.policer) {
     c.policers[0] = static_cast<int>(*spec.policer);
     if (spec.parent_policer) c.policers[1] = static_cast<int>(*spec.parent_policer);

@@ -65,6 +65,10 @@ class Generator {
       spec.src_ip = static_cast<uint32_t>(random_()) & spec.src_ip_mask;
       if (chance(0.4)) spec.dscp = static_cast<unsigned char>(pick(0, 63));
       if (chance(0.3)) spec.destination = static_cast<unsigned>(pick(1, 2));
+      // The chip refuses a new destination MAC beside an L3 switch.
+      if (!spec.destination && chance(0.3)) {
+        spec.new_dst_mac = static_cast<unsigned char>(pick(1, 255));
+      }
     } else if (chance(0.4)) {
       spec.pcp = static_cast<unsigned char>(pick(0, 7));
     }
@@ -90,7 +94,7 @@ class Generator {
   }
 
   Operation operation() {
-    Operation op{};
+    Operation op;
     const int roll = pick(0, 99);
     if (roll < 30) {
       op.kind = Operation::kCreateEntry;
@@ -170,6 +174,7 @@ FiltersEntry EntrySpec::toEntry() const {
   if (pcp) entry.setAction(ActionSetPcp(*pcp));
   if (copy_to_cpu) entry.setAction(Action(FILTERS_ACTION_COPY_TO_CPU));
   if (destination) entry.setAction(ActionL3Switch(*destination));
+  if (new_dst_mac) entry.setAction(ActionReplaceDstMac(mac_address_t{2, 0, 0, 0, 0, *new_dst_mac}));
   for (const auto& [counter, type] : counters) entry.addCounter(Counter(counter, type));
   if (policer) {
     std::list<policer::Action> actions;
@@ -211,6 +216,7 @@ std::string EntrySpec::text() const {
   if (pcp) out << " set-pcp " << int{*pcp};
   if (copy_to_cpu) out << " copy";
   if (destination) out << " l3-switch " << *destination;
+  if (new_dst_mac) out << " dst-mac " << int{*new_dst_mac};
   for (const auto& [counter, type] : counters) out << " counter " << counter << "/" << type;
   if (policer) out << " policer " << *policer;
   if (parent_policer) out << " parent " << *parent_policer;
@@ -222,6 +228,7 @@ std::string Operation::text() const {
   switch (kind) {
     case kCreateGroups:
       out << "create the groups";
+      for (const EntrySpec& spec : group_entries) out << "; with " << spec.text();
       break;
     case kCreateGroupAgain:
       out << "create the ingress group again";
@@ -272,10 +279,10 @@ CounterOwner counter_owner(unsigned short counter) {
 std::vector<Operation> generate(uint64_t seed, int steps) {
   Generator generator(seed);
   std::vector<Operation> operations;
-  operations.push_back(Operation{Operation::kCreateGroups, {}, 0, 0, 0, 0, std::nullopt});
+  operations.push_back(Operation::of(Operation::kCreateGroups));
   for (int step = 1; step < steps; ++step) operations.push_back(generator.operation());
   if (generator.chance(0.2)) {
-    operations.push_back(Operation{Operation::kClearCache, {}, 0, 0, 0, 0, std::nullopt});
+    operations.push_back(Operation::of(Operation::kClearCache));
   }
   return operations;
 }

@@ -33,6 +33,7 @@ struct EntrySpec {
   std::optional<unsigned char> pcp;   // pre-ingress and egress: a new PCP
   bool copy_to_cpu = false;
   std::optional<unsigned int> destination;  // ingress: an L3 switch
+  std::optional<unsigned char> new_dst_mac;  // ingress: the last byte of 02:00:00:00:00:xx
   std::vector<std::pair<unsigned short, FiltersCommon::counter_type_t>> counters;
   std::optional<unsigned int> policer;  // ingress and egress
   std::optional<unsigned int> parent_policer;
@@ -60,14 +61,20 @@ struct Operation {
     kClearCache,
     kDestroyBehindTheLibrary,  // never generated: shows that the checks see a drifting device
   };
-  Kind kind;
+  Kind kind = kCreateGroups;
   EntrySpec entry;  // create, update; delete uses stage and id
+  std::vector<EntrySpec> group_entries;  // create the groups: the entries they start with
   unsigned lag = 0;
   unsigned member = 0;
   unsigned destination = 0;
   unsigned short counter = 0;
   std::optional<bcmsim::Fault> fault;
 
+  static Operation of(Kind kind) {
+    Operation op;
+    op.kind = kind;
+    return op;
+  }
   std::string text() const;
 };
 

@@ -64,15 +64,15 @@ TEST(RandomSequences, ReportAndShrinkADeviceThatDriftsFromTheModel) {
   spec.ports = {limid_ethernet(3)};
   spec.vlans = {10};
   spec.pcps = {1};
-  Operation create{Operation::kCreateEntry, spec, 0, 0, 0, 0, std::nullopt};
-  Operation tamper{Operation::kDestroyBehindTheLibrary, spec, 0, 0, 0, 0, std::nullopt};
-  Operation unrelated{Operation::kAddMember, {}, 2, 12, 0, 0, std::nullopt};
-  const std::vector<Operation> operations = {
-      {Operation::kCreateGroups, {}, 0, 0, 0, 0, std::nullopt},
-      create,
-      unrelated,
-      tamper,
-      unrelated};
+  Operation create = Operation::of(Operation::kCreateEntry);
+  create.entry = spec;
+  Operation tamper = create;
+  tamper.kind = Operation::kDestroyBehindTheLibrary;
+  Operation unrelated = Operation::of(Operation::kAddMember);
+  unrelated.lag = 2;
+  unrelated.member = 12;
+  const std::vector<Operation> operations = {Operation::of(Operation::kCreateGroups), create,
+                                             unrelated, tamper, unrelated};
 
   const RunResult result = run_sequence(operations);
   ASSERT_EQ(result.failed_step, 3);
