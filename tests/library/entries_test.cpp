@@ -156,12 +156,12 @@ TEST_F(Entries, AFailedDeleteKeepsThePoolAndReportsTheLastFailure) {
 // A repeated operation finishes what a fault interrupted, and leaves exactly what the same
 // operation leaves without a fault.
 TEST_F(Entries, ARetryAfterAFaultFinishesTheOperation) {
-  auto counted = [](std::list<limid_t> out_ports) {
-    FiltersEntry entry = egressEntry(0, std::move(out_ports));
-    entry.addCounter(Counter(7, COUNTER_TYPE_PACKETS));
-    return entry;
-  };
-  const FiltersEntry two_ports = counted(ports({limid_ethernet(1), limid_ethernet(2)}));
+  FiltersEntry two_ports = egressEntry(0, ports({limid_ethernet(1), limid_ethernet(2)}));
+  two_ports.addCounter(Counter(7, COUNTER_TYPE_PACKETS));
+  const auto stage = policer::Policer::STAGE_EGRESS;
+  two_ports.setPolicer(policer::Policer(4, stage, policer::Mode::Flow(100, 1000), {}));
+  two_ports.setPolicerParent(std::make_shared<policer::Policer>(
+      9, stage, policer::Mode::Flow(500, 1000), std::list<policer::Action>{}));
   auto create = [&] { return filters->createEntry(kEg, 0, two_ports); };
   auto update = [&] { return filters->updateEntry(kEg, 0, two_ports); };
   auto remove = [&] { return filters->deleteEntry(kEg, 0, 0); };
@@ -182,6 +182,8 @@ TEST_F(Entries, ARetryAfterAFaultFinishesTheOperation) {
        {"bcm_field_entry_destroy", BCM_E_INTERNAL, 2, std::nullopt, false}, remove, 0},
       {"delete, second detach refused", true,
        {"bcm_field_entry_stat_detach", BCM_E_INTERNAL, 2, std::nullopt, false}, remove, 0},
+      {"delete, own policer destroy refused", true,
+       {"bcm_policer_destroy", BCM_E_INTERNAL, 1, std::nullopt, false}, remove, 0},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
@@ -199,8 +201,20 @@ TEST_F(Entries, ARetryAfterAFaultFinishesTheOperation) {
     EXPECT_EQ(installed_ids().size(), row.entries_after);
     EXPECT_EQ(bcmsim::state().entries.size(), row.entries_after);
     EXPECT_EQ(bcmsim::state().stats.size(), row.entries_after ? 1u : 0u);
+    EXPECT_EQ(bcmsim::state().policers.size(), row.entries_after ? 2u : 0u);
     EXPECT_EQ(HalFiltersLL::filters_cache_.entries_info().size(), row.entries_after ? 1u : 0u);
   }
+}
+
+TEST_F(Entries, TheUndoAlsoRemovesCreatedEntriesBeyondItsPositions) {
+  // lag3 has no member: its pool slot comes first and is free, so the positional undo of the
+  // two attempted entries stops short of the second one.
+  test_support::make_lag(*lags, 3, {});
+  bcmsim::inject_fault({"bcm_field_entry_install", BCM_E_INTERNAL, 2, std::nullopt, false});
+  EXPECT_EQ(filters->createEntry(
+                kEg, 0, egressEntry(0, ports({limid_lag(3), limid_ethernet(1), limid_ethernet(2)}))),
+            -1);
+  EXPECT_TRUE(bcmsim::state().entries.empty());
 }
 
 TEST_F(Entries, DeletingAnEntryWhoseCreateFailedReleasesItsCounter) {

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <bcmsim/fault_plan.h>
+
 #include "support/filters_fixture.h"
 
 namespace {
@@ -82,6 +84,17 @@ TEST_F(Groups, AFailedGroupGoesWhateverIdTheSdkGaveIt) {
   group.addEntry(FiltersEntry(0, 0));
   EXPECT_EQ(filters->createGroup(group), HalFiltersLL::HAL_FILTERS_ERR_FAILED);
   EXPECT_TRUE(bcmsim::state().groups.empty());
+}
+
+TEST_F(Groups, AFailedGroupReleasesTheCounterOfItsFailingEntry) {
+  FiltersGroup group(FILTERS_GROUP_STAGE_INGRESS, 0, 0, 2);
+  FiltersEntry entry(0, 0);
+  entry.addCounter(Counter(7, COUNTER_TYPE_PACKETS));
+  group.addEntry(entry);
+  bcmsim::inject_fault({"bcm_field_entry_install", BCM_E_INTERNAL, 1, std::nullopt, false});
+  EXPECT_EQ(filters->createGroup(group), HalFiltersLL::HAL_FILTERS_ERR_FAILED);
+  EXPECT_TRUE(bcmsim::state().stats.empty());
+  EXPECT_TRUE(filters->counter_entries_.empty());
 }
 
 struct FailureRow {
