@@ -159,7 +159,7 @@ std::vector<SweptOperation> swept_operations() {
 TEST(FaultSweep, EverySdkCallFailingOnceIsRecoveredExactly) {
   const char* stride_setting = std::getenv("FILTERS_SWEEP_STRIDE");
   const size_t stride = stride_setting ? std::strtoul(stride_setting, nullptr, 10) : 1;
-  int operations = 0, positions = 0, runs = 0, exact = 0;
+  int operations = 0, positions = 0, exact_positions = 0, runs = 0;
   for (const SweptOperation& swept : swept_operations()) {
     SCOPED_TRACE(swept.name);
     const RunResult clean = run_sequence(swept.sequence);
@@ -172,24 +172,24 @@ TEST(FaultSweep, EverySdkCallFailingOnceIsRecoveredExactly) {
       const int nth = ++seen[function];
       if (returns_nothing(function) || k % stride != 0) continue;
       ++positions;
+      bool exact = true;
       for (int code : failure_codes(function)) {
         std::vector<Operation> sequence = swept.sequence;
         sequence.back().fault = bcmsim::Fault{function, code, nth, std::nullopt, false};
         const RunResult result = run_sequence(sequence);
         ++runs;
         EXPECT_EQ(result.faults_fired, 1) << sequence.back().text();
-        if (result.violations.empty()) {
-          ++exact;
-          continue;
-        }
+        if (result.violations.empty()) continue;
+        exact = false;
         ADD_FAILURE() << "call " << k << " of " << swept.name << ": " << sequence.back().text()
                       << "\n  " << result.violations.front();
       }
+      exact_positions += exact;
     }
   }
-  std::cout << "operations " << operations << ", call positions failed " << positions
-            << ", runs " << runs << ", runs that ended exact after the recovery " << exact
-            << "\n";
+  std::cout << "operations " << operations << ", call positions failed " << positions << " ("
+            << runs << " runs), positions after which the recovery left the device exact "
+            << exact_positions << "\n";
 }
 
 }  // namespace
