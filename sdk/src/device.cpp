@@ -13,9 +13,14 @@ namespace bcmsim {
 namespace detail {
 namespace {
 
+// A port number that a port bitmap (and so every port list) can hold.
+bool fits_bitmap(int port) {
+  return port >= 0 && port < _SHR_PBMP_PORT_MAX;
+}
+
 void add_ports(soc_ptype_t& type, const std::vector<int>& ports) {
   for (int port : ports) {
-    if (port < 0 || port >= SOC_MAX_NUM_PORTS) continue;
+    if (!fits_bitmap(port)) continue;
     _SHR_PBMP_PORT_ADD(type.bitmap, port);
     type.port[type.num++] = port;
   }
@@ -27,7 +32,7 @@ void add_ports(soc_ptype_t& type, const std::vector<int>& ports) {
 
 void fill_pbmp(pbmp_t& bitmap, const std::vector<int>& ports) {
   for (int port : ports) {
-    if (port >= 0 && port < SOC_MAX_NUM_PORTS) _SHR_PBMP_PORT_ADD(bitmap, port);
+    if (fits_bitmap(port)) _SHR_PBMP_PORT_ADD(bitmap, port);
   }
 }
 

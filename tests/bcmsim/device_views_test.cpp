@@ -3,6 +3,7 @@
 
 #include <bcm/error.h>
 #include <bcm/field.h>
+#include <bcm/port.h>
 
 #include <bcmsim/device.h>
 #include <bcmsim/names.h>
@@ -142,6 +143,20 @@ TEST_F(DeviceViews, ResetReturnsToTheStartUpState) {
   EXPECT_TRUE(bcmsim::state().entries.empty());
   EXPECT_EQ(create_group(1, bcmFieldQualifyStageIngress, {}), BCM_E_NONE);
   EXPECT_EQ(create_group(2, bcmFieldQualifyStageIngress, {}), BCM_E_RESOURCE);
+}
+
+TEST(DevicePorts, PortsBeyondWhatABitmapHoldsAreLeftOut) {
+  bcmsim::Config config;
+  config.front_ports = {1, 255, 256, 266};
+  config.internal_ports = {260};
+  bcmsim::reset(config);
+  bcm_port_config_t ports;
+  ASSERT_EQ(bcm_port_config_get(0, &ports), BCM_E_NONE);
+  int count = 0;
+  BCM_PBMP_COUNT(ports.port, count);
+  EXPECT_EQ(count, 2);
+  EXPECT_TRUE(BCM_PBMP_MEMBER(ports.port, 255));
+  bcmsim::reset();
 }
 
 TEST(DeviceNames, QualifiersAndActionsReadAsTheSdkNamesThem) {
