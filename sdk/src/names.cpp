@@ -1,5 +1,6 @@
 #include <bcmsim/names.h>
 
+#include <iterator>
 #include <map>
 
 #include <bcm/field.h>
@@ -294,6 +295,18 @@ std::string format_action(const ActionValue& value) {
       break;
   }
   return std::to_string(value.param0) + ", " + std::to_string(value.param1);
+}
+
+std::string error_name(int rc) {
+  static const char* const kNames[] = {
+      "BCM_E_NONE",     "BCM_E_INTERNAL", "BCM_E_MEMORY", "BCM_E_UNIT",       "BCM_E_PARAM",
+      "BCM_E_EMPTY",    "BCM_E_FULL",     "BCM_E_NOT_FOUND", "BCM_E_EXISTS", "BCM_E_TIMEOUT",
+      "BCM_E_BUSY",     "BCM_E_FAIL",     "BCM_E_DISABLED", "BCM_E_BADID",     "BCM_E_RESOURCE",
+      "BCM_E_CONFIG",   "BCM_E_UNAVAIL",  "BCM_E_INIT",   "BCM_E_PORT",       "BCM_E_IO",
+      "BCM_E_ACCESS",   "BCM_E_NO_HANDLER", "BCM_E_PARTIAL"};
+  const int index = -rc;
+  if (index < 0 || index >= static_cast<int>(std::size(kNames))) return std::to_string(rc);
+  return kNames[index];
 }
 
 }  // namespace bcmsim

@@ -50,6 +50,18 @@ json stepJson(size_t index, const StepOutcome& step, bool trace) {
               {"result_name", resultName(step.result)},
               {"expectations", {{"checked", step.checked}, {"failed", step.failures}}}};
   if (step.value) out["value"] = *step.value;
+  out["warnings"] = step.warnings;
+  json reasons = json::array();
+  for (const Reason& reason : step.reasons) {
+    json item = {{"kind", reason.kind == Reason::kLog ? "log" : "sdk_refusal"},
+                 {"text", reason.text}};
+    if (reason.kind == Reason::kLog) item["level"] = reason.level;
+    reasons.push_back(item);
+  }
+  out["reasons"] = reasons;
+  if (const Reason* refusal = firstSdkRefusal(step); step.result != 0 && refusal) {
+    out["first_refusal"] = refusal->text;
+  }
   if (step.classification) {
     out["verdict"] = verdictJson(step.classification->verdict);
     json hits = json::array();

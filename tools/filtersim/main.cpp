@@ -8,6 +8,7 @@
 
 #include <hal_callbacks/hal_callbacks_itf.h>
 
+#include "catalogue.h"
 #include "demo_scenario.h"
 #include "report.h"
 #include "scenario_loader.h"
@@ -17,16 +18,23 @@ int main(int argc, char** argv) {
   std::string file;
   bool json = false;
   bool trace = false;
+  bool catalogue = false;
   int log_level = HalCallbacksItf::kError;
   std::string show = "groups,entries,counters,policers,l3";
   app.add_option("scenario", file, "scenario file (YAML); the built-in demo when none is given");
   app.add_flag("--json", json, "write the report as one JSON document");
   app.add_flag("--trace", trace, "show the SDK calls of every step");
+  app.add_flag("--catalogue", catalogue,
+               "print the group types: the matches each takes at each stage, and exit");
   app.add_option("--log-level", log_level, "library log lines up to this level go to stderr")
       ->check(CLI::Range(0, 7));
   app.add_option("--show", show,
                  "hardware sections: groups,entries,counters,policers,l3,calls or all");
   CLI11_PARSE(app, argc, argv);
+  if (catalogue) {
+    filtersim::writeCatalogue(std::cout);
+    return 0;
+  }
 
   filtersim::Sections sections;
   if (!filtersim::parseSections(show, sections)) {
@@ -42,8 +50,8 @@ int main(int argc, char** argv) {
     return 2;
   }
 
-  HalCallbacksItf::getInstance().setLevel(log_level);
-  const filtersim::RunResult run = filtersim::runScenario(scenario, trace || sections.calls);
+  const filtersim::RunResult run =
+      filtersim::runScenario(scenario, {trace || sections.calls, log_level});
   if (json) {
     filtersim::writeJsonReport(std::cout, scenario, run, sections, trace);
   } else {

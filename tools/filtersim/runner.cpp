@@ -1,10 +1,15 @@
 #include "runner.h"
 
+#include <algorithm>
+#include <memory>
 #include <sstream>
 
+#include <bcm/error.h>
 #include <bcmsim/names.h>
+#include <hal_callbacks/hal_callbacks_itf.h>
 #include <hal_filters_ll/hal_filters_bcm.h>
 
+#include "catalogue.h"
 #include "switch_setup.h"
 
 namespace filtersim {
@@ -61,6 +66,9 @@ class StepRunner {
                        std::to_string(g.getPriority()) + ", " +
                        std::to_string(g.getEntries().size()) + " entries)";
     out_.result = filters_.createGroup(g);
+    if (std::string warning = undescribedStageWarning(g.getType(), g.getStage()); !warning.empty()) {
+      out_.warnings.push_back(std::move(warning));
+    }
   }
   void operator()(const CreateEntry& step) {
     out_.description = std::string(step.update ? "update" : "create") + " entry " +
@@ -173,7 +181,73 @@ void checkExpectations(const Expectation& expect, HalFiltersItf& filters, StepOu
   if (expect.packet) checkPacket(*expect.packet, filters, out);
 }
 
+std::string refusalText(const bcmsim::Call& call) {
+  return call.function + "(" + call.args + ") = " + bcmsim::error_name(call.rc) + " (" +
+         bcm_errmsg(call.rc) + ")";
+}
+
+// Collects the library's log lines of the running step, keeping each one's place among the SDK
+// calls, and still sends the lines up to the chosen level to standard error.
+class StepLog {
+ public:
+  explicit StepLog(int stderr_level) : stderr_level_(stderr_level) {
+    HalCallbacksItf& callbacks = HalCallbacksItf::getInstance();
+    saved_level_ = callbacks.level();
+    callbacks.setLevel(std::max(stderr_level, HalCallbacksItf::kWarning));
+    to_stderr_ = callbacks.setSink([this](const HalCallbacksItf::Line& line) { take(line); });
+  }
+  ~StepLog() {
+    HalCallbacksItf& callbacks = HalCallbacksItf::getInstance();
+    callbacks.setSink(std::move(to_stderr_));
+    callbacks.setLevel(saved_level_);
+  }
+  StepLog(const StepLog&) = delete;
+  StepLog& operator=(const StepLog&) = delete;
+
+  void start() { lines_.clear(); }
+  // The step's log lines and failed SDK calls, in the order they happened.
+  std::vector<Reason> reasons(const std::vector<bcmsim::Call>& calls) const {
+    std::vector<Reason> merged;
+    size_t line = 0;
+    for (size_t call = 0; call <= calls.size(); ++call) {
+      for (; line < lines_.size() && lines_[line].calls_before <= call; ++line) {
+        merged.push_back(lines_[line].reason);
+      }
+      if (call < calls.size() && calls[call].rc < 0) {
+        merged.push_back(Reason{Reason::kSdkRefusal, 0, refusalText(calls[call])});
+      }
+    }
+    return merged;
+  }
+
+ private:
+  struct Line {
+    Reason reason;
+    size_t calls_before;
+  };
+
+  void take(const HalCallbacksItf::Line& line) {
+    if (line.level <= stderr_level_ && to_stderr_) to_stderr_(line);
+    if (line.level > HalCallbacksItf::kWarning) return;
+    std::string text = line.text;
+    while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
+    lines_.push_back({Reason{Reason::kLog, line.level, std::move(text)}, bcmsim::calls().size()});
+  }
+
+  int stderr_level_;
+  int saved_level_ = 0;
+  HalCallbacksItf::Sink to_stderr_;
+  std::vector<Line> lines_;
+};
+
 }  // namespace
+
+const Reason* firstSdkRefusal(const StepOutcome& step) {
+  for (const Reason& reason : step.reasons) {
+    if (reason.kind == Reason::kSdkRefusal) return &reason;
+  }
+  return nullptr;
+}
 
 std::string stageName(bcmsim::Stage stage) {
   return bcmsim::stage_name(stage);
@@ -194,22 +268,26 @@ std::string resultName(int result) {
   }
 }
 
-RunResult runScenario(const Scenario& scenario, bool trace) {
+RunResult runScenario(const Scenario& scenario, const RunOptions& options) {
   RunResult run;
   Platform platform;
-  bcmsim::set_call_log(trace);
+  StepLog log(options.log_level);
+  // Always on: a step's failed calls are among its reasons.
+  bcmsim::set_call_log(true);
   setUpInterfaces(scenario.setup, platform);
   HalFiltersItf& filters = HalFiltersItf::getInstance(platform.lags, &platform.destinations);
   setUpDestinations(scenario.setup, platform);
-  run.setup_calls = bcmsim::calls();
+  if (options.trace) run.setup_calls = bcmsim::calls();
 
   for (const Step& step : scenario.steps) {
     bcmsim::clear_calls();
+    log.start();
     StepOutcome outcome;
     outcome.step = &step;
     std::visit(StepRunner(filters, platform, outcome), step.action);
+    outcome.reasons = log.reasons(bcmsim::calls());
     checkExpectations(step.expect, filters, outcome);
-    if (trace) outcome.calls = bcmsim::calls();
+    if (options.trace) outcome.calls = bcmsim::calls();
     run.checked += outcome.checked;
     run.failed += static_cast<int>(outcome.failures.size());
     run.steps.push_back(std::move(outcome));

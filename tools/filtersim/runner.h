@@ -23,6 +23,14 @@ struct UserHit {
   std::optional<unsigned int> entry;
 };
 
+// Why a step went as it did: a library log line up to warnings, or an SDK call that failed, in
+// the order they happened.
+struct Reason {
+  enum Kind { kLog, kSdkRefusal } kind;
+  int level = 0;  // of a log line
+  std::string text;
+};
+
 struct StepOutcome {
   const Step* step = nullptr;
   std::string description;
@@ -33,6 +41,8 @@ struct StepOutcome {
   std::map<unsigned short, std::optional<uint64_t>> counters;  // read after a packet
   int checked = 0;                                             // expectations checked
   std::vector<std::string> failures;                           // expectations that did not hold
+  std::vector<std::string> warnings;                           // what the step means, to heed
+  std::vector<Reason> reasons;
   std::vector<bcmsim::Call> calls;                             // SDK calls of the step, when traced
 };
 
@@ -44,9 +54,17 @@ struct RunResult {
   int failed = 0;
 };
 
+struct RunOptions {
+  bool trace = false;  // keep every SDK call of every step
+  int log_level = 3;   // library log lines up to this level also go to standard error
+};
+
 // Runs every step once, in order. One scenario per process: the filters instance lives for the
 // whole process.
-RunResult runScenario(const Scenario& scenario, bool trace);
+RunResult runScenario(const Scenario& scenario, const RunOptions& options);
+
+// The first SDK refusal among a step's reasons, or nullptr.
+const Reason* firstSdkRefusal(const StepOutcome& step);
 
 std::string stageName(bcmsim::Stage stage);
 std::string resultName(int result);

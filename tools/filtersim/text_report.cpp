@@ -36,7 +36,16 @@ void writeStep(std::ostream& out, size_t index, const StepOutcome& step, bool tr
   std::string outcome =
       step.classification ? step.classification->verdict.text() : resultName(step.result);
   if (step.value) outcome += ", value " + std::to_string(*step.value);
+  const Reason* refusal = firstSdkRefusal(step);
+  if (step.result != 0 && refusal) outcome += ", first refused by " + refusal->text;
   out << std::setw(4) << index << "  " << step.description << ": " << outcome << "\n";
+  for (const std::string& warning : step.warnings) out << "        warning: " << warning << "\n";
+  for (const Reason& reason : step.reasons) {
+    out << "        "
+        << (reason.kind == Reason::kLog ? "log <" + std::to_string(reason.level) + "> "
+                                        : std::string("SDK refused "))
+        << reason.text << "\n";
+  }
   for (const UserHit& hit : step.hits) out << "        hit " << hitText(hit) << "\n";
   for (const std::string& failure : step.failures) out << "        FAILED " << failure << "\n";
   if (step.checked > 0 && step.failures.empty()) {

@@ -13,6 +13,7 @@ std::string stat_type_name(int type);       // "Packets"
 std::string group_mode_name(int mode);      // "Single"
 std::string policer_mode_name(int mode);    // "TrTcm"
 std::string stage_name(Stage stage);        // "pre-ingress", "ingress", "egress"
+std::string error_name(int rc);             // "BCM_E_RESOURCE"; the number when unknown
 
 std::string format_qualifier(const QualifierValue& value);  // "00:11:22:33:44:55/ff:ff:ff:ff:ff:ff"
 std::string format_action(const ActionValue& value);        // "param0 3, param1 0" and the like
