@@ -41,6 +41,54 @@ json verdictJson(const bcmsim::Verdict& verdict) {
   return out;
 }
 
+json hwEntryJson(const ShownHwEntry& entry) {
+  json out = {{"hw_entry", entry.hw_id},         {"installed", entry.installed},
+              {"priority", entry.priority},      {"qualifiers", entry.qualifiers},
+              {"actions", entry.actions},        {"policers", entry.policers}};
+  if (entry.stat) out["stat"] = *entry.stat;
+  return out;
+}
+
+json snapshotJson(const Snapshot& snapshot) {
+  json groups = json::array();
+  for (const ShownGroup& group : snapshot.groups) {
+    json item = {{"hw_group", group.hw_id}, {"hw_stage", group.hw_stage},
+                 {"priority", group.priority}, {"mode", group.mode},
+                 {"used", group.used}, {"capacity", group.capacity},
+                 {"qualifiers", group.qualifiers}};
+    if (group.user) {
+      item["stage"] = userStageName(group.user->stage);
+      item["group"] = group.user->id;
+      item["type"] = group.user->type;
+    }
+    groups.push_back(item);
+  }
+  json entries = json::array();
+  for (const ShownUserEntry& user : snapshot.user_entries) {
+    json hw = json::array();
+    for (const ShownHwEntry& entry : user.hw) hw.push_back(hwEntryJson(entry));
+    entries.push_back(
+        {{"stage", user.stage}, {"group", user.group}, {"entry", user.entry}, {"hw", hw}});
+  }
+  json others = json::array();
+  for (const ShownHwEntry& entry : snapshot.other_entries) others.push_back(hwEntryJson(entry));
+  json counters = json::array();
+  for (const ShownCounter& counter : snapshot.counters) {
+    counters.push_back({{"id", counter.id},
+                        {"type", counter.type},
+                        {"value", counter.value ? json(*counter.value) : json(nullptr)},
+                        {"named_by", counter.shared_by}});
+  }
+  json policers = json::array();
+  for (const ShownPolicer& policer : snapshot.policers) {
+    policers.push_back({{"id", policer.id},
+                        {"description", policer.description},
+                        {"metering", policer.metering}});
+  }
+  return {{"groups", groups},     {"user_entries", entries}, {"other_entries", others},
+          {"counters", counters}, {"policers", policers}};
+}
+
 json stepJson(size_t index, const StepOutcome& step, bool trace) {
   json out = {{"index", index},
               {"kind", step.step->kind},
@@ -74,6 +122,7 @@ json stepJson(size_t index, const StepOutcome& step, bool trace) {
     }
     out["hits"] = hits;
   }
+  if (step.snapshot) out["show"] = snapshotJson(*step.snapshot);
   if (trace) out["calls"] = callsJson(step.calls);
   return out;
 }
@@ -115,6 +164,7 @@ void writeJsonReport(std::ostream& out, const Scenario& scenario, const RunResul
       {"tcam_moves", bcmsim::state().tcam_moves},
       {"summary",
        {{"checked", run.checked}, {"held", run.checked - run.failed}, {"failed", run.failed}}}};
+  report["at_the_end"] = snapshotJson(takeSnapshot({}, run.groups));
   if (sections.counters) report["counters"] = counterJson(run);
   if (sections.calls) {
     json calls = callsJson(run.setup_calls);

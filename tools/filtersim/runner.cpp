@@ -18,19 +18,6 @@ namespace {
 using namespace FiltersCommon;
 using HalFiltersLL::HalFiltersItf;
 
-std::string userStage(filtersGroupStage_t stage) {
-  switch (stage) {
-    case FILTERS_GROUP_STAGE_PRE_INGRESS:
-      return "pre-ingress";
-    case FILTERS_GROUP_STAGE_INGRESS:
-      return "ingress";
-    case FILTERS_GROUP_STAGE_EGRESS:
-      return "egress";
-    default:
-      return "stage " + std::to_string(stage);
-  }
-}
-
 // The user entry a hardware entry belongs to: the pool whose id range holds it.
 UserHit userHit(const bcmsim::Hit& hit) {
   UserHit user{hit.stage, hit.group, hit.entry, std::nullopt, std::nullopt};
@@ -56,29 +43,33 @@ void collectCounters(const FiltersEntry& entry, std::set<unsigned short>& ids) {
 
 class StepRunner {
  public:
-  StepRunner(HalFiltersItf& filters, Platform& platform, StepOutcome& outcome)
-      : filters_(filters), platform_(platform), out_(outcome) {}
+  StepRunner(HalFiltersItf& filters, Platform& platform, RunResult& run, StepOutcome& outcome)
+      : filters_(filters), platform_(platform), run_(run), out_(outcome) {}
 
   void operator()(const CreateGroup& step) {
     const FiltersGroup& g = step.group;
-    out_.description = "create group " + userStage(g.getStage()) + " " + std::to_string(g.getId()) +
+    out_.description = "create group " + userStageName(g.getStage()) + " " + std::to_string(g.getId()) +
                        " (type " + std::to_string(g.getType()) + ", priority " +
                        std::to_string(g.getPriority()) + ", " +
                        std::to_string(g.getEntries().size()) + " entries)";
     out_.result = filters_.createGroup(g);
+    if (out_.result == 0) {
+      const int hw_id = HalFiltersLL::HalFiltersBcm::getInstance().getHwGid(g.getStage(), g.getId());
+      run_.groups[hw_id] = UserGroup{g.getStage(), g.getId(), g.getType()};
+    }
     if (std::string warning = undescribedStageWarning(g.getType(), g.getStage()); !warning.empty()) {
       out_.warnings.push_back(std::move(warning));
     }
   }
   void operator()(const CreateEntry& step) {
     out_.description = std::string(step.update ? "update" : "create") + " entry " +
-                       userStage(step.stage) + " group " + std::to_string(step.group) + " entry " +
+                       userStageName(step.stage) + " group " + std::to_string(step.group) + " entry " +
                        std::to_string(step.entry.getId());
     out_.result = step.update ? filters_.updateEntry(step.stage, step.group, step.entry)
                               : filters_.createEntry(step.stage, step.group, step.entry);
   }
   void operator()(const DeleteEntry& step) {
-    out_.description = "delete entry " + userStage(step.stage) + " group " +
+    out_.description = "delete entry " + userStageName(step.stage) + " group " +
                        std::to_string(step.group) + " entry " + std::to_string(step.entry);
     out_.result = filters_.deleteEntry(step.stage, step.group, step.entry);
   }
@@ -111,6 +102,17 @@ class StepRunner {
     out_.description = "clear cache";
     filters_.clearCache();
   }
+  void operator()(const Show& step) {
+    out_.description = "show";
+    if (step.filter.user_entry) {
+      const ShowFilter::UserEntry& e = *step.filter.user_entry;
+      out_.description += " " + userStageName(e.stage) + " group " + std::to_string(e.group) +
+                          " entry " + std::to_string(e.entry);
+    } else if (step.filter.hw_entry) {
+      out_.description += " hardware entry " + std::to_string(*step.filter.hw_entry);
+    }
+    out_.snapshot = takeSnapshot(step.filter, run_.groups);
+  }
   void operator()(const SendPacket& step) {
     out_.description = "packet" + (step.name.empty() ? "" : " '" + step.name + "'");
     out_.classification = bcmsim::classify(step.packet);
@@ -120,6 +122,7 @@ class StepRunner {
  private:
   HalFiltersItf& filters_;
   Platform& platform_;
+  RunResult& run_;
   StepOutcome& out_;
 };
 
@@ -284,7 +287,7 @@ RunResult runScenario(const Scenario& scenario, const RunOptions& options) {
     log.start();
     StepOutcome outcome;
     outcome.step = &step;
-    std::visit(StepRunner(filters, platform, outcome), step.action);
+    std::visit(StepRunner(filters, platform, run, outcome), step.action);
     outcome.reasons = log.reasons(bcmsim::calls());
     checkExpectations(step.expect, filters, outcome);
     if (options.trace) outcome.calls = bcmsim::calls();

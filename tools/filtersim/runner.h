@@ -44,12 +44,14 @@ struct StepOutcome {
   std::vector<std::string> warnings;                           // what the step means, to heed
   std::vector<Reason> reasons;
   std::vector<bcmsim::Call> calls;                             // SDK calls of the step, when traced
+  std::optional<Snapshot> snapshot;                            // a show step's view
 };
 
 struct RunResult {
   std::vector<bcmsim::Call> setup_calls;
   std::vector<StepOutcome> steps;
   std::set<unsigned short> counters;  // every counter id the scenario names
+  std::map<int, UserGroup> groups;    // hardware group id -> the user group it was created for
   int checked = 0;
   int failed = 0;
 };

@@ -13,6 +13,8 @@
 #include <filters_common/filters_common.h>
 #include <limid/limid.h>
 
+#include "snapshot.h"
+
 namespace filtersim {
 
 struct Lag {
@@ -88,13 +90,16 @@ struct DestinationRemove {
   int destination;
 };
 struct ClearCache {};
+struct Show {
+  ShowFilter filter;
+};
 struct SendPacket {
   std::string name;
   bcmsim::Packet packet;
 };
 
 using StepAction = std::variant<CreateGroup, CreateEntry, DeleteEntry, CounterStep, LagMemberChange,
-                                LagDestroy, DestinationRemove, ClearCache, SendPacket>;
+                                LagDestroy, DestinationRemove, ClearCache, Show, SendPacket>;
 
 // What a packet is expected to meet: a user entry per stage (nullopt for no hit), the verdict's
 // outcome and changes, counter values after it.

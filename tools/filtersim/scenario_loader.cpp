@@ -21,7 +21,8 @@ YAML::Node parse(const std::string& text, const std::string& name) {
 const std::initializer_list<const char*> kStepKinds = {
     "create_group", "create_entry",       "update_entry",   "delete_entry",
     "read_counter", "clear_counter",      "lag_member_add", "lag_member_remove",
-    "lag_destroy",  "destination_remove", "clear_cache",    "packet"};
+    "lag_destroy",  "destination_remove", "clear_cache",    "show",
+    "packet"};
 
 }  // namespace
 
@@ -276,7 +277,31 @@ StepAction ScenarioLoader::loadAction(const std::string& kind, const YAML::Node&
       reader_.fail(node, "clear_cache takes no value");
     return ClearCache{};
   }
+  if (kind == "show") return loadShow(node);
   return loadPacket(node);
+}
+
+Show ScenarioLoader::loadShow(const YAML::Node& node) {
+  Show show;
+  if (node.IsNull()) return show;
+  reader_.expectMap(node, {"entry", "hw_entry"}, "show");
+  if (node["entry"] && node["hw_entry"]) {
+    reader_.fail(node, "show one user entry or one hardware entry, not both");
+  }
+  if (const YAML::Node entry = node["entry"]) {
+    reader_.expectMap(entry, {"stage", "group", "id"}, "the entry to show");
+    show.filter.user_entry = ShowFilter::UserEntry{
+        stage(reader_.need(entry, "stage")),
+        static_cast<unsigned short>(
+            reader_.integer(reader_.need(entry, "group"), 0, 65535, "group")),
+        static_cast<unsigned int>(
+            reader_.integer(reader_.need(entry, "id"), 0, 0xffffffff, "id"))};
+  }
+  if (node["hw_entry"]) {
+    show.filter.hw_entry =
+        static_cast<int>(reader_.integer(node["hw_entry"], 0, 0x7fffffff, "hardware entry id"));
+  }
+  return show;
 }
 
 int ScenarioLoader::resultCode(const YAML::Node& node) const {

@@ -49,8 +49,9 @@ class ScenarioLoader {
   policer::Policer loadPolicer(const YAML::Node& node);
   std::list<limid_t> interfaces(const YAML::Node& node, const char* what) const;
 
-  // Packets.
+  // Packets and views.
   SendPacket loadPacket(const YAML::Node& node);
+  Show loadShow(const YAML::Node& node);
 
   YamlReader reader_;
   std::set<limid_t> interfaces_;

@@ -32,6 +32,9 @@ void writeCalls(std::ostream& out, const std::vector<bcmsim::Call>& calls, const
   for (const bcmsim::Call& call : calls) out << indent << call.text() << "\n";
 }
 
+void writeSnapshot(std::ostream& out, const Snapshot& snapshot, const Sections& sections,
+                   const std::string& indent);
+
 void writeStep(std::ostream& out, size_t index, const StepOutcome& step, bool trace) {
   std::string outcome =
       step.classification ? step.classification->verdict.text() : resultName(step.result);
@@ -52,71 +55,87 @@ void writeStep(std::ostream& out, size_t index, const StepOutcome& step, bool tr
     out << "        held " << step.checked << (step.checked == 1 ? " expectation" : " expectations")
         << "\n";
   }
+  if (step.snapshot) writeSnapshot(out, *step.snapshot, Sections{}, "        ");
   if (trace) writeCalls(out, step.calls, "        | ");
 }
 
-void writeView(std::ostream& out, const bcmsim::EntryView& view) {
-  out << "        qualifiers:";
-  for (const auto& q : view.qualifiers) {
-    out << " " << bcmsim::qualifier_name(q.qualifier) << "=" << bcmsim::format_qualifier(q);
-  }
-  out << "\n        actions:";
-  for (const auto& a : view.actions) {
-    out << " " << bcmsim::action_name(a.action) << "(" << bcmsim::format_action(a) << ")";
-  }
-  out << "\n";
+std::string list(const std::vector<std::string>& items, const char* none = "-") {
+  std::string text;
+  for (const std::string& item : items) text += (text.empty() ? "" : " ") + item;
+  return text.empty() ? none : text;
 }
 
-void writeGroups(std::ostream& out, const bcmsim::State& state) {
-  out << "\nGroups\n";
-  for (const auto& [id, group] : state.groups) {
-    out << "  " << std::setw(3) << id << "  " << std::left << std::setw(12)
-        << bcmsim::stage_name(group.stage) << std::right << " priority " << group.priority
-        << ", mode " << bcmsim::group_mode_name(group.mode) << "  "
-        << bar(group.entries.size(), group.slots.size()) << "\n       qualifiers:";
-    for (int q : group.qualifiers()) out << " " << bcmsim::qualifier_name(q);
-    out << "\n";
+// A section's title: under a step, indented; at the end, after a blank line.
+void heading(std::ostream& out, const std::string& indent, const char* title) {
+  out << (indent.empty() ? "\n" : indent) << title << "\n";
+}
+
+void writeHwEntry(std::ostream& out, const ShownHwEntry& entry, const std::string& indent) {
+  out << indent << "hw " << entry.hw_id << "  priority " << entry.priority << ", "
+      << (entry.installed ? "installed" : "not installed");
+  if (entry.stat) out << ", stat " << *entry.stat;
+  for (const std::string& policer : entry.policers) out << ", policer " << policer;
+  out << "\n" << indent << "  qualifiers: " << list(entry.qualifiers) << "\n"
+      << indent << "  actions: " << list(entry.actions) << "\n";
+}
+
+void writeGroups(std::ostream& out, const Snapshot& snapshot, const std::string& indent) {
+  heading(out, indent, "Groups");
+  for (const ShownGroup& group : snapshot.groups) {
+    out << indent << "  ";
+    if (group.user) {
+      out << userStageName(group.user->stage) << " group " << group.user->id << " (type "
+          << group.user->type << ")";
+    } else {
+      out << "no user group";
+    }
+    out << "  hw " << group.hw_id << " " << group.hw_stage << ", priority " << group.priority
+        << ", mode " << group.mode << "  " << bar(group.used, group.capacity) << "\n"
+        << indent << "    qualifiers: " << list(group.qualifiers) << "\n";
   }
 }
 
-void writeEntries(std::ostream& out, const bcmsim::State& state) {
-  out << "\nEntries\n";
-  for (int id : state.entry_ids()) {
-    const bcmsim::Entry& entry = *state.entry(id);
-    out << "  " << id << "  group " << entry.group << ", priority " << entry.priority << ", "
-        << (entry.installed ? "installed" : "not installed");
-    const bcmsim::EntryView& view = entry.installed ? *entry.installed : entry.staged;
-    if (view.stat) out << ", stat " << *view.stat;
-    for (int level = 0; level < bcmsim::kPolicerLevels; ++level) {
-      if (view.policers[level])
-        out << ", policer " << *view.policers[level] << " (level " << level << ")";
+void writeEntries(std::ostream& out, const Snapshot& snapshot, const std::string& indent) {
+  heading(out, indent, "Entries");
+  for (const ShownUserEntry& user : snapshot.user_entries) {
+    out << indent << "  " << user.stage << " group " << user.group << " entry " << user.entry
+        << "  (" << user.hw.size() << (user.hw.size() == 1 ? " hardware entry)" : " hardware entries)")
+        << "\n";
+    for (const ShownHwEntry& entry : user.hw) writeHwEntry(out, entry, indent + "    ");
+  }
+  if (!snapshot.other_entries.empty()) out << indent << "  in no user entry\n";
+  for (const ShownHwEntry& entry : snapshot.other_entries) writeHwEntry(out, entry, indent + "    ");
+}
+
+void writeCounters(std::ostream& out, const Snapshot& snapshot, const std::string& indent) {
+  heading(out, indent, "Counters");
+  for (const ShownCounter& counter : snapshot.counters) {
+    out << indent << "  " << std::setw(5) << counter.id << "  " << std::left << std::setw(14)
+        << counter.type << std::right << " "
+        << (counter.value ? std::to_string(*counter.value) : "unknown") << "  named by: ";
+    for (size_t k = 0; k < counter.shared_by.size(); ++k) {
+      out << (k ? "; " : "") << counter.shared_by[k];
     }
     out << "\n";
-    writeView(out, view);
   }
 }
 
-void writeCounters(std::ostream& out, const RunResult& run) {
-  out << "\nCounters\n";
-  HalFiltersLL::HalFiltersItf& filters = HalFiltersLL::HalFiltersBcm::getInstance();
-  for (unsigned short id : run.counters) {
-    unsigned long long value = 0;
-    HalLogCapture quiet;  // an unknown counter is shown here, not logged
-    out << "  " << std::setw(5) << id << "  "
-        << (filters.getCounterValue(id, value) == 0 ? std::to_string(value) : "unknown") << "\n";
+void writePolicers(std::ostream& out, const Snapshot& snapshot, const std::string& indent) {
+  heading(out, indent, "Policers");
+  for (const ShownPolicer& policer : snapshot.policers) {
+    out << indent << "  " << policer.id << "  " << policer.description << "\n";
+    for (const std::string& user : policer.metering) out << indent << "    meters " << user << "\n";
   }
 }
 
-void writePolicers(std::ostream& out, const bcmsim::State& state) {
-  out << "\nPolicers\n";
-  for (const auto& [id, policer] : state.policers) {
-    const bcm_policer_config_t& c = policer.config;
-    out << "  " << id << "  " << bcmsim::policer_mode_name(c.mode) << " cir " << c.ckbits_sec
-        << " kbit/s burst " << c.ckbits_burst << " kbit, pir " << c.pkbits_sec << " kbit/s burst "
-        << c.pkbits_burst << " kbit; attached:";
-    for (const auto& [entry, level] : policer.attachments) out << " " << entry << "@" << level;
-    out << "\n";
-  }
+void writeSnapshot(std::ostream& out, const Snapshot& snapshot, const Sections& sections,
+                   const std::string& indent) {
+  const bool everything = !snapshot.groups.empty() || !snapshot.counters.empty() ||
+                          !snapshot.policers.empty();
+  if (sections.groups && everything) writeGroups(out, snapshot, indent);
+  if (sections.entries) writeEntries(out, snapshot, indent);
+  if (sections.counters && everything) writeCounters(out, snapshot, indent);
+  if (sections.policers && everything) writePolicers(out, snapshot, indent);
 }
 
 void writeL3(std::ostream& out, const bcmsim::State& state) {
@@ -139,10 +158,8 @@ void writeTextReport(std::ostream& out, const Scenario& scenario, const RunResul
   if (trace) writeCalls(out, run.setup_calls, "   set-up | ");
   for (size_t i = 0; i < run.steps.size(); ++i) writeStep(out, i + 1, run.steps[i], trace);
   const bcmsim::State& state = bcmsim::state();
-  if (sections.groups) writeGroups(out, state);
-  if (sections.entries) writeEntries(out, state);
-  if (sections.counters) writeCounters(out, run);
-  if (sections.policers) writePolicers(out, state);
+  out << "\nHardware at the end\n";
+  writeSnapshot(out, takeSnapshot({}, run.groups), sections, "");
   if (sections.l3) writeL3(out, state);
   if (sections.calls) {
     out << "\nSDK calls\n";

@@ -1,6 +1,7 @@
-# Runs filtersim --json on the step-reasons scenario and checks what the steps carry: the
+# Runs filtersim --json on the step-report scenario and checks what the steps carry: the
 # undescribed stage's warning on the group, the library's log line and the SDK's refusal under
-# the failed entry, in that order, and the refusal named on the step.
+# the failed entry, in that order, the refusal named on the step, and what show steps and the
+# end show.
 execute_process(COMMAND ${PROGRAM} --json ${SCENARIO} OUTPUT_VARIABLE report RESULT_VARIABLE status)
 if(NOT status EQUAL 0)
   message(FATAL_ERROR "exit status ${status}\n${report}")
@@ -17,3 +18,12 @@ expect_match("steps;0;warnings;0" "^group type 4 describes no egress group")
 expect_match("steps;1;first_refusal" "^bcm_field_entry_create_id\\(0, 32, 2097280\\) = BCM_E_NOT_FOUND \\(")
 expect_match("steps;1;reasons;0;kind" "^sdk_refusal$")
 expect_match("steps;1;reasons;1;text" "^Could not create filter entry 2097280 on group 32, invalid group$")
+expect_match("steps;4;show;user_entries;0;hw;1;hw_entry" "^131585$")
+expect_match("steps;4;show;user_entries;0;hw;1;qualifiers;0" "^InPort=2/0xffff$")
+expect_match("steps;5;show;user_entries;0;hw;0;hw_entry" "^131585$")
+string(JSON shown_alone LENGTH "${report}" steps 5 show user_entries 0 hw)
+if(NOT shown_alone EQUAL 1)
+  message(FATAL_ERROR "showing one hardware entry showed ${shown_alone}")
+endif()
+expect_match("at_the_end;groups;1;type" "^6$")
+expect_match("at_the_end;counters;0;named_by;0" "^pre-ingress group 2 entry 2$")
