@@ -1,4 +1,7 @@
 // The scenario loader refuses an invalid scenario with file, line, column and what is wrong.
+#include <filesystem>
+#include <fstream>
+
 #include <gtest/gtest.h>
 
 #include "scenario_loader.h"
@@ -34,7 +37,7 @@ INSTANTIATE_TEST_SUITE_P(
         Invalid{"UnknownTopKey", "swich: {}\nsteps: []\n",
                 "s.yaml:1:1: unknown key 'swich' in the scenario (known: switch, steps)"},
         Invalid{"UnknownStep", "steps:\n  - create_grop: {}\n",
-                "s.yaml:2:5: unknown step 'create_grop'"},
+                "s.yaml:2:5: unknown step 'create_grop' (did you mean 'create_group'?)"},
         Invalid{"TwoKindsInAStep", "steps:\n  - clear_cache: {}\n    read_counter: {id: 1}\n",
                 "s.yaml:3:5: a step has one kind, not 'clear_cache' and 'read_counter'"},
         Invalid{"MissingKey", "steps:\n  - delete_entry: {stage: ingress, group: 0}\n",
@@ -47,9 +50,10 @@ INSTANTIATE_TEST_SUITE_P(
                 "s.yaml:2:73: VLAN id 4096 is out of range (0 to 4095)"},
         Invalid{"UnknownInterface",
                 "switch: {ports: 8}\nsteps:\n  - lag_member_add: {lag: lag1, member: eth2}\n",
-                "s.yaml:3:27: unknown interface 'lag1' as a LAG"},
+                "s.yaml:3:27: unknown interface 'lag1' as a LAG (the switch has eth1 to eth8, cpu0)"},
         Invalid{"PortBeyondTheSwitch", "switch: {ports: 8}\nsteps:\n  - packet: {in_port: eth9}\n",
-                "s.yaml:3:23: unknown interface 'eth9' as in_port"},
+                "s.yaml:3:23: unknown interface 'eth9' as in_port (the switch has eth1 to eth8, "
+                "cpu0)"},
         Invalid{"MalformedMac",
                 "steps:\n  - create_entry: {stage: 1, group: 0, id: 1, match: {src_mac: "
                 "'00:11:22:33:44'}}\n",
@@ -64,10 +68,10 @@ INSTANTIATE_TEST_SUITE_P(
                 "s.yaml:2:24: malformed IPv6 address '2001:db8::g'"},
         Invalid{"UnknownMatch",
                 "steps:\n  - create_entry: {stage: 2, group: 0, id: 1, match: {dst_ip: 1}}\n",
-                "s.yaml:2:55: unknown match 'dst_ip'"},
+                "s.yaml:2:55: unknown match 'dst_ip' (did you mean 'dst_ipv4'?)"},
         Invalid{"UnknownAction",
                 "steps:\n  - create_entry: {stage: 2, group: 0, id: 1, actions: [dorp]}\n",
-                "s.yaml:2:57: unknown action 'dorp'"},
+                "s.yaml:2:57: unknown action 'dorp' (did you mean 'drop'?)"},
         Invalid{"UnknownVerdict", "steps:\n  - packet: {}\n    expect: {verdict: lost}\n",
                 "s.yaml:3:23: verdict must be one of: dropped, redirected, l3-switched, forwarded"},
         // Found by the fuzzer: keys that are not plain values escaped as conversion errors.
@@ -81,10 +85,65 @@ INSTANTIATE_TEST_SUITE_P(
         Invalid{"ListAsActionKey",
                 "steps:\n  - create_entry: {stage: 2, group: 0, id: 1, actions: [{[drop]: 1}]}\n",
                 "s.yaml:2:58: a key must be a plain value"},
+        Invalid{"DuplicateKey", "switch: {ports: 8}\nsteps: []\nswitch: {ports: 4}\n",
+                "s.yaml:3:1: duplicate key 'switch' (first at line 1); give each key once"},
+        Invalid{"DuplicateKeyDeepDown",
+                "steps:\n  - packet: {vlan: 10, pcp: 1, vlan: 20}\n",
+                "s.yaml:2:32: duplicate key 'vlan' (first at line 2); give each key once"},
+        Invalid{"EntryIdTwiceInAGroup",
+                "steps:\n  - create_group:\n      {stage: 2, id: 0, type: 10,\n"
+                "       entries: [{id: 3}, {id: 3}]}\n",
+                "s.yaml:4:32: entry id 3 is already used in this group (line 4); give each entry "
+                "its own id"},
+        Invalid{"LagAsMember",
+                "switch: {lags: {lag1: [eth1], lag2: [lag1]}}\nsteps: []\n",
+                "s.yaml:1:38: a LAG cannot be a member of a LAG (lag1 in lag2)"},
+        Invalid{"MemberTwice", "switch: {lags: {lag1: [eth1, eth1]}}\nsteps: []\n",
+                "s.yaml:1:30: eth1 is listed twice in lag1; a port joins one LAG once"},
+        Invalid{"PortInTwoLags", "switch: {lags: {lag1: [eth1], lag2: eth1}}\nsteps: []\n",
+                "s.yaml:1:37: eth1 is already a member of lag1; a port joins one LAG once"},
+        Invalid{"PacketFromALag", "switch: {lags: {lag1: [eth1]}}\nsteps:\n  - packet: {in_port: lag1}\n",
+                "s.yaml:3:23: 'lag1' is not a port: in_port takes a port (ethN or cpu0)"},
         Invalid{"ValueOnAnotherStep",
                 "steps:\n  - clear_counter: {id: 1}\n    expect: {value: 3}\n",
                 "s.yaml:3:21: only read_counter has a value"}),
     [](const auto& test) { return std::string(test.param.name); });
+
+// What is refused before the text is read as YAML: each row makes a path and names the error.
+TEST(ScenarioFiles, OnlyARegularTextFileOfAReasonableSizeIsRead) {
+  namespace fs = std::filesystem;
+  const fs::path dir = fs::path(::testing::TempDir()) / "scenario_files";
+  fs::remove_all(dir);
+  fs::create_directories(dir);
+  auto write = [&](const char* name, const std::string& text) {
+    std::ofstream(dir / name, std::ios::binary) << text;
+    return (dir / name).string();
+  };
+  const std::string huge = write("huge.yaml", "steps: []\n");
+  fs::resize_file(huge, filtersim::kMaxScenarioBytes + 1);  // sparse: costs no disk
+  const struct {
+    std::string path;
+    std::string error;
+  } rows[] = {
+      {dir.string(), dir.string() + ":1:1: this is a directory; give a scenario file (.yaml)"},
+      {(dir / "missing.yaml").string(), (dir / "missing.yaml").string() +
+                                            ":1:1: cannot read the file: No such file or directory"},
+      {"/dev/null", "/dev/null:1:1: this is not a regular file; give a scenario file (.yaml)"},
+      {write("binary.yaml", std::string("steps:\n  - x\0y\n", 15)),
+       (dir / "binary.yaml").string() +
+           ":2:6: the file is not text (it holds a NUL byte); give a YAML scenario"},
+      {huge, huge + ":1:1: the file has 67108865 bytes, more than the 64 MiB a scenario may have"},
+  };
+  for (const auto& row : rows) {
+    try {
+      filtersim::loadScenarioFile(row.path);
+      ADD_FAILURE() << row.path << " loaded";
+    } catch (const filtersim::LoadError& error) {
+      EXPECT_EQ(std::string(error.what()), row.error);
+    }
+  }
+  fs::remove_all(dir);
+}
 
 TEST(ValidScenarios, LeaveTheLibraryToJudgeItsOwnValues) {
   const filtersim::Scenario scenario = filtersim::loadScenarioText(

@@ -142,6 +142,14 @@ std::string undescribedStageWarning(unsigned int type, filtersGroupStage_t stage
          "entries find no group and fail; see filtersim --catalogue for the types of this stage";
 }
 
+std::vector<std::string> matchNames() {
+  std::vector<std::string> names = {"raw"};
+  for (const MatchQualifiers& row : matchQualifiers()) {
+    if (std::find(names.begin(), names.end(), row.match) == names.end()) names.push_back(row.match);
+  }
+  return names;
+}
+
 void writeCatalogue(std::ostream& out) {
   out << "| Type | Stage | Matches | Other qualifiers |\n|---|---|---|---|\n";
   for (unsigned int type = 1; type <= kGroupTypes.size(); ++type) {

@@ -20,6 +20,9 @@ std::optional<std::vector<std::string>> matchesOfGroupType(unsigned int type,
 // empty when it has one (or is not a catalogue type).
 std::string undescribedStageWarning(unsigned int type, FiltersCommon::filtersGroupStage_t stage);
 
+// Every match name a scenario can write (the catalogue's and the raw match).
+std::vector<std::string> matchNames();
+
 // The whole catalogue as a Markdown table, as docs/scenario.md shows it.
 void writeCatalogue(std::ostream& out);
 

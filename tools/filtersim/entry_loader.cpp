@@ -1,4 +1,5 @@
 // Groups and entries of a scenario: matches, actions, counters and policers by name.
+#include "catalogue.h"
 #include "scenario_loader.h"
 
 #include <functional>
@@ -40,11 +41,19 @@ CreateGroup ScenarioLoader::loadGroup(const YAML::Node& node) {
           reader_.integer(reader_.need(node, "type"), 0, 1000, "group type")));
   if (const YAML::Node entries = node["entries"]) {
     reader_.expectSequence(entries, "entries");
+    std::map<unsigned int, int> lines;  // entry id -> the line of its first entry
     for (const YAML::Node& entry : entries) {
       reader_.expectMap(
           entry, {"id", "priority", "match", "actions", "counters", "policer", "parent_policer"},
           "an entry");
-      group.addEntry(loadEntry(entry));
+      FiltersEntry loaded = loadEntry(entry);
+      auto [first, added] = lines.emplace(loaded.getId(), entry.Mark().line + 1);
+      if (!added) {
+        reader_.fail(entry["id"], "entry id " + std::to_string(loaded.getId()) +
+                                      " is already used in this group (line " +
+                                      std::to_string(first->second) + "); give each entry its own id");
+      }
+      group.addEntry(std::move(loaded));
     }
   }
   return CreateGroup{group};
@@ -85,7 +94,9 @@ void ScenarioLoader::loadMatches(const YAML::Node& node, FiltersEntry& entry) {
       continue;
     }
     auto loaded = loadMatch(key, item.second);
-    if (!loaded) reader_.fail(item.first, "unknown match '" + key + "'");
+    if (!loaded) {
+      reader_.fail(item.first, "unknown match '" + key + "'" + didYouMean(key, matchNames()));
+    }
     entry.setMatch(loaded);
   }
 }
@@ -258,7 +269,11 @@ std::shared_ptr<const Action> ScenarioLoader::loadAction(const YAML::Node& item)
   };
   if (item.IsScalar()) {
     auto plain = kPlain.find(item.Scalar());
-    if (plain == kPlain.end()) reader_.fail(item, "unknown action '" + item.Scalar() + "'");
+    if (plain == kPlain.end()) {
+      std::vector<std::string> known;
+      for (const auto& [name, type] : kPlain) known.push_back(name);
+      reader_.fail(item, "unknown action '" + item.Scalar() + "'" + didYouMean(item.Scalar(), known));
+    }
     return action<Action>(plain->second);
   }
   const std::string key =

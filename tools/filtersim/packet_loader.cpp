@@ -70,8 +70,8 @@ SendPacket ScenarioLoader::loadPacket(const YAML::Node& node) {
   };
 
   if (node["name"]) send.name = reader_.text(node["name"], "name");
-  if (node["in_port"]) p.in_port = localPort(interface(node["in_port"], "in_port"));
-  if (node["out_port"]) p.out_port = localPort(interface(node["out_port"], "out_port"));
+  if (node["in_port"]) p.in_port = localPort(port(node["in_port"], "in_port"));
+  if (node["out_port"]) p.out_port = localPort(port(node["out_port"], "out_port"));
   if (node["src_mac"]) p.src_mac = mac("src_mac");
   if (node["dst_mac"]) p.dst_mac = mac("dst_mac");
   if (node["vlan"]) p.outer_vlan = static_cast<uint16_t>(number("vlan", 4095));

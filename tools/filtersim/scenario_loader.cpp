@@ -1,6 +1,10 @@
 // The scenario's top level: the switch and the steps with their expectations.
 #include "scenario_loader.h"
 
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -13,8 +17,7 @@ YAML::Node parse(const std::string& text, const std::string& name) {
   try {
     return YAML::Load(text);
   } catch (const YAML::ParserException& error) {
-    throw LoadError(name + ":" + std::to_string(error.mark.line + 1) + ":" +
-                    std::to_string(error.mark.column + 1) + ": " + error.msg);
+    throw LoadError(name, error.mark.line + 1, error.mark.column + 1, error.msg);
   }
 }
 
@@ -31,17 +34,45 @@ Scenario loadScenarioText(const std::string& text, const std::string& name) {
 }
 
 Scenario loadScenarioFile(const std::string& path) {
-  std::ifstream in(path);
-  if (!in) throw LoadError(path + ":1:1: cannot read the file");
-  std::ostringstream text;
-  text << in.rdbuf();
-  return loadScenarioText(text.str(), path);
+  return loadScenarioText(readScenarioFile(path), path);
+}
+
+std::string readScenarioFile(const std::string& path) {
+  namespace fs = std::filesystem;
+  std::error_code error;
+  const fs::file_status status = fs::status(path, error);
+  if (error) throw LoadError(path, 1, 1, "cannot read the file: " + error.message());
+  if (fs::is_directory(status)) {
+    throw LoadError(path, 1, 1, "this is a directory; give a scenario file (.yaml)");
+  }
+  if (!fs::is_regular_file(status)) {
+    throw LoadError(path, 1, 1, "this is not a regular file; give a scenario file (.yaml)");
+  }
+  const uintmax_t size = fs::file_size(path, error);
+  if (!error && size > kMaxScenarioBytes) {
+    throw LoadError(path, 1, 1,
+                    "the file has " + std::to_string(size) + " bytes, more than the " +
+                        std::to_string(kMaxScenarioBytes >> 20) + " MiB a scenario may have");
+  }
+  std::ifstream in(path, std::ios::binary);
+  if (!in) throw LoadError(path, 1, 1, std::string("cannot read the file: ") + std::strerror(errno));
+  std::ostringstream read;
+  read << in.rdbuf();
+  std::string text = read.str();
+  if (const size_t nul = text.find('\0'); nul != std::string::npos) {
+    const size_t line_start = text.rfind('\n', nul);
+    const int line = static_cast<int>(std::count(text.begin(), text.begin() + static_cast<long>(nul), '\n')) + 1;
+    const int column = static_cast<int>(nul - (line_start == std::string::npos ? 0 : line_start + 1)) + 1;
+    throw LoadError(path, line, column, "the file is not text (it holds a NUL byte); give a YAML scenario");
+  }
+  return text;
 }
 
 Scenario ScenarioLoader::load(const YAML::Node& root) {
   if (!root.IsDefined() || root.IsNull()) {
-    throw LoadError(reader_.file() + ":1:1: the scenario is empty");
+    throw LoadError(reader_.file(), 1, 1, "the scenario is empty");
   }
+  reader_.refuseDuplicateKeys(root);
   reader_.expectMap(root, {"switch", "steps"}, "the scenario");
   Scenario scenario;
   scenario.file = reader_.file();
@@ -109,9 +140,46 @@ limid_t ScenarioLoader::interface(const YAML::Node& node, const char* what) cons
   const std::string name = reader_.text(node, what);
   auto limid = limid_from_intfname(name);
   if (!limid || !interfaces_.count(*limid)) {
-    reader_.fail(node, std::string("unknown interface '") + name + "' as " + what);
+    reader_.fail(node, std::string("unknown interface '") + name + "' as " + what +
+                           " (the switch has " + declaredInterfaces() + ")");
   }
   return *limid;
+}
+
+// The declared interfaces, runs of consecutive Ethernet ports written as first to last.
+std::string ScenarioLoader::declaredInterfaces() const {
+  std::vector<std::string> names;
+  std::vector<unsigned> ethernet;
+  for (const limid_t& declared : interfaces_) {
+    if (limid_is_from_type(declared, limid_type_ethernet)) {
+      ethernet.push_back(limid_number(declared));
+    } else {
+      names.push_back(limid_name(declared));
+    }
+  }
+  std::sort(ethernet.begin(), ethernet.end());
+  std::vector<std::string> runs;
+  for (size_t first = 0; first < ethernet.size();) {
+    size_t last = first;
+    while (last + 1 < ethernet.size() && ethernet[last + 1] == ethernet[last] + 1) ++last;
+    runs.push_back("eth" + std::to_string(ethernet[first]) +
+                   (last > first ? " to eth" + std::to_string(ethernet[last]) : ""));
+    first = last + 1;
+  }
+  runs.insert(runs.end(), names.begin(), names.end());
+  std::string text;
+  for (const std::string& run : runs) text += (text.empty() ? "" : ", ") + run;
+  return text;
+}
+
+limid_t ScenarioLoader::port(const YAML::Node& node, const char* what) const {
+  const limid_t limid = interface(node, what);
+  if (!limid_is_from_type(limid, limid_type_ethernet) &&
+      !limid_is_from_type(limid, limid_type_cpuport)) {
+    reader_.fail(node, "'" + node.Scalar() + "' is not a port: " + what +
+                           " takes a port (ethN or cpu0)");
+  }
+  return limid;
 }
 
 std::list<limid_t> ScenarioLoader::interfaces(const YAML::Node& node, const char* what) const {
@@ -127,9 +195,31 @@ std::list<limid_t> ScenarioLoader::interfaces(const YAML::Node& node, const char
 
 void ScenarioLoader::loadLags(const YAML::Node& node, SwitchSetup& setup) {
   if (!node.IsMap()) reader_.fail(node, "lags must be a mapping of LAG names to member lists");
+  std::map<limid_t, limid_t> lag_of_member;
   for (const auto& item : node) {
     Lag lag{declare(item.first, limid_type_lag), {}};
-    for (const limid_t& member : interfaces(item.second, "a LAG member")) {
+    const std::string lag_name = limid_name(lag.lag);
+    std::vector<YAML::Node> member_nodes;  // one member or a list of them
+    if (item.second.IsScalar()) {
+      member_nodes.push_back(item.second);
+    } else {
+      reader_.expectSequence(item.second, "a LAG's members");
+      for (const YAML::Node& member_node : item.second) member_nodes.push_back(member_node);
+    }
+    for (const YAML::Node& member_node : member_nodes) {
+      const limid_t member = interface(member_node, "a LAG member");
+      if (limid_is_from_type(member, limid_type_lag)) {
+        reader_.fail(member_node, "a LAG cannot be a member of a LAG (" + limid_name(member) +
+                                      " in " + lag_name + ")");
+      }
+      auto [owner, added] = lag_of_member.emplace(member, lag.lag);
+      if (!added) {
+        reader_.fail(member_node, limid_name(member) +
+                                      (owner->second == lag.lag ? " is listed twice in " + lag_name
+                                                                : " is already a member of " +
+                                                                      limid_name(owner->second)) +
+                                      "; a port joins one LAG once");
+      }
       lag.members.push_back(member);
     }
     setup.lags.push_back(lag);
@@ -220,7 +310,11 @@ Step ScenarioLoader::loadStep(const YAML::Node& node) {
     if (key == "expect") continue;
     bool known = false;
     for (const char* kind : kStepKinds) known |= key == kind;
-    if (!known) reader_.fail(item.first, "unknown step '" + key + "'");
+    if (!known) {
+      reader_.fail(item.first, "unknown step '" + key + "'" +
+                                   didYouMean(key, std::vector<std::string>(kStepKinds.begin(),
+                                                                            kStepKinds.end())));
+    }
     if (!step.kind.empty())
       reader_.fail(item.first, "a step has one kind, not '" + step.kind + "' and '" + key + "'");
     step.kind = key;

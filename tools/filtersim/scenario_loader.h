@@ -1,6 +1,7 @@
 // Loads and checks a scenario completely before anything runs.
 #pragma once
 
+#include <cstdint>
 #include <set>
 #include <string>
 
@@ -9,9 +10,14 @@
 
 namespace filtersim {
 
+// The largest scenario file read.
+constexpr uintmax_t kMaxScenarioBytes = uintmax_t{64} << 20;
+
 // Both raise LoadError ("file:line:column: what is wrong") for an invalid scenario.
 Scenario loadScenarioFile(const std::string& path);
 Scenario loadScenarioText(const std::string& text, const std::string& name);
+// The text of a scenario file: a regular text file within the size limit, or a LoadError.
+std::string readScenarioFile(const std::string& path);
 
 class ScenarioLoader {
  public:
@@ -28,6 +34,9 @@ class ScenarioLoader {
   void loadDevice(const YAML::Node& node, bcmsim::Config& device);
   limid_t declare(const YAML::Node& name, limid_type_t type);
   limid_t interface(const YAML::Node& node, const char* what) const;
+  std::string declaredInterfaces() const;
+  // An interface that must be a port (Ethernet or CPU).
+  limid_t port(const YAML::Node& node, const char* what) const;
 
   // Steps.
   Step loadStep(const YAML::Node& node);

@@ -1,8 +1,10 @@
 #include "yaml_reader.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cerrno>
 #include <cstdlib>
+#include <map>
 
 namespace filtersim {
 namespace {
@@ -13,11 +15,61 @@ std::string list(std::initializer_list<const char*> names) {
   return text;
 }
 
+size_t editDistance(const std::string& a, const std::string& b) {
+  std::vector<size_t> row(b.size() + 1);
+  for (size_t j = 0; j <= b.size(); ++j) row[j] = j;
+  for (size_t i = 1; i <= a.size(); ++i) {
+    size_t diagonal = row[0];
+    row[0] = i;
+    for (size_t j = 1; j <= b.size(); ++j) {
+      const size_t above = row[j];
+      row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (a[i - 1] == b[j - 1] ? 0 : 1)});
+      diagonal = above;
+    }
+  }
+  return row[b.size()];
+}
+
 }  // namespace
 
+std::string didYouMean(const std::string& name, const std::vector<std::string>& known) {
+  const std::string* best = nullptr;
+  size_t best_distance = 0;
+  for (const std::string& candidate : known) {
+    const size_t distance = editDistance(name, candidate);
+    if (!best || distance < best_distance) {
+      best = &candidate;
+      best_distance = distance;
+    }
+  }
+  // A typo changes a few characters, never most of a short name.
+  if (!best || best_distance == 0 || best_distance > 2 || best_distance * 2 > name.size()) {
+    return "";
+  }
+  return " (did you mean '" + *best + "'?)";
+}
+
+void YamlReader::refuseDuplicateKeys(const YAML::Node& node) const {
+  if (node.IsSequence()) {
+    for (const YAML::Node& item : node) refuseDuplicateKeys(item);
+    return;
+  }
+  if (!node.IsMap()) return;
+  std::map<std::string, YAML::Mark> seen;
+  for (const auto& item : node) {
+    if (item.first.IsScalar()) {
+      auto [first, inserted] = seen.emplace(item.first.Scalar(), item.first.Mark());
+      if (!inserted) {
+        fail(item.first, "duplicate key '" + item.first.Scalar() + "' (first at line " +
+                             std::to_string(first->second.line + 1) + "); give each key once");
+      }
+    }
+    refuseDuplicateKeys(item.second);
+  }
+}
+
 void YamlReader::fail(const YAML::Mark& at, const std::string& what) const {
-  throw LoadError(file_ + ":" + std::to_string(at.line + 1) + ":" + std::to_string(at.column + 1) +
-                  ": " + what);
+  throw LoadError(file_, at.line + 1, at.column + 1, what);
 }
 
 void YamlReader::fail(const YAML::Node& at, const std::string& what) const {

@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include <yaml-cpp/yaml.h>
 
@@ -13,8 +14,28 @@ namespace filtersim {
 // An invalid scenario: "file:line:column: what is wrong".
 class LoadError : public std::runtime_error {
  public:
-  using std::runtime_error::runtime_error;
+  LoadError(const std::string& file, int line, int column, const std::string& message)
+      : std::runtime_error(file + ":" + std::to_string(line) + ":" + std::to_string(column) + ": " +
+                           message),
+        file_(file),
+        line_(line),
+        column_(column),
+        message_(message) {}
+
+  const std::string& file() const { return file_; }
+  int line() const { return line_; }
+  int column() const { return column_; }
+  const std::string& message() const { return message_; }
+
+ private:
+  std::string file_;
+  int line_;
+  int column_;
+  std::string message_;
 };
+
+// " (did you mean 'x'?)" for the known name closest to `name` when it is a likely typo, else "".
+std::string didYouMean(const std::string& name, const std::vector<std::string>& known);
 
 class YamlReader {
  public:
@@ -42,6 +63,9 @@ class YamlReader {
   // One of `names` (its index), or an integer in [min, max] when `min` <= `max`.
   int named(const YAML::Node& node, std::initializer_list<const char*> names, const char* what,
             int64_t min = 1, int64_t max = 0) const;
+
+  // Every mapping under `node` has each key once.
+  void refuseDuplicateKeys(const YAML::Node& node) const;
 
   const std::string& file() const { return file_; }
 
