@@ -141,6 +141,17 @@ json counterJson(const RunResult& run) {
 
 }  // namespace
 
+void writeJsonError(std::ostream& out, const std::string& kind, const std::string& message,
+                    const LoadError* where) {
+  json error = {{"kind", kind}, {"message", message}};
+  if (where) {
+    error["file"] = where->file();
+    error["line"] = where->line();
+    error["column"] = where->column();
+  }
+  out << json{{"error", error}}.dump(2) << "\n";
+}
+
 void writeJsonReport(std::ostream& out, const Scenario& scenario, const RunResult& run,
                      const Sections& sections, bool trace) {
   json steps = json::array();

@@ -4,6 +4,8 @@
 // Exit status: 0 every expectation held, 1 one did not, 2 the scenario is invalid.
 #include <iostream>
 
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 
 #include <hal_callbacks/hal_callbacks_itf.h>
@@ -12,6 +14,29 @@
 #include "demo_scenario.h"
 #include "report.h"
 #include "scenario_loader.h"
+
+namespace {
+
+// Usage errors and invalid scenarios end the run with status 2: one line on standard error, or
+// with --json one JSON document (an error object) on standard output.
+int refuse(bool json, const std::string& kind, const std::string& message,
+           const filtersim::LoadError* where = nullptr) {
+  if (json) {
+    filtersim::writeJsonError(std::cout, kind, message, where);
+  } else {
+    std::cerr << (where ? std::string(where->what()) : "filtersim: " + message) << "\n";
+  }
+  return 2;
+}
+
+bool asksForJson(int argc, char** argv) {
+  for (int k = 1; k < argc; ++k) {
+    if (std::string(argv[k]) == "--json") return true;
+  }
+  return false;
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
   CLI::App app{"filtersim: filter scenarios on a software Broadcom device"};
@@ -30,7 +55,13 @@ int main(int argc, char** argv) {
       ->check(CLI::Range(0, 7));
   app.add_option("--show", show,
                  "hardware sections: groups,entries,counters,policers,l3,calls or all");
-  CLI11_PARSE(app, argc, argv);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() == 0) return app.exit(error);  // --help
+    return refuse(asksForJson(argc, argv), "usage",
+                  std::string(error.what()) + " (see filtersim --help)");
+  }
   if (catalogue) {
     filtersim::writeCatalogue(std::cout);
     return 0;
@@ -38,20 +69,20 @@ int main(int argc, char** argv) {
 
   filtersim::Sections sections;
   if (!filtersim::parseSections(show, sections)) {
-    std::cerr << "filtersim: unknown section in --show " << show << "\n";
-    return 2;
+    return refuse(json, "usage",
+                  "unknown section in --show " + show +
+                      " (known: groups, entries, counters, policers, l3, calls, all)");
   }
   filtersim::Scenario scenario;
   try {
     scenario = file.empty() ? filtersim::loadScenarioText(filtersim::kDemoScenario, "demo")
                             : filtersim::loadScenarioFile(file);
   } catch (const filtersim::LoadError& error) {
-    std::cerr << error.what() << "\n";
-    return 2;
+    return refuse(json, "invalid-scenario", error.message(), &error);
   }
 
-  const filtersim::RunResult run =
-      filtersim::runScenario(scenario, {trace || sections.calls, log_level});
+  const filtersim::RunResult run = filtersim::runScenario(
+      scenario, {trace || sections.calls, log_level, isatty(STDERR_FILENO) == 1});
   if (json) {
     filtersim::writeJsonReport(std::cout, scenario, run, sections, trace);
   } else {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "runner.h"
+#include "yaml_reader.h"
 
 namespace filtersim {
 
@@ -26,5 +27,9 @@ void writeTextReport(std::ostream& out, const Scenario& scenario, const RunResul
                      const Sections& sections, bool trace);
 void writeJsonReport(std::ostream& out, const Scenario& scenario, const RunResult& run,
                      const Sections& sections, bool trace);
+// The one JSON document of a run that cannot start: {"error": {kind, message, file, line,
+// column}}, the place when the error has one.
+void writeJsonError(std::ostream& out, const std::string& kind, const std::string& message,
+                    const LoadError* where);
 
 }  // namespace filtersim

@@ -1,6 +1,8 @@
 #include "runner.h"
 
 #include <algorithm>
+#include <chrono>
+#include <cstdio>
 #include <memory>
 #include <sstream>
 
@@ -243,6 +245,37 @@ class StepLog {
   std::vector<Line> lines_;
 };
 
+// "step i of n" on standard error once a run has taken a second, rewritten in place.
+class Progress {
+ public:
+  Progress(bool enabled, size_t total) : enabled_(enabled), total_(total) {}
+  ~Progress() {
+    if (shown_) std::fprintf(stderr, "\r%*s\r", 40, "");
+  }
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  void step() {
+    ++done_;
+    if (!enabled_ || done_ % 256 != 0) return;
+    const auto now = std::chrono::steady_clock::now();
+    if (now - start_ < std::chrono::seconds(1) || now - last_ < std::chrono::milliseconds(100)) {
+      return;
+    }
+    last_ = now;
+    shown_ = true;
+    std::fprintf(stderr, "\rfiltersim: step %zu of %zu", done_, total_);
+  }
+
+ private:
+  bool enabled_;
+  size_t total_;
+  size_t done_ = 0;
+  bool shown_ = false;
+  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+  std::chrono::steady_clock::time_point last_{};
+};
+
 }  // namespace
 
 const Reason* firstSdkRefusal(const StepOutcome& step) {
@@ -282,7 +315,9 @@ RunResult runScenario(const Scenario& scenario, const RunOptions& options) {
   setUpDestinations(scenario.setup, platform);
   if (options.trace) run.setup_calls = bcmsim::calls();
 
+  Progress progress(options.progress, scenario.steps.size());
   for (const Step& step : scenario.steps) {
+    progress.step();
     bcmsim::clear_calls();
     log.start();
     StepOutcome outcome;

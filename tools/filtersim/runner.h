@@ -59,6 +59,7 @@ struct RunResult {
 struct RunOptions {
   bool trace = false;  // keep every SDK call of every step
   int log_level = 3;   // library log lines up to this level also go to standard error
+  bool progress = false;  // after a second, show how far the run is on standard error
 };
 
 // Runs every step once, in order. One scenario per process: the filters instance lives for the
