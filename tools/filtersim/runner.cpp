@@ -148,6 +148,24 @@ std::string hitsText(const std::vector<UserHit>& hits, bcmsim::Stage stage) {
   return text.empty() ? "none" : text;
 }
 
+// A field as the verdict left it: "unchanged", or what it became.
+std::string changed(const bcmsim::Verdict& verdict, const std::string& field) {
+  auto number = [](const std::optional<int>& value) {
+    return value ? std::to_string(*value) : std::string("unchanged");
+  };
+  auto mac = [](const std::optional<bcmsim::Mac>& value) {
+    return value ? std::string("a new MAC") : std::string("unchanged");
+  };
+  if (field == "pcp") return number(verdict.pcp);
+  if (field == "inner_pcp") return number(verdict.inner_pcp);
+  if (field == "dscp") return number(verdict.dscp);
+  if (field == "internal_priority") return number(verdict.internal_priority);
+  if (field == "cos_queue") return number(verdict.cos_queue);
+  if (field == "vlan") return number(verdict.vlan);
+  if (field == "src_mac") return mac(verdict.src_mac);
+  return mac(verdict.dst_mac);
+}
+
 void checkPacket(const PacketExpectation& expect, HalFiltersItf& filters, StepOutcome& out) {
   const bcmsim::Verdict& verdict = out.classification->verdict;
   if (expect.outcome) check(out, "verdict", *expect.outcome, verdict.outcome());
@@ -175,9 +193,78 @@ void checkPacket(const PacketExpectation& expect, HalFiltersItf& filters, StepOu
   if (expect.dscp)
     check(out, "dscp", std::to_string(*expect.dscp),
           verdict.dscp ? std::to_string(*verdict.dscp) : "unchanged");
+  for (const std::string& field : expect.unchanged) {
+    check(out, field.c_str(), std::string("unchanged"), changed(verdict, field));
+  }
 }
 
-void checkExpectations(const Expectation& expect, HalFiltersItf& filters, StepOutcome& out) {
+bool contains(const std::vector<std::string>& texts, const std::string& text) {
+  return std::find(texts.begin(), texts.end(), text) != texts.end();
+}
+
+void checkEntry(const HardwareExpectation::UserEntry& expect, StepOutcome& out) {
+  const Snapshot shown = takeSnapshot({expect.key, std::nullopt}, {});
+  const std::string name = userStageName(expect.key.stage) + " group " +
+                           std::to_string(expect.key.group) + " entry " +
+                           std::to_string(expect.key.entry);
+  const std::vector<ShownHwEntry> none;
+  const std::vector<ShownHwEntry>& hw =
+      shown.user_entries.empty() ? none : shown.user_entries.front().hw;
+  if (expect.hw_entries) {
+    check(out, (name + " hardware entries").c_str(), *expect.hw_entries, hw.size());
+  }
+  for (const ShownHwEntry& entry : hw) {
+    const std::string where = name + " hw " + std::to_string(entry.hw_id);
+    for (const std::string& qualifier : expect.qualifiers) {
+      check(out, (where + " qualifier").c_str(), qualifier,
+            contains(entry.qualifiers, qualifier) ? qualifier : std::string("none like it"));
+    }
+    for (const std::string& action : expect.actions) {
+      check(out, (where + " action").c_str(), action,
+            contains(entry.actions, action) ? action : std::string("none like it"));
+    }
+  }
+}
+
+std::optional<size_t> groupUse(const Snapshot& shown, const HardwareExpectation::Group& group) {
+  for (const ShownGroup& candidate : shown.groups) {
+    if (candidate.user && candidate.user->stage == group.stage && candidate.user->id == group.id) {
+      return candidate.used;
+    }
+  }
+  return std::nullopt;
+}
+
+const ShownCounter* shownCounter(const Snapshot& shown, unsigned short id) {
+  for (const ShownCounter& counter : shown.counters) {
+    if (counter.id == id) return &counter;
+  }
+  return nullptr;
+}
+
+void checkHardware(const HardwareExpectation& expect, const RunResult& run, StepOutcome& out) {
+  for (const auto& entry : expect.entries) checkEntry(entry, out);
+  const Snapshot shown = takeSnapshot({}, run.groups);
+  for (const auto& group : expect.groups) {
+    const std::optional<size_t> used = groupUse(shown, group);
+    check(out,
+          (userStageName(group.stage) + " group " + std::to_string(group.id) + " entries").c_str(),
+          std::to_string(group.used), used ? std::to_string(*used) : std::string("no group"));
+  }
+  for (const auto& counter : expect.counters) {
+    const std::string name = "counter " + std::to_string(counter.id);
+    const ShownCounter* found = shownCounter(shown, counter.id);
+    check(out, (name + " type").c_str(), counter.type, found ? found->type : std::string("unknown"));
+    if (counter.value) {
+      check(out, name.c_str(), std::to_string(*counter.value),
+            found && found->value ? std::to_string(*found->value) : std::string("unknown"));
+    }
+  }
+}
+
+void checkExpectations(const Expectation& expect, HalFiltersItf& filters, const RunResult& run,
+                       StepOutcome& out) {
+  if (expect.hardware) checkHardware(*expect.hardware, run, out);
   if (expect.result) check(out, "result", resultName(*expect.result), resultName(out.result));
   if (expect.value) {
     check(out, "value", std::to_string(*expect.value),
@@ -324,7 +411,7 @@ RunResult runScenario(const Scenario& scenario, const RunOptions& options) {
     outcome.step = &step;
     std::visit(StepRunner(filters, platform, run, outcome), step.action);
     outcome.reasons = log.reasons(bcmsim::calls());
-    checkExpectations(step.expect, filters, outcome);
+    checkExpectations(step.expect, filters, run, outcome);
     if (options.trace) outcome.calls = bcmsim::calls();
     run.checked += outcome.checked;
     run.failed += static_cast<int>(outcome.failures.size());

@@ -110,12 +110,37 @@ struct PacketExpectation {
   std::optional<bool> copy_to_cpu;
   std::optional<int> pcp;
   std::optional<int> dscp;
+  std::vector<std::string> unchanged;  // fields the packet leaves as they came: pcp, dscp, ...
+};
+
+// What the hardware holds after a step.
+struct HardwareExpectation {
+  struct UserEntry {
+    ShowFilter::UserEntry key;
+    std::optional<size_t> hw_entries;      // how many hardware entries it has
+    std::vector<std::string> qualifiers;  // each in every one of them, as the report writes it
+    std::vector<std::string> actions;
+  };
+  struct Group {
+    FiltersCommon::filtersGroupStage_t stage;
+    unsigned short id;
+    size_t used;  // installed entries
+  };
+  struct Counter {
+    unsigned short id;
+    std::string type;  // the statistic's type, as the report writes it ("Bytes")
+    std::optional<uint64_t> value;
+  };
+  std::vector<UserEntry> entries;
+  std::vector<Group> groups;
+  std::vector<Counter> counters;
 };
 
 struct Expectation {
   std::optional<int> result;
   std::optional<uint64_t> value;  // of a counter read
   std::optional<PacketExpectation> packet;
+  std::optional<HardwareExpectation> hardware;
 };
 
 struct Step {

@@ -21,6 +21,10 @@ YAML::Node parse(const std::string& text, const std::string& name) {
   }
 }
 
+// The fields of a packet a verdict can change, as `unchanged` names them.
+const std::initializer_list<const char*> kVerdictFields = {
+    "pcp", "inner_pcp", "dscp", "internal_priority", "cos_queue", "vlan", "src_mac", "dst_mac"};
+
 const std::initializer_list<const char*> kStepKinds = {
     "create_group", "create_entry",       "update_entry",   "delete_entry",
     "read_counter", "clear_counter",      "lag_member_add", "lag_member_remove",
@@ -414,13 +418,15 @@ Expectation ScenarioLoader::loadExpectation(const std::string& kind, const YAML:
   Expectation expect;
   if (kind == "packet") {
     expect.packet = loadPacketExpectation(node);
+    if (node["hardware"]) expect.hardware = loadHardwareExpectation(node["hardware"]);
     return expect;
   }
   if (node.IsScalar()) {
     expect.result = resultCode(node);
     return expect;
   }
-  reader_.expectMap(node, {"result", "value"}, "expect");
+  reader_.expectMap(node, {"result", "value", "hardware"}, "expect");
+  if (node["hardware"]) expect.hardware = loadHardwareExpectation(node["hardware"]);
   if (node["result"]) expect.result = resultCode(node["result"]);
   if (node["value"]) {
     if (kind != "read_counter") reader_.fail(node["value"], "only read_counter has a value");
@@ -430,7 +436,10 @@ Expectation ScenarioLoader::loadExpectation(const std::string& kind, const YAML:
 }
 
 PacketExpectation ScenarioLoader::loadPacketExpectation(const YAML::Node& node) {
-  reader_.expectMap(node, {"verdict", "hits", "counters", "copy_to_cpu", "pcp", "dscp"}, "expect");
+  reader_.expectMap(node,
+                    {"verdict", "hits", "counters", "copy_to_cpu", "pcp", "dscp", "unchanged",
+                     "hardware"},
+                    "expect");
   PacketExpectation expect;
   if (node["verdict"]) {
     const int outcome = reader_.named(
@@ -461,6 +470,65 @@ PacketExpectation ScenarioLoader::loadPacketExpectation(const YAML::Node& node) 
   if (node["copy_to_cpu"]) expect.copy_to_cpu = reader_.boolean(node["copy_to_cpu"], "copy_to_cpu");
   if (node["pcp"]) expect.pcp = static_cast<int>(reader_.integer(node["pcp"], 0, 7, "pcp"));
   if (node["dscp"]) expect.dscp = static_cast<int>(reader_.integer(node["dscp"], 0, 63, "dscp"));
+  if (const YAML::Node unchanged = node["unchanged"]) {
+    reader_.expectSequence(unchanged, "unchanged");
+    for (const YAML::Node& field : unchanged) {
+      const int index = reader_.named(field, kVerdictFields, "a field a packet can change");
+      expect.unchanged.push_back(*(kVerdictFields.begin() + index));
+    }
+  }
+  return expect;
+}
+
+HardwareExpectation ScenarioLoader::loadHardwareExpectation(const YAML::Node& node) {
+  reader_.expectMap(node, {"entries", "groups", "counters"}, "hardware");
+  HardwareExpectation expect;
+  auto strings = [&](const YAML::Node& list, const char* what) {
+    std::vector<std::string> texts;
+    if (!list) return texts;
+    reader_.expectSequence(list, what);
+    for (const YAML::Node& item : list) texts.push_back(reader_.text(item, what));
+    return texts;
+  };
+  const YAML::Node entries = node["entries"];
+  if (entries) reader_.expectSequence(entries, "entries");
+  for (const YAML::Node& entry : entries ? entries : YAML::Node()) {
+    reader_.expectMap(entry, {"stage", "group", "id", "hw_entries", "qualifiers", "actions"},
+                      "an expected entry");
+    HardwareExpectation::UserEntry expected{
+        {stage(reader_.need(entry, "stage")),
+         static_cast<unsigned short>(reader_.integer(reader_.need(entry, "group"), 0, 65535, "group")),
+         static_cast<unsigned int>(reader_.integer(reader_.need(entry, "id"), 0, 0xffffffff, "id"))},
+        std::nullopt,
+        strings(entry["qualifiers"], "qualifiers"),
+        strings(entry["actions"], "actions")};
+    if (entry["hw_entries"]) {
+      expected.hw_entries =
+          static_cast<size_t>(reader_.integer(entry["hw_entries"], 0, 1 << 20, "hw_entries"));
+    }
+    expect.entries.push_back(std::move(expected));
+  }
+  const YAML::Node groups = node["groups"];
+  if (groups) reader_.expectSequence(groups, "groups");
+  for (const YAML::Node& group : groups ? groups : YAML::Node()) {
+    reader_.expectMap(group, {"stage", "id", "used"}, "an expected group");
+    expect.groups.push_back(
+        {stage(reader_.need(group, "stage")),
+         static_cast<unsigned short>(reader_.integer(reader_.need(group, "id"), 0, 65535, "group id")),
+         static_cast<size_t>(reader_.integer(reader_.need(group, "used"), 0, 1 << 20, "used"))});
+  }
+  const YAML::Node counters = node["counters"];
+  if (counters) reader_.expectSequence(counters, "counters");
+  for (const YAML::Node& counter : counters ? counters : YAML::Node()) {
+    reader_.expectMap(counter, {"id", "type", "value"}, "an expected counter");
+    HardwareExpectation::Counter expected{
+        static_cast<unsigned short>(reader_.integer(reader_.need(counter, "id"), 0, 65535, "counter id")),
+        reader_.text(reader_.need(counter, "type"), "counter type"), std::nullopt};
+    if (counter["value"]) {
+      expected.value = static_cast<uint64_t>(reader_.integer(counter["value"], 0, INT64_MAX, "value"));
+    }
+    expect.counters.push_back(expected);
+  }
   return expect;
 }
 

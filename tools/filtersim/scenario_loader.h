@@ -43,6 +43,7 @@ class ScenarioLoader {
   StepAction loadAction(const std::string& kind, const YAML::Node& node);
   Expectation loadExpectation(const std::string& kind, const YAML::Node& node);
   PacketExpectation loadPacketExpectation(const YAML::Node& node);
+  HardwareExpectation loadHardwareExpectation(const YAML::Node& node);
   int resultCode(const YAML::Node& node) const;
 
   // Groups and entries.
