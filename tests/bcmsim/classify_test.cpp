@@ -9,6 +9,7 @@
 
 #include <bcmsim/classify.h>
 #include <bcmsim/device.h>
+#include <bcmsim/explain.h>
 
 #include "support/sdk_builders.h"
 
@@ -212,6 +213,34 @@ TEST(Tcam, AnInstallBetweenOccupiedSlotsShiftsToTheNearestFreeSlot) {
   ASSERT_EQ(bcm_field_entry_prio_set(0, 2, 35), 0);
   EXPECT_EQ(slots(), (std::vector<int>{4, 2, 3, -1})) << "a new priority takes a free place";
   EXPECT_EQ(bcmsim::state().tcam_moves, 4u);
+}
+
+TEST_F(Classify, AnExplanationNamesTheHitTheClosestMissesAndOverriddenActions) {
+  dst_ip_entry(1, 0x0a000000, 0xff000000, 10, bcmFieldActionDscpNew, 10);
+  dst_ip_entry(2, 0x0b000000, 0xff000000, 20, bcmFieldActionDscpNew, 20);
+  ASSERT_EQ(bcm_field_entry_create_id(0, 17, 7), 0);
+  ASSERT_EQ(bcm_field_qualify_EtherType(0, 7, 0x0800, 0xffff), 0);
+  ASSERT_EQ(bcm_field_action_add(0, 7, bcmFieldActionDscpNew, 7, 0), 0);
+  ASSERT_EQ(bcm_field_entry_install(0, 7), 0);
+
+  const auto missed = bcmsim::explain(to(0x0c000001), 1);
+  ASSERT_GE(missed.size(), 2u);
+  EXPECT_EQ(missed[0].group, 17) << "the group of higher priority first";
+  EXPECT_EQ(missed[0].hit, 7);
+  const bcmsim::GroupExplanation& miss = missed[1];
+  EXPECT_FALSE(miss.hit);
+  EXPECT_EQ(miss.installed, 2);
+  ASSERT_EQ(miss.closest.size(), 1u);
+  EXPECT_EQ(miss.closest[0].entry, 2) << "equally close: the entry of higher priority";
+  EXPECT_EQ(miss.closest[0].qualifier, "DstIp");
+  EXPECT_EQ(miss.closest[0].packet_value, "12.0.0.1/255.0.0.0");
+  EXPECT_EQ(miss.closest[0].entry_value, "11.0.0.0/255.0.0.0");
+
+  const auto hit = bcmsim::explain(to(0x0a000001));
+  EXPECT_EQ(hit[1].hit, 1);
+  EXPECT_EQ(hit[1].overridden, std::vector<std::string>{"DscpNew: group 17 wins"});
+  EXPECT_TRUE(hit[0].overridden.empty());
+  EXPECT_EQ(bcmsim::classify(to(0x0a000001)).verdict.dscp, 7) << "as explained";
 }
 
 }  // namespace

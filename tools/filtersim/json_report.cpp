@@ -89,6 +89,34 @@ json snapshotJson(const Snapshot& snapshot) {
           {"counters", counters}, {"policers", policers}};
 }
 
+json explanationJson(const std::vector<ExplainedGroup>& explanation) {
+  json groups = json::array();
+  for (const ExplainedGroup& why : explanation) {
+    json item = {{"stage", stageName(why.group.stage)},
+                 {"hw_group", why.group.group},
+                 {"priority", why.group.priority},
+                 {"installed", why.group.installed},
+                 {"overridden", why.group.overridden}};
+    if (why.user_group) item["group"] = why.user_group->id;
+    if (why.group.hit) {
+      item["hit"] = {{"hw_entry", *why.group.hit}};
+      if (why.hit_entry) item["hit"]["entry"] = *why.hit_entry;
+    }
+    json closest = json::array();
+    for (size_t k = 0; k < why.group.closest.size(); ++k) {
+      const bcmsim::NearMiss& miss = why.group.closest[k];
+      json near = {{"hw_entry", miss.entry},          {"matched", miss.matched},
+                   {"qualifiers", miss.total},        {"first_failed", miss.qualifier},
+                   {"packet_value", miss.packet_value}, {"entry_value", miss.entry_value}};
+      if (why.closest_entries[k]) near["entry"] = *why.closest_entries[k];
+      closest.push_back(near);
+    }
+    item["closest"] = closest;
+    groups.push_back(item);
+  }
+  return groups;
+}
+
 json stepJson(size_t index, const StepOutcome& step, bool trace) {
   json out = {{"index", index},
               {"kind", step.step->kind},
@@ -121,6 +149,7 @@ json stepJson(size_t index, const StepOutcome& step, bool trace) {
       hits.push_back(item);
     }
     out["hits"] = hits;
+    out["explanation"] = explanationJson(step.explanation);
   }
   if (step.snapshot) out["show"] = snapshotJson(*step.snapshot);
   if (trace) out["calls"] = callsJson(step.calls);

@@ -44,11 +44,14 @@ int main(int argc, char** argv) {
   bool json = false;
   bool trace = false;
   bool catalogue = false;
+  bool explain = false;
   int log_level = HalCallbacksItf::kError;
   std::string show = "groups,entries,counters,policers,l3";
   app.add_option("scenario", file, "scenario file (YAML); the built-in demo when none is given");
   app.add_flag("--json", json, "write the report as one JSON document");
   app.add_flag("--trace", trace, "show the SDK calls of every step");
+  app.add_flag("--explain", explain,
+               "explain every packet: the entry hit in each group, or the closest misses");
   app.add_flag("--catalogue", catalogue,
                "print the group types: the matches each takes at each stage, and exit");
   app.add_option("--log-level", log_level, "library log lines up to this level go to stderr")
@@ -82,7 +85,7 @@ int main(int argc, char** argv) {
   }
 
   const filtersim::RunResult run = filtersim::runScenario(
-      scenario, {trace || sections.calls, log_level, isatty(STDERR_FILENO) == 1});
+      scenario, {trace || sections.calls, log_level, isatty(STDERR_FILENO) == 1, explain || json});
   if (json) {
     filtersim::writeJsonReport(std::cout, scenario, run, sections, trace);
   } else {

@@ -18,6 +18,7 @@ int localPort(const limid_t& port) {
 SendPacket ScenarioLoader::loadPacket(const YAML::Node& node) {
   reader_.expectMap(node,
                     {"name",
+                     "explain",
                      "in_port",
                      "out_port",
                      "src_mac",
@@ -70,6 +71,7 @@ SendPacket ScenarioLoader::loadPacket(const YAML::Node& node) {
   };
 
   if (node["name"]) send.name = reader_.text(node["name"], "name");
+  if (node["explain"]) send.explain = reader_.boolean(node["explain"], "explain");
   if (node["in_port"]) p.in_port = localPort(port(node["in_port"], "in_port"));
   if (node["out_port"]) p.out_port = localPort(port(node["out_port"], "out_port"));
   if (node["src_mac"]) p.src_mac = mac("src_mac");

@@ -45,8 +45,9 @@ void collectCounters(const FiltersEntry& entry, std::set<unsigned short>& ids) {
 
 class StepRunner {
  public:
-  StepRunner(HalFiltersItf& filters, Platform& platform, RunResult& run, StepOutcome& outcome)
-      : filters_(filters), platform_(platform), run_(run), out_(outcome) {}
+  StepRunner(HalFiltersItf& filters, Platform& platform, RunResult& run, bool explain,
+             StepOutcome& outcome)
+      : filters_(filters), platform_(platform), run_(run), explain_(explain), out_(outcome) {}
 
   void operator()(const CreateGroup& step) {
     const FiltersGroup& g = step.group;
@@ -117,14 +118,35 @@ class StepRunner {
   }
   void operator()(const SendPacket& step) {
     out_.description = "packet" + (step.name.empty() ? "" : " '" + step.name + "'");
+    out_.explain_in_text = step.explain;
+    // Explained before it is classified: classifying counts the packet.
+    std::vector<bcmsim::GroupExplanation> why;
+    if (explain_ || step.explain) why = bcmsim::explain(step.packet);
     out_.classification = bcmsim::classify(step.packet);
+    for (const bcmsim::GroupExplanation& group : why) {
+      if (group.stage == bcmsim::Stage::Egress && out_.classification->verdict.drop) break;
+      out_.explanation.push_back(explained(group));
+    }
     for (const bcmsim::Hit& hit : out_.classification->hits) out_.hits.push_back(userHit(hit));
   }
 
  private:
+  ExplainedGroup explained(const bcmsim::GroupExplanation& group) const {
+    ExplainedGroup out{group, std::nullopt, std::nullopt, {}};
+    if (auto user = run_.groups.find(group.group); user != run_.groups.end()) {
+      out.user_group = user->second;
+    }
+    if (group.hit) out.hit_entry = userHit({group.stage, group.group, *group.hit}).entry;
+    for (const bcmsim::NearMiss& miss : group.closest) {
+      out.closest_entries.push_back(userHit({group.stage, group.group, miss.entry}).entry);
+    }
+    return out;
+  }
+
   HalFiltersItf& filters_;
   Platform& platform_;
   RunResult& run_;
+  bool explain_;
   StepOutcome& out_;
 };
 
@@ -409,7 +431,7 @@ RunResult runScenario(const Scenario& scenario, const RunOptions& options) {
     log.start();
     StepOutcome outcome;
     outcome.step = &step;
-    std::visit(StepRunner(filters, platform, run, outcome), step.action);
+    std::visit(StepRunner(filters, platform, run, options.explain, outcome), step.action);
     outcome.reasons = log.reasons(bcmsim::calls());
     checkExpectations(step.expect, filters, run, outcome);
     if (options.trace) outcome.calls = bcmsim::calls();

@@ -8,6 +8,7 @@
 
 #include <bcmsim/call_log.h>
 #include <bcmsim/classify.h>
+#include <bcmsim/explain.h>
 
 #include "scenario.h"
 
@@ -31,6 +32,14 @@ struct Reason {
   std::string text;
 };
 
+// One group's part in a packet's classification, with the user entries of its hardware entries.
+struct ExplainedGroup {
+  bcmsim::GroupExplanation group;
+  std::optional<UserGroup> user_group;
+  std::optional<unsigned int> hit_entry;                    // the user entry hit
+  std::vector<std::optional<unsigned int>> closest_entries;  // the user entry of each near miss
+};
+
 struct StepOutcome {
   const Step* step = nullptr;
   std::string description;
@@ -45,6 +54,8 @@ struct StepOutcome {
   std::vector<Reason> reasons;
   std::vector<bcmsim::Call> calls;                             // SDK calls of the step, when traced
   std::optional<Snapshot> snapshot;                            // a show step's view
+  std::vector<ExplainedGroup> explanation;                     // a packet's, when asked for
+  bool explain_in_text = false;
 };
 
 struct RunResult {
@@ -60,6 +71,7 @@ struct RunOptions {
   bool trace = false;  // keep every SDK call of every step
   int log_level = 3;   // library log lines up to this level also go to standard error
   bool progress = false;  // after a second, show how far the run is on standard error
+  bool explain = false;   // explain every packet (the JSON report always does)
 };
 
 // Runs every step once, in order. One scenario per process: the filters instance lives for the

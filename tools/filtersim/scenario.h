@@ -96,6 +96,7 @@ struct Show {
 struct SendPacket {
   std::string name;
   bcmsim::Packet packet;
+  bool explain = false;  // explain its classification in the text report
 };
 
 using StepAction = std::variant<CreateGroup, CreateEntry, DeleteEntry, CounterStep, LagMemberChange,

@@ -35,6 +35,40 @@ void writeCalls(std::ostream& out, const std::vector<bcmsim::Call>& calls, const
 void writeSnapshot(std::ostream& out, const Snapshot& snapshot, const Sections& sections,
                    const std::string& indent);
 
+std::string groupName(const ExplainedGroup& why) {
+  std::string name = stageName(why.group.stage) + " ";
+  name += why.user_group ? "group " + std::to_string(why.user_group->id)
+                         : "hw group " + std::to_string(why.group.group);
+  return name + " (priority " + std::to_string(why.group.priority) + ")";
+}
+
+std::string entryName(std::optional<unsigned int> user_entry, int hw_entry) {
+  return (user_entry ? "entry " + std::to_string(*user_entry) + " " : std::string()) + "(hw " +
+         std::to_string(hw_entry) + ")";
+}
+
+void writeExplanation(std::ostream& out, const StepOutcome& step) {
+  for (const ExplainedGroup& why : step.explanation) {
+    out << "        why: " << groupName(why) << ": ";
+    if (why.group.hit) {
+      out << "hit " << entryName(why.hit_entry, *why.group.hit) << "\n";
+    } else if (why.group.installed == 0) {
+      out << "no installed entry\n";
+    } else {
+      out << "no hit among " << why.group.installed << " installed; closest:\n";
+    }
+    for (size_t k = 0; k < why.group.closest.size(); ++k) {
+      const bcmsim::NearMiss& miss = why.group.closest[k];
+      out << "               " << entryName(why.closest_entries[k], miss.entry) << ", "
+          << miss.matched << " of " << miss.total << " qualifiers; first failed " << miss.qualifier
+          << ": packet " << miss.packet_value << ", entry " << miss.entry_value << "\n";
+    }
+    for (const std::string& action : why.group.overridden) {
+      out << "               overridden " << action << "\n";
+    }
+  }
+}
+
 void writeStep(std::ostream& out, size_t index, const StepOutcome& step, bool trace) {
   std::string outcome =
       step.classification ? step.classification->verdict.text() : resultName(step.result);
@@ -50,6 +84,7 @@ void writeStep(std::ostream& out, size_t index, const StepOutcome& step, bool tr
         << reason.text << "\n";
   }
   for (const UserHit& hit : step.hits) out << "        hit " << hitText(hit) << "\n";
+  writeExplanation(out, step);
   for (const std::string& failure : step.failures) out << "        FAILED " << failure << "\n";
   if (step.checked > 0 && step.failures.empty()) {
     out << "        held " << step.checked << (step.checked == 1 ? " expectation" : " expectations")
