@@ -47,7 +47,7 @@ CreateGroup ScenarioLoader::loadGroup(const YAML::Node& node) {
           entry, {"id", "priority", "match", "actions", "counters", "policer", "parent_policer"},
           "an entry");
       FiltersEntry loaded = loadEntry(entry);
-      auto [first, added] = lines.emplace(loaded.getId(), entry.Mark().line + 1);
+      auto [first, added] = lines.emplace(loaded.getId(), reader_.line(entry.Mark()));
       if (!added) {
         reader_.fail(entry["id"], "entry id " + std::to_string(loaded.getId()) +
                                       " is already used in this group (line " +

@@ -181,39 +181,69 @@ void writeJsonError(std::ostream& out, const std::string& kind, const std::strin
   out << json{{"error", error}}.dump(2) << "\n";
 }
 
-void writeJsonReport(std::ostream& out, const Scenario& scenario, const RunResult& run,
-                     const Sections& sections, bool trace) {
-  json steps = json::array();
-  for (size_t i = 0; i < run.steps.size(); ++i)
-    steps.push_back(stepJson(i + 1, run.steps[i], trace));
-  const json device = json::parse(bcmsim::dump_json());
-  json hardware = json::object();
-  auto section = [&](bool shown, std::initializer_list<const char*> keys) {
-    if (!shown) return;
-    for (const char* key : keys) hardware[key] = device[key];
-  };
-  section(sections.groups, {"groups"});
-  section(sections.entries, {"entries"});
-  section(sections.counters, {"stats"});
-  section(sections.policers, {"policers"});
-  section(sections.l3, {"l3_intfs", "l3_egress"});
-  json report = {
-      {"scenario", scenario.file},
-      {"steps", steps},
-      {"hardware", hardware},
-      {"tcam_moves", bcmsim::state().tcam_moves},
-      {"summary",
-       {{"checked", run.checked}, {"held", run.checked - run.failed}, {"failed", run.failed}}}};
-  report["at_the_end"] = snapshotJson(takeSnapshot({}, run.groups));
-  if (sections.counters) report["counters"] = counterJson(run);
-  if (sections.calls) {
-    json calls = callsJson(run.setup_calls);
-    for (const StepOutcome& step : run.steps) {
-      for (const json& call : callsJson(step.calls)) calls.push_back(call);
-    }
-    report["calls"] = calls;
+namespace {
+
+// The document is written as the run goes: its steps one by one, the rest at the end.
+class JsonReport : public RunSink {
+ public:
+  JsonReport(std::ostream& out, std::string file, const Sections& sections, bool trace)
+      : out_(out), file_(std::move(file)), sections_(sections), trace_(trace) {}
+
+  void start(const RunResult&) override {
+    out_ << "{\n\"scenario\": " << json(file_).dump() << ",\n\"steps\": [";
   }
-  out << report.dump(2) << "\n";
+  void step(size_t index, const StepOutcome& step) override {
+    out_ << (index == 1 ? "\n" : ",\n") << stepJson(index, step, trace_).dump(2);
+  }
+  void finish(const RunResult& run) override {
+    out_ << "\n]";
+    const json rest = tail(run);
+    for (const auto& [key, value] : rest.items()) {
+      out_ << ",\n" << json(key).dump() << ": " << value.dump(2);
+    }
+    out_ << "\n}\n";
+  }
+
+ private:
+  json tail(const RunResult& run) const {
+    const json device = json::parse(bcmsim::dump_json());
+    json hardware = json::object();
+    auto section = [&](bool shown, std::initializer_list<const char*> keys) {
+      if (!shown) return;
+      for (const char* key : keys) hardware[key] = device[key];
+    };
+    section(sections_.groups, {"groups"});
+    section(sections_.entries, {"entries"});
+    section(sections_.counters, {"stats"});
+    section(sections_.policers, {"policers"});
+    section(sections_.l3, {"l3_intfs", "l3_egress"});
+    json out = {{"hardware", hardware},
+                {"tcam_moves", bcmsim::state().tcam_moves},
+                {"at_the_end", snapshotJson(takeSnapshot({}, run.groups))},
+                {"summary",
+                 {{"checked", run.checked},
+                  {"held", run.checked - run.failed},
+                  {"failed", run.failed}}}};
+    if (sections_.counters) out["counters"] = counterJson(run);
+    if (sections_.calls) {
+      json calls = callsJson(run.setup_calls);
+      for (const json& call : callsJson(run.step_calls)) calls.push_back(call);
+      out["calls"] = calls;
+    }
+    return out;
+  }
+
+  std::ostream& out_;
+  std::string file_;
+  Sections sections_;
+  bool trace_;
+};
+
+}  // namespace
+
+std::unique_ptr<RunSink> jsonReport(std::ostream& out, const std::string& file,
+                                    const Sections& sections, bool trace) {
+  return std::make_unique<JsonReport>(out, file, sections, trace);
 }
 
 }  // namespace filtersim

@@ -3,6 +3,7 @@
 //
 // Exit status: 0 every expectation held, 1 one did not, 2 the scenario is invalid.
 #include <iostream>
+#include <optional>
 
 #include <unistd.h>
 
@@ -76,20 +77,20 @@ int main(int argc, char** argv) {
                   "unknown section in --show " + show +
                       " (known: groups, entries, counters, policers, l3, calls, all)");
   }
-  filtersim::Scenario scenario;
+  std::optional<filtersim::ScenarioStream> scenario;
   try {
-    scenario = file.empty() ? filtersim::loadScenarioText(filtersim::kDemoScenario, "demo")
-                            : filtersim::loadScenarioFile(file);
+    scenario.emplace(file.empty() ? std::string(filtersim::kDemoScenario)
+                                  : filtersim::readScenarioFile(file),
+                     file.empty() ? "demo" : file);
   } catch (const filtersim::LoadError& error) {
     return refuse(json, "invalid-scenario", error.message(), &error);
   }
 
+  const std::unique_ptr<filtersim::RunSink> report =
+      json ? filtersim::jsonReport(std::cout, scenario->file(), sections, trace)
+           : filtersim::textReport(std::cout, scenario->file(), sections, trace);
   const filtersim::RunResult run = filtersim::runScenario(
-      scenario, {trace || sections.calls, log_level, isatty(STDERR_FILENO) == 1, explain || json});
-  if (json) {
-    filtersim::writeJsonReport(std::cout, scenario, run, sections, trace);
-  } else {
-    filtersim::writeTextReport(std::cout, scenario, run, sections, trace);
-  }
+      *scenario, {trace || sections.calls, log_level, isatty(STDERR_FILENO) == 1, explain || json},
+      *report);
   return run.failed == 0 ? 0 : 1;
 }

@@ -1,5 +1,9 @@
-// Test packets of a scenario: header fields and pipeline facts.
+// Test packets of a scenario: header fields and pipeline facts, read by a table of fields.
 #include "scenario_loader.h"
+
+#include <algorithm>
+#include <cstring>
+#include <optional>
 
 #include <bcm/stg.h>
 
@@ -13,125 +17,106 @@ int localPort(const limid_t& port) {
   return static_cast<int>(limid_number(port));
 }
 
+int64_t number(const YamlReader& reader, const YAML::Node& value, const char* key, int64_t max) {
+  return reader.integer(value, 0, max, key);
+}
+
+template <class Parse>
+auto address(const YamlReader& reader, const YAML::Node& value, const char* key, Parse parse,
+             const char* kind) {
+  auto parsed = parse(reader.text(value, key));
+  if (!parsed) reader.fail(value, std::string("malformed ") + kind + " address '" + value.Scalar() + "'");
+  return *parsed;
+}
+
+bool flag(const YamlReader& reader, const YAML::Node& value, const char* key) {
+  return reader.boolean(value, key);
+}
+
 }  // namespace
 
 SendPacket ScenarioLoader::loadPacket(const YAML::Node& node) {
-  reader_.expectMap(node,
-                    {"name",
-                     "explain",
-                     "in_port",
-                     "out_port",
-                     "src_mac",
-                     "dst_mac",
-                     "vlan",
-                     "pcp",
-                     "inner_vlan",
-                     "inner_pcp",
-                     "ether_type",
-                     "src_ip",
-                     "dst_ip",
-                     "dst_ipv6",
-                     "protocol",
-                     "dscp",
-                     "ttl",
-                     "src_port",
-                     "dst_port",
-                     "length",
-                     "packet_res",
-                     "stp_state",
-                     "forwarding_type",
-                     "vrf",
-                     "l3_routable",
-                     "my_station_hit",
-                     "drop",
-                     "l2_src_static",
-                     "mpls_terminated",
-                     "interface_class",
-                     "virtual_port",
-                     "int_priority",
-                     "color"},
-                    "a packet");
-  SendPacket send;
-  bcmsim::Packet& p = send.packet;
-  auto number = [&](const char* key, int64_t max) -> int64_t {
-    return reader_.integer(node[key], 0, max, key);
+  using Read = void (*)(ScenarioLoader&, const YAML::Node&, SendPacket&);
+  struct Field {
+    const char* key;
+    Read read;
   };
-  auto mac = [&](const char* key) {
-    auto parsed = parseMac(reader_.text(node[key], key));
-    if (!parsed) reader_.fail(node[key], "malformed MAC address '" + node[key].Scalar() + "'");
-    return *parsed;
+  // Read in this order, whatever the order of the keys: a destination IPv6 address sets the
+  // Ethernet type, which an explicit ether_type then overrides.
+  static const Field kFields[] = {
+      {"name", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.name = l.reader_.text(v, "name"); }},
+      {"explain", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.explain = flag(l.reader_, v, "explain"); }},
+      {"in_port", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.in_port = localPort(l.port(v, "in_port")); }},
+      {"out_port", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.out_port = localPort(l.port(v, "out_port")); }},
+      {"src_mac", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.src_mac = address(l.reader_, v, "src_mac", parseMac, "MAC"); }},
+      {"dst_mac", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.dst_mac = address(l.reader_, v, "dst_mac", parseMac, "MAC"); }},
+      {"vlan", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.outer_vlan = static_cast<uint16_t>(number(l.reader_, v, "vlan", 4095)); }},
+      {"pcp", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.outer_pcp = static_cast<uint8_t>(number(l.reader_, v, "pcp", 7)); }},
+      {"inner_vlan", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.inner_vlan = static_cast<uint16_t>(number(l.reader_, v, "inner_vlan", 4095)); }},
+      {"inner_pcp", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.inner_pcp = static_cast<uint8_t>(number(l.reader_, v, "inner_pcp", 7)); }},
+      {"src_ip", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.src_ip = address(l.reader_, v, "src_ip", parseIpv4, "IPv4"); }},
+      {"dst_ip", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.dst_ip = address(l.reader_, v, "dst_ip", parseIpv4, "IPv4"); }},
+      {"dst_ipv6", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) {
+         s.packet.dst_ip6 = address(l.reader_, v, "dst_ipv6", parseIpv6, "IPv6");
+         s.packet.ether_type = 0x86DD;
+       }},
+      {"ether_type", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.ether_type = static_cast<uint16_t>(number(l.reader_, v, "ether_type", 0xffff)); }},
+      {"protocol", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) {
+         static const std::map<std::string, uint8_t> kProtocols = {
+             {"icmp", 1}, {"igmp", 2}, {"tcp", 6}, {"udp", 17}, {"icmpv6", 58}};
+         auto named = v.IsScalar() ? kProtocols.find(v.Scalar()) : kProtocols.end();
+         s.packet.ip_protocol = named != kProtocols.end()
+                                    ? named->second
+                                    : static_cast<uint8_t>(number(l.reader_, v, "protocol", 255));
+       }},
+      {"dscp", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.dscp = static_cast<uint8_t>(number(l.reader_, v, "dscp", 63)); }},
+      {"ttl", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.ttl = static_cast<uint8_t>(number(l.reader_, v, "ttl", 255)); }},
+      {"src_port", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.l4_src_port = static_cast<uint16_t>(number(l.reader_, v, "src_port", 0xffff)); }},
+      {"dst_port", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.l4_dst_port = static_cast<uint16_t>(number(l.reader_, v, "dst_port", 0xffff)); }},
+      {"length", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.length = static_cast<uint32_t>(l.reader_.integer(v, 1, 65535, "length")); }},
+      {"packet_res", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.packet_res = static_cast<uint32_t>(number(l.reader_, v, "packet_res", 255)); }},
+      {"stp_state", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) {
+         static const uint8_t kStates[] = {BCM_STG_STP_BLOCK, BCM_STG_STP_LEARN, BCM_STG_STP_FORWARD};
+         s.packet.stp_state =
+             kStates[l.reader_.named(v, {"blocking", "learning", "forwarding"}, "stp_state")];
+       }},
+      {"forwarding_type", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.forwarding_type = static_cast<uint32_t>(number(l.reader_, v, "forwarding_type", 255)); }},
+      {"vrf", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.vrf = static_cast<uint32_t>(number(l.reader_, v, "vrf", 0xffffffff)); }},
+      {"l3_routable", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.l3_routable = flag(l.reader_, v, "l3_routable"); }},
+      {"my_station_hit", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.my_station_hit = flag(l.reader_, v, "my_station_hit"); }},
+      {"drop", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.drop = flag(l.reader_, v, "drop"); }},
+      {"l2_src_static", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.l2_src_static = flag(l.reader_, v, "l2_src_static"); }},
+      {"mpls_terminated", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.mpls_terminated = flag(l.reader_, v, "mpls_terminated"); }},
+      {"interface_class", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.interface_class = static_cast<uint32_t>(number(l.reader_, v, "interface_class", 0xffffffff)); }},
+      {"virtual_port", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) {
+         auto gport = l.virtual_port_gports_.find(l.interface(v, "virtual_port"));
+         if (gport == l.virtual_port_gports_.end()) {
+           l.reader_.fail(v, "'" + v.Scalar() + "' is not a virtual port");
+         }
+         s.packet.src_gport = gport->second;
+       }},
+      {"int_priority", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.int_priority = static_cast<uint8_t>(number(l.reader_, v, "int_priority", 15)); }},
+      {"color", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) {
+         s.packet.color = static_cast<bcmsim::Color>(l.reader_.named(v, {"green", "yellow", "red"}, "color"));
+       }},
   };
-  auto ipv4 = [&](const char* key) {
-    auto parsed = parseIpv4(reader_.text(node[key], key));
-    if (!parsed) reader_.fail(node[key], "malformed IPv4 address '" + node[key].Scalar() + "'");
-    return *parsed;
-  };
-  auto flag = [&](const char* key, bool& out) {
-    if (node[key]) out = reader_.boolean(node[key], key);
-  };
-
-  if (node["name"]) send.name = reader_.text(node["name"], "name");
-  if (node["explain"]) send.explain = reader_.boolean(node["explain"], "explain");
-  if (node["in_port"]) p.in_port = localPort(port(node["in_port"], "in_port"));
-  if (node["out_port"]) p.out_port = localPort(port(node["out_port"], "out_port"));
-  if (node["src_mac"]) p.src_mac = mac("src_mac");
-  if (node["dst_mac"]) p.dst_mac = mac("dst_mac");
-  if (node["vlan"]) p.outer_vlan = static_cast<uint16_t>(number("vlan", 4095));
-  if (node["pcp"]) p.outer_pcp = static_cast<uint8_t>(number("pcp", 7));
-  if (node["inner_vlan"]) p.inner_vlan = static_cast<uint16_t>(number("inner_vlan", 4095));
-  if (node["inner_pcp"]) p.inner_pcp = static_cast<uint8_t>(number("inner_pcp", 7));
-  if (node["src_ip"]) p.src_ip = ipv4("src_ip");
-  if (node["dst_ip"]) p.dst_ip = ipv4("dst_ip");
-  if (node["dst_ipv6"]) {
-    auto parsed = parseIpv6(reader_.text(node["dst_ipv6"], "dst_ipv6"));
-    if (!parsed)
-      reader_.fail(node["dst_ipv6"], "malformed IPv6 address '" + node["dst_ipv6"].Scalar() + "'");
-    p.dst_ip6 = *parsed;
-    p.ether_type = 0x86DD;
-  }
-  if (node["ether_type"]) p.ether_type = static_cast<uint16_t>(number("ether_type", 0xffff));
-  if (node["protocol"]) {
-    static const std::map<std::string, uint8_t> kProtocols = {
-        {"icmp", 1}, {"igmp", 2}, {"tcp", 6}, {"udp", 17}, {"icmpv6", 58}};
-    auto named = kProtocols.find(node["protocol"].Scalar());
-    p.ip_protocol =
-        named != kProtocols.end() ? named->second : static_cast<uint8_t>(number("protocol", 255));
-  }
-  if (node["dscp"]) p.dscp = static_cast<uint8_t>(number("dscp", 63));
-  if (node["ttl"]) p.ttl = static_cast<uint8_t>(number("ttl", 255));
-  if (node["src_port"]) p.l4_src_port = static_cast<uint16_t>(number("src_port", 0xffff));
-  if (node["dst_port"]) p.l4_dst_port = static_cast<uint16_t>(number("dst_port", 0xffff));
-  if (node["length"])
-    p.length = static_cast<uint32_t>(reader_.integer(node["length"], 1, 65535, "length"));
-  if (node["packet_res"]) p.packet_res = static_cast<uint32_t>(number("packet_res", 255));
-  if (node["stp_state"]) {
-    static const uint8_t kStates[] = {BCM_STG_STP_BLOCK, BCM_STG_STP_LEARN, BCM_STG_STP_FORWARD};
-    p.stp_state = kStates[reader_.named(node["stp_state"], {"blocking", "learning", "forwarding"},
-                                        "stp_state")];
-  }
-  if (node["forwarding_type"])
-    p.forwarding_type = static_cast<uint32_t>(number("forwarding_type", 255));
-  if (node["vrf"]) p.vrf = static_cast<uint32_t>(number("vrf", 0xffffffff));
-  if (node["interface_class"])
-    p.interface_class = static_cast<uint32_t>(number("interface_class", 0xffffffff));
-  if (node["int_priority"]) p.int_priority = static_cast<uint8_t>(number("int_priority", 15));
-  flag("l3_routable", p.l3_routable);
-  flag("my_station_hit", p.my_station_hit);
-  flag("drop", p.drop);
-  flag("l2_src_static", p.l2_src_static);
-  flag("mpls_terminated", p.mpls_terminated);
-  if (node["virtual_port"]) {
-    const limid_t port = interface(node["virtual_port"], "virtual_port");
-    auto gport = virtual_port_gports_.find(port);
-    if (gport == virtual_port_gports_.end()) {
-      reader_.fail(node["virtual_port"],
-                   "'" + node["virtual_port"].Scalar() + "' is not a virtual port");
+  if (!node.IsMap()) reader_.fail(node, "a packet must be a mapping");
+  // Nodes are collected by field, never assigned: assigning a YAML node writes through it.
+  std::vector<std::optional<YAML::Node>> given(std::size(kFields));
+  for (const auto& item : node) {
+    const std::string key = reader_.key(item.first);
+    const auto* field = std::find_if(std::begin(kFields), std::end(kFields),
+                                     [&](const Field& f) { return key == f.key; });
+    if (field == std::end(kFields)) {
+      std::string known;
+      for (const Field& f : kFields) known += (known.empty() ? "" : ", ") + std::string(f.key);
+      reader_.fail(item.first, "unknown key '" + key + "' in a packet (known: " + known + ")");
     }
-    p.src_gport = gport->second;
+    given[static_cast<size_t>(field - std::begin(kFields))].emplace(item.second);
   }
-  if (node["color"]) {
-    p.color = static_cast<bcmsim::Color>(
-        reader_.named(node["color"], {"green", "yellow", "red"}, "color"));
+  SendPacket send;
+  for (size_t index = 0; index < given.size(); ++index) {
+    if (given[index]) kFields[index].read(*this, *given[index], send);
   }
   return send;
 }

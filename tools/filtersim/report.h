@@ -1,6 +1,7 @@
 // What filtersim shows of a run: as text for people, as one JSON document for tools.
 #pragma once
 
+#include <memory>
 #include <ostream>
 #include <set>
 #include <string>
@@ -23,10 +24,11 @@ struct Sections {
 // Reads "groups,entries,counters,policers,l3,calls" (or "all"); false for an unknown name.
 bool parseSections(const std::string& list, Sections& sections);
 
-void writeTextReport(std::ostream& out, const Scenario& scenario, const RunResult& run,
-                     const Sections& sections, bool trace);
-void writeJsonReport(std::ostream& out, const Scenario& scenario, const RunResult& run,
-                     const Sections& sections, bool trace);
+// Reports that write each step as it comes, so that a long run keeps no step.
+std::unique_ptr<RunSink> textReport(std::ostream& out, const std::string& file,
+                                    const Sections& sections, bool trace);
+std::unique_ptr<RunSink> jsonReport(std::ostream& out, const std::string& file,
+                                    const Sections& sections, bool trace);
 // The one JSON document of a run that cannot start: {"error": {kind, message, file, line,
 // column}}, the place when the error has one.
 void writeJsonError(std::ostream& out, const std::string& kind, const std::string& message,

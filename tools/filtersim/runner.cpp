@@ -413,19 +413,21 @@ std::string resultName(int result) {
   }
 }
 
-RunResult runScenario(const Scenario& scenario, const RunOptions& options) {
+RunResult runScenario(const ScenarioStream& scenario, const RunOptions& options, RunSink& sink) {
   RunResult run;
   Platform platform;
   StepLog log(options.log_level);
   // Always on: a step's failed calls are among its reasons.
   bcmsim::set_call_log(true);
-  setUpInterfaces(scenario.setup, platform);
+  setUpInterfaces(scenario.setup(), platform);
   HalFiltersItf& filters = HalFiltersItf::getInstance(platform.lags, &platform.destinations);
-  setUpDestinations(scenario.setup, platform);
+  setUpDestinations(scenario.setup(), platform);
   if (options.trace) run.setup_calls = bcmsim::calls();
+  sink.start(run);
 
-  Progress progress(options.progress, scenario.steps.size());
-  for (const Step& step : scenario.steps) {
+  Progress progress(options.progress, scenario.size());
+  size_t index = 0;
+  scenario.forEachStep([&](const Step& step) {
     progress.step();
     bcmsim::clear_calls();
     log.start();
@@ -434,18 +436,22 @@ RunResult runScenario(const Scenario& scenario, const RunOptions& options) {
     std::visit(StepRunner(filters, platform, run, options.explain, outcome), step.action);
     outcome.reasons = log.reasons(bcmsim::calls());
     checkExpectations(step.expect, filters, run, outcome);
-    if (options.trace) outcome.calls = bcmsim::calls();
+    if (options.trace) {
+      outcome.calls = bcmsim::calls();
+      run.step_calls.insert(run.step_calls.end(), outcome.calls.begin(), outcome.calls.end());
+    }
     run.checked += outcome.checked;
     run.failed += static_cast<int>(outcome.failures.size());
-    run.steps.push_back(std::move(outcome));
     if (auto* group = std::get_if<CreateGroup>(&step.action)) {
       for (const auto& [id, entry] : group->group.getEntries())
         collectCounters(entry, run.counters);
     } else if (auto* entry = std::get_if<CreateEntry>(&step.action)) {
       collectCounters(entry->entry, run.counters);
     }
-  }
+    sink.step(++index, outcome);
+  });
   bcmsim::set_call_log(false);
+  sink.finish(run);
   return run;
 }
 

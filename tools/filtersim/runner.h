@@ -11,6 +11,7 @@
 #include <bcmsim/explain.h>
 
 #include "scenario.h"
+#include "step_stream.h"
 
 namespace filtersim {
 
@@ -60,7 +61,7 @@ struct StepOutcome {
 
 struct RunResult {
   std::vector<bcmsim::Call> setup_calls;
-  std::vector<StepOutcome> steps;
+  std::vector<bcmsim::Call> step_calls;  // every step's, when traced
   std::set<unsigned short> counters;  // every counter id the scenario names
   std::map<int, UserGroup> groups;    // hardware group id -> the user group it was created for
   int checked = 0;
@@ -74,9 +75,18 @@ struct RunOptions {
   bool explain = false;   // explain every packet (the JSON report always does)
 };
 
-// Runs every step once, in order. One scenario per process: the filters instance lives for the
-// whole process.
-RunResult runScenario(const Scenario& scenario, const RunOptions& options);
+// Where a run's outcomes go, as they come: the set-up, every step, then the end.
+class RunSink {
+ public:
+  virtual ~RunSink() = default;
+  virtual void start(const RunResult& run) = 0;
+  virtual void step(size_t index, const StepOutcome& step) = 0;  // index from 1
+  virtual void finish(const RunResult& run) = 0;
+};
+
+// Runs every step once, in order, handing each outcome to `sink` and keeping none. One scenario
+// per process: the filters instance lives for the whole process.
+RunResult runScenario(const ScenarioStream& scenario, const RunOptions& options, RunSink& sink);
 
 // The first SDK refusal among a step's reasons, or nullptr.
 const Reason* firstSdkRefusal(const StepOutcome& step);

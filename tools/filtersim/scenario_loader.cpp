@@ -8,18 +8,11 @@
 #include <fstream>
 #include <sstream>
 
+#include "step_stream.h"
 #include "value_parsers.h"
 
 namespace filtersim {
 namespace {
-
-YAML::Node parse(const std::string& text, const std::string& name) {
-  try {
-    return YAML::Load(text);
-  } catch (const YAML::ParserException& error) {
-    throw LoadError(name, error.mark.line + 1, error.mark.column + 1, error.msg);
-  }
-}
 
 // The fields of a packet a verdict can change, as `unchanged` names them.
 const std::initializer_list<const char*> kVerdictFields = {
@@ -34,7 +27,10 @@ const std::initializer_list<const char*> kStepKinds = {
 }  // namespace
 
 Scenario loadScenarioText(const std::string& text, const std::string& name) {
-  return ScenarioLoader(name).load(parse(text, name));
+  const ScenarioStream stream(text, name);
+  Scenario scenario{stream.file(), stream.setup(), {}};
+  stream.forEachStep([&](const Step& step) { scenario.steps.push_back(step); });
+  return scenario;
 }
 
 Scenario loadScenarioFile(const std::string& path) {
@@ -86,6 +82,24 @@ Scenario ScenarioLoader::load(const YAML::Node& root) {
   reader_.expectSequence(steps, "steps");
   for (const YAML::Node& step : steps) scenario.steps.push_back(loadStep(step));
   return scenario;
+}
+
+SwitchSetup ScenarioLoader::loadHeader(const YAML::Node& root) {
+  if (!root.IsDefined() || root.IsNull()) {
+    throw LoadError(reader_.file(), 1, 1, "the scenario is empty");
+  }
+  reader_.refuseDuplicateKeys(root);
+  reader_.expectMap(root, {"switch", "steps"}, "the scenario");
+  if (!root["steps"]) reader_.fail(root, "the scenario has no steps");
+  return loadSwitch(root["switch"]);
+}
+
+Step ScenarioLoader::loadStepItem(const YAML::Node& item, int first_line, bool keys_unique) {
+  reader_.setFirstLine(first_line);
+  if (!keys_unique) reader_.refuseDuplicateKeys(item);
+  Step step = loadStep(item);
+  reader_.setFirstLine(1);
+  return step;
 }
 
 SwitchSetup ScenarioLoader::loadSwitch(const YAML::Node& node) {
@@ -308,7 +322,7 @@ void ScenarioLoader::loadDevice(const YAML::Node& node, bcmsim::Config& device) 
 Step ScenarioLoader::loadStep(const YAML::Node& node) {
   if (!node.IsMap()) reader_.fail(node, "a step must be a mapping");
   Step step;
-  step.line = node.Mark().line + 1;
+  step.line = reader_.line(node.Mark());
   for (const auto& item : node) {
     const std::string key = reader_.key(item.first);
     if (key == "expect") continue;

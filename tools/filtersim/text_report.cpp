@@ -185,24 +185,44 @@ void writeL3(std::ostream& out, const bcmsim::State& state) {
   }
 }
 
+class TextReport : public RunSink {
+ public:
+  TextReport(std::ostream& out, std::string file, const Sections& sections, bool trace)
+      : out_(out), file_(std::move(file)), sections_(sections), trace_(trace) {}
+
+  void start(const RunResult& run) override {
+    out_ << "filtersim: " << file_ << "\n\nSteps\n";
+    if (trace_) writeCalls(out_, run.setup_calls, "   set-up | ");
+  }
+  void step(size_t index, const StepOutcome& step) override {
+    writeStep(out_, index, step, trace_);
+  }
+  void finish(const RunResult& run) override {
+    const bcmsim::State& state = bcmsim::state();
+    out_ << "\nHardware at the end\n";
+    writeSnapshot(out_, takeSnapshot({}, run.groups), sections_, "");
+    if (sections_.l3) writeL3(out_, state);
+    if (sections_.calls) {
+      out_ << "\nSDK calls\n";
+      writeCalls(out_, run.setup_calls, "  ");
+      writeCalls(out_, run.step_calls, "  ");
+    }
+    out_ << "\nTCAM moves: " << state.tcam_moves << "\n";
+    out_ << "Expectations: " << run.checked - run.failed << " of " << run.checked << " held\n";
+  }
+
+ private:
+  std::ostream& out_;
+  std::string file_;
+  Sections sections_;
+  bool trace_;
+};
+
 }  // namespace
 
-void writeTextReport(std::ostream& out, const Scenario& scenario, const RunResult& run,
-                     const Sections& sections, bool trace) {
-  out << "filtersim: " << scenario.file << "\n\nSteps\n";
-  if (trace) writeCalls(out, run.setup_calls, "   set-up | ");
-  for (size_t i = 0; i < run.steps.size(); ++i) writeStep(out, i + 1, run.steps[i], trace);
-  const bcmsim::State& state = bcmsim::state();
-  out << "\nHardware at the end\n";
-  writeSnapshot(out, takeSnapshot({}, run.groups), sections, "");
-  if (sections.l3) writeL3(out, state);
-  if (sections.calls) {
-    out << "\nSDK calls\n";
-    writeCalls(out, run.setup_calls, "  ");
-    for (const StepOutcome& step : run.steps) writeCalls(out, step.calls, "  ");
-  }
-  out << "\nTCAM moves: " << state.tcam_moves << "\n";
-  out << "Expectations: " << run.checked - run.failed << " of " << run.checked << " held\n";
+std::unique_ptr<RunSink> textReport(std::ostream& out, const std::string& file,
+                                    const Sections& sections, bool trace) {
+  return std::make_unique<TextReport>(out, file, sections, trace);
 }
 
 bool parseSections(const std::string& list, Sections& sections) {

@@ -61,7 +61,7 @@ void YamlReader::refuseDuplicateKeys(const YAML::Node& node) const {
       auto [first, inserted] = seen.emplace(item.first.Scalar(), item.first.Mark());
       if (!inserted) {
         fail(item.first, "duplicate key '" + item.first.Scalar() + "' (first at line " +
-                             std::to_string(first->second.line + 1) + "); give each key once");
+                             std::to_string(line(first->second)) + "); give each key once");
       }
     }
     refuseDuplicateKeys(item.second);
@@ -69,7 +69,7 @@ void YamlReader::refuseDuplicateKeys(const YAML::Node& node) const {
 }
 
 void YamlReader::fail(const YAML::Mark& at, const std::string& what) const {
-  throw LoadError(file_, at.line + 1, at.column + 1, what);
+  throw LoadError(file_, line(at), at.column + 1, what);
 }
 
 void YamlReader::fail(const YAML::Node& at, const std::string& what) const {

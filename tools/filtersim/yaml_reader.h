@@ -68,9 +68,14 @@ class YamlReader {
   void refuseDuplicateKeys(const YAML::Node& node) const;
 
   const std::string& file() const { return file_; }
+  // Where the text being read starts in the file: its marks are counted from there.
+  void setFirstLine(int line) { first_line_ = line; }
+  // The line in the file of a mark (from 1).
+  int line(const YAML::Mark& mark) const { return mark.line + first_line_; }
 
  private:
   std::string file_;
+  int first_line_ = 1;
 };
 
 }  // namespace filtersim
