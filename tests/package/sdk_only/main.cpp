@@ -1,0 +1,2 @@
+// Includes the library's installed headers, listed by the package test in HEADERS.
+#include HEADERS
