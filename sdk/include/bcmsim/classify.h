@@ -51,7 +51,11 @@ struct Packet {
   uint32_t interface_class = 0;
   int src_gport = 0;                    // the virtual port it arrives on
   std::optional<uint8_t> int_priority;  // default: the outer PCP
-  Color color = Color::Green;           // the meter's colour
+  Color color = Color::Green;           // the meter's colour, when not metered
+  // When set, the packet arrives at this time (nanoseconds from a fixed origin, never decreasing
+  // from one packet to the next) and the policers of the entries it hits meter it: the colour
+  // they give replaces `color` for that entry's per-colour actions and statistics.
+  std::optional<uint64_t> arrival_ns;
 
   bool is_ipv4() const { return ether_type == 0x0800; }
   bool is_ipv6() const { return ether_type == 0x86DD; }
@@ -62,6 +66,7 @@ struct Hit {
   Stage stage;
   int group;
   int entry;
+  std::optional<Color> metered;  // the colour the entry's policers gave a metered packet
 };
 
 struct Verdict {
