@@ -32,7 +32,13 @@ std::vector<std::string> call_names(const std::string& prefix) {
 namespace detail {
 
 void CallRecorder::record(const char* function, std::string args, int rc) {
-  calls_.push_back({function, std::move(args), rc});
+  CallSource source;
+  source.args = args;
+  calls_.push_back({function, std::move(args), rc, std::move(source)});
+}
+
+void CallRecorder::record(const char* function, LoggedArgs args, int rc) {
+  calls_.push_back({function, std::move(args.text), rc, std::move(args.source)});
 }
 
 }  // namespace detail

@@ -7,6 +7,7 @@
 #include <bcmsim/names.h>
 
 #include "action_conflicts.h"
+#include "c_source.h"
 #include "sdk_call.h"
 #include "text.h"
 #include "words.h"
@@ -14,9 +15,38 @@
 namespace bcmsim::detail {
 namespace {
 
-std::string action_args(int unit, int entry, const ActionValue& value) {
-  return std::to_string(unit) + ", " + std::to_string(entry) + ", " + action_name(value.action) +
-         ", " + format_action(value);
+// The vlan action set's fields that differ from their initial value, as C assignments.
+CSourceBuilder::Fields vlan_action_fields(const bcm_vlan_action_set_t& set) {
+  CSourceBuilder::Fields fields;
+  if (set.new_outer_vlan) fields.push_back({"new_outer_vlan", std::to_string(set.new_outer_vlan)});
+  if (set.new_inner_vlan) fields.push_back({"new_inner_vlan", std::to_string(set.new_inner_vlan)});
+  return fields;
+}
+
+CallSource action_source(int unit, int entry, const ActionValue& value) {
+  CSourceBuilder source;
+  source.number(unit).number(entry).literal(c_action(value.action));
+  switch (value.form) {
+    case ActionForm::Mac:
+      source.mac("mac", value.words);
+      break;
+    case ActionForm::Ports:
+      source.pbmp("pbmp", value.words);
+      break;
+    case ActionForm::VlanActions:
+      source.structure("bcm_vlan_action_set_t", "vlan_actions", vlan_action_fields(value.vlan));
+      break;
+    case ActionForm::Params:
+      source.number(value.param0).number(value.param1);
+      break;
+  }
+  return source.build();
+}
+
+LoggedArgs action_args(int unit, int entry, const ActionValue& value) {
+  return {std::to_string(unit) + ", " + std::to_string(entry) + ", " + action_name(value.action) +
+              ", " + format_action(value),
+          action_source(unit, entry, value)};
 }
 
 // An action outside the group's action set is unavailable; one the entry's actions refuse is a
@@ -120,7 +150,9 @@ int bcm_field_action_remove(int unit, bcm_field_entry_t entry, bcm_field_action_
   return sdk_call(
       __func__, unit, entry,
       [&] {
-        return std::to_string(unit) + ", " + std::to_string(entry) + ", " + action_name(action);
+        return LoggedArgs{
+            std::to_string(unit) + ", " + std::to_string(entry) + ", " + action_name(action),
+            CSourceBuilder().number(unit).number(entry).literal(c_action(action)).build()};
       },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) -> int {

@@ -2,6 +2,7 @@
 #include <bcm/error.h>
 #include <bcm/field.h>
 
+#include "c_source.h"
 #include "sdk_call.h"
 #include "tcam.h"
 #include "text.h"
@@ -117,7 +118,15 @@ extern "C" {
 int bcm_field_entry_create(int unit, bcm_field_group_t group, bcm_field_entry_t* entry) {
   return sdk_call(
       __func__, unit, kNoEntry,
-      [&] { return args(unit, group) + ", " + (entry ? std::to_string(*entry) : "NULL"); },
+      [&] {
+        return LoggedArgs{
+            args(unit, group) + ", " + (entry ? std::to_string(*entry) : "NULL"),
+            CSourceBuilder()
+                .number(unit)
+                .number(group)
+                .output("bcm_field_entry_t", "entry", entry ? std::to_string(*entry) : "")
+                .build()};
+      },
       [&](Device& dev) -> int {
         if (!entry) return BCM_E_PARAM;
         if (!find_group(dev.state, group)) return BCM_E_NOT_FOUND;
@@ -196,7 +205,11 @@ int bcm_field_entry_prio_set(int unit, bcm_field_entry_t entry, int prio) {
 
 int bcm_field_entry_prio_get(int unit, bcm_field_entry_t entry, int* prio) {
   return sdk_call(
-      __func__, unit, entry, [&] { return args(unit, entry) + ", " + pointer_text(prio); },
+      __func__, unit, entry,
+      [&] {
+        return LoggedArgs{args(unit, entry) + ", " + pointer_text(prio),
+                          CSourceBuilder().number(unit).number(entry).output("int", "prio").build()};
+      },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) -> int {
           if (!prio) return BCM_E_PARAM;

@@ -4,6 +4,7 @@
 
 #include <bcmsim/names.h>
 
+#include "c_source.h"
 #include "sdk_call.h"
 #include "text.h"
 
@@ -80,6 +81,28 @@ std::string describe(const bcm_field_group_config_t* config) {
          group_mode_name(config->mode) + ", qset [" + qset + "], aset [" + aset + "]}";
 }
 
+CallSource group_config_source(int unit, const bcm_field_group_config_t* config) {
+  CSourceBuilder source;
+  source.number(unit);
+  if (!config) return source.literal("NULL").build();
+  source.structure("bcm_field_group_config_t", "group_config",
+                   {{"flags", hex_text(config->flags)},
+                    {"group", std::to_string(config->group)},
+                    {"priority", std::to_string(config->priority)},
+                    {"mode", "bcmFieldGroupMode" + group_mode_name(config->mode)}});
+  std::vector<std::string> sets{"BCM_FIELD_QSET_INIT(group_config.qset);",
+                                "BCM_FIELD_ASET_INIT(group_config.aset);"};
+  for (int q = 0; q < bcmFieldQualifyCount; ++q) {
+    if (BCM_FIELD_QSET_TEST(config->qset, q))
+      sets.push_back("BCM_FIELD_QSET_ADD(group_config.qset, " + c_qualifier(q) + ");");
+  }
+  for (int a = 0; a < bcmFieldActionCount; ++a) {
+    if (BCM_FIELD_ASET_TEST(config->aset, a))
+      sets.push_back("BCM_FIELD_ASET_ADD(group_config.aset, " + c_action(a) + ");");
+  }
+  return source.fill(std::move(sets)).build();
+}
+
 int clear_field_state(Device& dev) {
   for (auto& [id, policer] : dev.state.policers) policer.attachments.clear();
   dev.state.groups.clear();
@@ -115,7 +138,10 @@ void bcm_field_group_config_t_init(bcm_field_group_config_t* group_config) {
 int bcm_field_group_config_create(int unit, bcm_field_group_config_t* group_config) {
   return sdk_call(
       __func__, unit, kNoEntry,
-      [&] { return std::to_string(unit) + ", " + describe(group_config); },
+      [&] {
+        return LoggedArgs{std::to_string(unit) + ", " + describe(group_config),
+                          group_config_source(unit, group_config)};
+      },
       [&](Device& dev) -> int { return create_group(dev, group_config); });
 }
 

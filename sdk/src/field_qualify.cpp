@@ -1,7 +1,10 @@
 // Field qualifiers: every qualify call writes data and mask to the entry's staged view.
+#include <cctype>
+
 #include <bcm/error.h>
 #include <bcm/field.h>
 
+#include "c_source.h"
 #include "qualifier_kinds.h"
 #include "sdk_call.h"
 #include "text.h"
@@ -33,12 +36,65 @@ int qset_miss(const Device& dev, const Entry& entry) {
   return dev.state.groups.at(entry.group).stage == Stage::Ingress ? BCM_E_PARAM : BCM_E_NOT_FOUND;
 }
 
-std::string qualify_args(int unit, int entry, const QualifierValue& value) {
+// The C name of an enumerated qualifier's value, e.g. "bcmFieldIpTypeIpv4Any".
+std::string c_enum_value(const QualifierValue& value) {
+  const char* prefix = value.qualifier == bcmFieldQualifyIpType ? "bcmFieldIpType"
+                       : value.qualifier == bcmFieldQualifyIpProtocolCommon
+                           ? "bcmFieldIpProtocolCommon"
+                           : "bcmFieldForwardingType";
+  const std::string name = format_qualifier_part(value.qualifier, value.data);
+  return isdigit(static_cast<unsigned char>(name[0])) ? name : prefix + name;
+}
+
+// The data and mask arguments as the qualify function of the value's kind takes them.
+CallSource qualify_source(int unit, int entry, const QualifierValue& value) {
+  CSourceBuilder source;
+  source.number(unit).number(entry);
+  const uint32_t data = value.data[0];
+  const uint32_t mask = value.mask[0];
+  switch (qualifier_kind(value.qualifier)) {
+    case QualifierKind::Decimal:
+      source.number(data).hex(mask);
+      break;
+    case QualifierKind::Port:
+      source.number(static_cast<int32_t>(data)).hex(mask);
+      break;
+    case QualifierKind::Mac:
+      source.mac("mac_data", value.data).mac("mac_mask", value.mask);
+      break;
+    case QualifierKind::Ip6:
+      source.ip6("ip6_data", value.data).ip6("ip6_mask", value.mask);
+      break;
+    case QualifierKind::Pbmp:
+      source.pbmp("pbmp_data", value.data).pbmp("pbmp_mask", value.mask);
+      break;
+    case QualifierKind::ModPort:
+      source.number(static_cast<int32_t>(data)).hex(mask);
+      source.number(static_cast<int32_t>(value.data[1])).hex(value.mask[1]);
+      break;
+    case QualifierKind::Enum:
+      source.literal(c_enum_value(value));
+      break;
+    case QualifierKind::Gport:
+      source.hex(data);
+      break;
+    case QualifierKind::Hex:
+    case QualifierKind::Ip4:
+    case QualifierKind::Stage:
+      source.hex(data).hex(mask);
+      break;
+  }
+  return source.build();
+}
+
+LoggedArgs qualify_args(int unit, int entry, const QualifierValue& value) {
   std::string text = std::to_string(unit) + ", " + std::to_string(entry) + ", " +
                      format_qualifier_part(value.qualifier, value.data);
   QualifierKind kind = qualifier_kind(value.qualifier);
-  if (kind == QualifierKind::Enum || kind == QualifierKind::Gport) return text;
-  return text + ", " + format_qualifier_part(value.qualifier, value.mask);
+  if (kind != QualifierKind::Enum && kind != QualifierKind::Gport) {
+    text += ", " + format_qualifier_part(value.qualifier, value.mask);
+  }
+  return {std::move(text), qualify_source(unit, entry, value)};
 }
 
 int qualify(const char* function, int unit, int entry, const QualifierValue& value) {
@@ -60,13 +116,20 @@ int qualify_scalar(const char* function, int unit, int entry, int qualifier, uin
 
 // Reads a staged qualifier: one outside the qualifier set is not found; one in it that was never
 // written reads as zero data and mask, which no IpProtocolCommon value encodes.
+// The outputs of a qualifier read, as C declares them: type and name.
+using Outputs = std::vector<std::pair<const char*, const char*>>;
+
 int read_qualifier(const char* function, int unit, int entry, int qualifier, bool have_outputs,
-                   QualifierValue* out) {
+                   QualifierValue* out, const Outputs& outputs) {
   return sdk_call(
       function, unit, entry,
       [&] {
-        return std::to_string(unit) + ", " + std::to_string(entry) + " -> " +
-               format_qualifier_part(qualifier, out->data);
+        CSourceBuilder source;
+        source.number(unit).number(entry);
+        for (const auto& [type, name] : outputs) source.output(type, name);
+        return LoggedArgs{std::to_string(unit) + ", " + std::to_string(entry) + " -> " +
+                              format_qualifier_part(qualifier, out->data),
+                          source.build()};
       },
       [&](Device& dev) -> int {
         if (!have_outputs) return BCM_E_PARAM;
@@ -102,7 +165,8 @@ int bcm_field_qualify_EtherType(int unit, bcm_field_entry_t entry, uint16 data, 
 
 int bcm_field_qualify_EtherType_get(int unit, bcm_field_entry_t entry, uint16* data, uint16* mask) {
   QualifierValue value;
-  int rv = read_qualifier(__func__, unit, entry, bcmFieldQualifyEtherType, data && mask, &value);
+  int rv = read_qualifier(__func__, unit, entry, bcmFieldQualifyEtherType, data && mask, &value,
+                          {{"uint16", "ether_type_data"}, {"uint16", "ether_type_mask"}});
   if (rv == BCM_E_NONE) {
     *data = static_cast<uint16>(value.data[0]);
     *mask = static_cast<uint16>(value.mask[0]);
@@ -249,7 +313,8 @@ int bcm_field_qualify_IpType(int unit, bcm_field_entry_t entry, bcm_field_IpType
 
 int bcm_field_qualify_IpType_get(int unit, bcm_field_entry_t entry, bcm_field_IpType_t* type) {
   QualifierValue value;
-  int rv = read_qualifier(__func__, unit, entry, bcmFieldQualifyIpType, type != nullptr, &value);
+  int rv = read_qualifier(__func__, unit, entry, bcmFieldQualifyIpType, type != nullptr, &value,
+                          {{"bcm_field_IpType_t", "ip_type"}});
   if (rv == BCM_E_NONE) *type = static_cast<bcm_field_IpType_t>(value.data[0]);
   return rv;
 }
@@ -263,7 +328,8 @@ int bcm_field_qualify_IpProtocolCommon_get(int unit, bcm_field_entry_t entry,
                                            bcm_field_IpProtocolCommon_t* protocol) {
   QualifierValue value;
   int rv = read_qualifier(__func__, unit, entry, bcmFieldQualifyIpProtocolCommon,
-                          protocol != nullptr, &value);
+                          protocol != nullptr, &value,
+                          {{"bcm_field_IpProtocolCommon_t", "ip_protocol_common"}});
   if (rv == BCM_E_NONE) *protocol = static_cast<bcm_field_IpProtocolCommon_t>(value.data[0]);
   return rv;
 }

@@ -4,6 +4,7 @@
 
 #include <bcmsim/names.h>
 
+#include "c_source.h"
 #include "sdk_call.h"
 #include "text.h"
 
@@ -52,6 +53,12 @@ std::string stat_args(int unit, int stat_id, bcm_field_stat_t type) {
   return std::to_string(unit) + ", " + std::to_string(stat_id) + ", " + stat_type_name(type);
 }
 
+CSourceBuilder stat_source(int unit, int stat_id, bcm_field_stat_t type) {
+  CSourceBuilder source;
+  source.number(unit).number(stat_id).literal(c_stat_type(type));
+  return source;
+}
+
 }  // namespace
 }  // namespace bcmsim::detail
 
@@ -65,9 +72,19 @@ int bcm_field_stat_create(int unit, bcm_field_group_t group, int nstat, bcm_fiel
   return sdk_call(
       __func__, unit, kNoEntry,
       [&] {
-        return std::to_string(unit) + ", " + std::to_string(group) + ", " + std::to_string(nstat) +
-               ", " + stat_types_text(nstat, stat_arr) + " -> " +
-               (stat_id ? std::to_string(*stat_id) : "NULL");
+        std::vector<std::string> types;
+        for (int i = 0; stat_arr && i < nstat; ++i) types.push_back(c_stat_type(stat_arr[i]));
+        return LoggedArgs{
+            std::to_string(unit) + ", " + std::to_string(group) + ", " + std::to_string(nstat) +
+                ", " + stat_types_text(nstat, stat_arr) + " -> " +
+                (stat_id ? std::to_string(*stat_id) : "NULL"),
+            CSourceBuilder()
+                .number(unit)
+                .number(group)
+                .number(nstat)
+                .array("bcm_field_stat_t", "stat_types", types)
+                .output("int", "stat_id", stat_id ? std::to_string(*stat_id) : "")
+                .build()};
       },
       [&](Device& dev) -> int { return create_stat(dev, group, nstat, stat_arr, stat_id); });
 }
@@ -89,7 +106,9 @@ int bcm_field_stat_get(int unit, int stat_id, bcm_field_stat_t stat, uint64* val
   return sdk_call(
       __func__, unit, kNoEntry,
       [&] {
-        return stat_args(unit, stat_id, stat) + " -> " + (value ? std::to_string(*value) : "NULL");
+        return LoggedArgs{
+            stat_args(unit, stat_id, stat) + " -> " + (value ? std::to_string(*value) : "NULL"),
+            stat_source(unit, stat_id, stat).output("uint64", "stat_value").build()};
       },
       [&](Device& dev) -> int {
         if (!value) return BCM_E_PARAM;
@@ -103,7 +122,10 @@ int bcm_field_stat_get(int unit, int stat_id, bcm_field_stat_t stat, uint64* val
 int bcm_field_stat_set(int unit, int stat_id, bcm_field_stat_t stat, uint64 value) {
   return sdk_call(
       __func__, unit, kNoEntry,
-      [&] { return stat_args(unit, stat_id, stat) + ", " + std::to_string(value); },
+      [&] {
+        return LoggedArgs{stat_args(unit, stat_id, stat) + ", " + std::to_string(value),
+                          stat_source(unit, stat_id, stat).literal(std::to_string(value)).build()};
+      },
       [&](Device& dev) -> int {
         return with_stat_type(dev, stat_id, stat, [&](bcmsim::Stat& s, size_t i) -> int {
           // Without a hardware counter there is nothing to write but a clear.

@@ -5,6 +5,7 @@
 #include <bcm/l3.h>
 #include <bcm/switch.h>
 
+#include "c_source.h"
 #include "sdk_call.h"
 #include "text.h"
 #include "words.h"
@@ -72,6 +73,35 @@ std::string egress_text(const bcm_l3_egress_t* egress) {
          "}";
 }
 
+LoggedArgs intf_args(int unit, const bcm_l3_intf_t* intf) {
+  CSourceBuilder source;
+  source.number(unit);
+  if (!intf) return {std::to_string(unit) + ", NULL", source.literal("NULL").build()};
+  source.structure("bcm_l3_intf_t", "intf",
+                   {{"l3a_flags", hex_text(intf->l3a_flags)},
+                    {"l3a_intf_id", std::to_string(intf->l3a_intf_id)},
+                    {"l3a_vid", std::to_string(intf->l3a_vid)}});
+  source.fill(c_mac_bytes("intf.l3a_mac_addr", mac_words(intf->l3a_mac_addr)));
+  return {std::to_string(unit) + ", " + intf_text(intf), source.build()};
+}
+
+LoggedArgs egress_args(int unit, uint32 flags, const bcm_l3_egress_t* egress, const bcm_if_t* if_id) {
+  std::string text = std::to_string(unit) + ", " + hex_text(flags) + ", " + egress_text(egress) +
+                     " -> " + (if_id ? std::to_string(*if_id) : "NULL");
+  CSourceBuilder source;
+  source.number(unit).hex(flags);
+  if (!egress) return {std::move(text), source.literal("NULL").build()};
+  source.structure("bcm_l3_egress_t", "egress",
+                   {{"flags", hex_text(egress->flags)},
+                    {"flags2", hex_text(egress->flags2)},
+                    {"intf", std::to_string(egress->intf)},
+                    {"port", std::to_string(egress->port)},
+                    {"trunk", std::to_string(egress->trunk)}});
+  source.fill(c_mac_bytes("egress.mac_addr", mac_words(egress->mac_addr)));
+  source.output("bcm_if_t", "egress_id", if_id ? std::to_string(*if_id) : "");
+  return {std::move(text), source.build()};
+}
+
 }  // namespace
 }  // namespace bcmsim::detail
 
@@ -87,13 +117,13 @@ void bcm_l3_intf_t_init(bcm_l3_intf_t* intf) {
 
 int bcm_l3_intf_create(int unit, bcm_l3_intf_t* intf) {
   return sdk_call(
-      __func__, unit, kNoEntry, [&] { return std::to_string(unit) + ", " + intf_text(intf); },
+      __func__, unit, kNoEntry, [&] { return intf_args(unit, intf); },
       [&](Device& dev) -> int { return create_intf(dev, intf); });
 }
 
 int bcm_l3_intf_delete(int unit, bcm_l3_intf_t* intf) {
   return sdk_call(
-      __func__, unit, kNoEntry, [&] { return std::to_string(unit) + ", " + intf_text(intf); },
+      __func__, unit, kNoEntry, [&] { return intf_args(unit, intf); },
       [&](Device& dev) -> int {
         if (!intf) return BCM_E_PARAM;
         if (!dev.state.l3_intfs.erase(intf->l3a_intf_id)) return BCM_E_NOT_FOUND;
@@ -110,10 +140,7 @@ void bcm_l3_egress_t_init(bcm_l3_egress_t* egr) {
 int bcm_l3_egress_create(int unit, uint32 flags, bcm_l3_egress_t* egr, bcm_if_t* if_id) {
   return sdk_call(
       __func__, unit, kNoEntry,
-      [&] {
-        return std::to_string(unit) + ", " + hex_text(flags) + ", " + egress_text(egr) + " -> " +
-               (if_id ? std::to_string(*if_id) : "NULL");
-      },
+      [&] { return egress_args(unit, flags, egr, if_id); },
       [&](Device& dev) -> int { return create_egress(dev, flags, egr, if_id); });
 }
 

@@ -4,6 +4,7 @@
 
 #include <bcmsim/names.h>
 
+#include "c_source.h"
 #include "sdk_call.h"
 #include "text.h"
 
@@ -53,6 +54,34 @@ int with_policer(Device& dev, bcm_policer_t id, Use&& use) {
   return it == dev.state.policers.end() ? BCM_E_NOT_FOUND : use(it->second);
 }
 
+CSourceBuilder::Fields policer_fields(const bcm_policer_config_t& config) {
+  return {{"flags", hex_text(config.flags)},
+          {"mode", "bcmPolicerMode" + policer_mode_name(config.mode)},
+          {"ckbits_sec", std::to_string(config.ckbits_sec)},
+          {"ckbits_burst", std::to_string(config.ckbits_burst)},
+          {"pkbits_sec", std::to_string(config.pkbits_sec)},
+          {"pkbits_burst", std::to_string(config.pkbits_burst)}};
+}
+
+// The unit and the configuration, and the policer id when the call takes it after them.
+CSourceBuilder policer_source(int unit, const bcm_policer_config_t* config) {
+  CSourceBuilder source;
+  source.number(unit);
+  if (!config) {
+    source.literal("NULL");
+    return source;
+  }
+  source.structure("bcm_policer_config_t", "policer_config", policer_fields(*config));
+  return source;
+}
+
+// The id is read as well as written: with BCM_POLICER_WITH_ID the call takes it.
+CallSource policer_id_source(CSourceBuilder source, const bcm_policer_t* policer_id) {
+  if (!policer_id) return source.literal("NULL").build();
+  const std::string id = std::to_string(*policer_id);
+  return source.output("bcm_policer_t", "policer_id", id).fill({"policer_id = " + id + ";"}).build();
+}
+
 }  // namespace
 }  // namespace bcmsim::detail
 
@@ -70,8 +99,9 @@ int bcm_policer_create(int unit, bcm_policer_config_t* pol_cfg, bcm_policer_t* p
   return sdk_call(
       __func__, unit, kNoEntry,
       [&] {
-        return std::to_string(unit) + ", " + config_text(pol_cfg) + " -> " +
-               (policer_id ? std::to_string(*policer_id) : "NULL");
+        return LoggedArgs{std::to_string(unit) + ", " + config_text(pol_cfg) + " -> " +
+                              (policer_id ? std::to_string(*policer_id) : "NULL"),
+                          policer_id_source(policer_source(unit, pol_cfg), policer_id)};
       },
       [&](Device& dev) -> int { return create_policer(dev, pol_cfg, policer_id); });
 }
@@ -93,8 +123,17 @@ int bcm_policer_set(int unit, bcm_policer_t policer_id, bcm_policer_config_t* po
   return sdk_call(
       __func__, unit, kNoEntry,
       [&] {
-        return std::to_string(unit) + ", " + std::to_string(policer_id) + ", " +
-               config_text(pol_cfg);
+        CSourceBuilder source;
+        source.number(unit).number(policer_id);
+        if (pol_cfg) {
+          source.structure("bcm_policer_config_t", "policer_config",
+                           policer_fields(*pol_cfg));
+        } else {
+          source.literal("NULL");
+        }
+        return LoggedArgs{std::to_string(unit) + ", " + std::to_string(policer_id) + ", " +
+                              config_text(pol_cfg),
+                          source.build()};
       },
       [&](Device& dev) -> int {
         if (!pol_cfg || pol_cfg->mode < 0 || pol_cfg->mode >= bcmPolicerModeCount) {
@@ -110,7 +149,14 @@ int bcm_policer_set(int unit, bcm_policer_t policer_id, bcm_policer_config_t* po
 int bcm_policer_get(int unit, bcm_policer_t policer_id, bcm_policer_config_t* pol_cfg) {
   return sdk_call(
       __func__, unit, kNoEntry,
-      [&] { return std::to_string(unit) + ", " + std::to_string(policer_id); },
+      [&] {
+        return LoggedArgs{std::to_string(unit) + ", " + std::to_string(policer_id),
+                          CSourceBuilder()
+                              .number(unit)
+                              .number(policer_id)
+                              .output("bcm_policer_config_t", "policer_config")
+                              .build()};
+      },
       [&](Device& dev) -> int {
         if (!pol_cfg) return BCM_E_PARAM;
         return with_policer(dev, policer_id, [&](bcmsim::Policer& policer) -> int {

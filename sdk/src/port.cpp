@@ -4,6 +4,7 @@
 #include <bcm/error.h>
 #include <bcm/port.h>
 
+#include "c_source.h"
 #include "sdk_call.h"
 #include "text.h"
 
@@ -62,7 +63,14 @@ int bcm_port_control_set(int unit, bcm_port_t port, bcm_port_control_t type, int
 
 int bcm_port_control_get(int unit, bcm_port_t port, bcm_port_control_t type, int* value) {
   return sdk_call(
-      __func__, unit, kNoEntry, [&] { return control_args(unit, port, type); },
+      __func__, unit, kNoEntry,
+      [&] {
+        return LoggedArgs{control_args(unit, port, type),
+                          CSourceBuilder()
+                              .literal(control_args(unit, port, type))
+                              .output("int", "port_control")
+                              .build()};
+      },
       [&](Device& dev) -> int {
         if (!port_exists(dev.config, port)) return BCM_E_PORT;
         if (!value) return BCM_E_PARAM;
@@ -79,7 +87,11 @@ void bcm_port_config_t_init(bcm_port_config_t* pconfig) {
 
 int bcm_port_config_get(int unit, bcm_port_config_t* config) {
   return sdk_call(
-      __func__, unit, kNoEntry, [&] { return std::to_string(unit) + ", " + pointer_text(config); },
+      __func__, unit, kNoEntry,
+      [&] {
+        return LoggedArgs{std::to_string(unit) + ", " + pointer_text(config),
+                          CSourceBuilder().number(unit).output("bcm_port_config_t", "port_config").build()};
+      },
       [&](Device& dev) -> int {
         if (!config) return BCM_E_PARAM;
         *config = dev.port_config;

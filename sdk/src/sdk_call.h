@@ -31,7 +31,10 @@ int sdk_call(const char* function, int unit, int entry, Args&& args, Work&& work
 template <class Args>
 void sdk_void_call(const char* function, Args&& args) {
   Device& dev = device();
-  if (dev.log.enabled()) dev.log.record(function, args(), BCM_E_NONE);
+  if (!dev.log.enabled()) return;
+  LoggedArgs logged{args(), {}};
+  logged.source.initialiser = true;
+  dev.log.record(function, std::move(logged), BCM_E_NONE);
 }
 
 }  // namespace bcmsim::detail

@@ -2,6 +2,7 @@
 #include <bcm/error.h>
 #include <bcm/switch.h>
 
+#include "c_source.h"
 #include "sdk_call.h"
 
 using namespace bcmsim;
@@ -23,7 +24,11 @@ int bcm_switch_control_set(int unit, bcm_switch_control_t type, int arg) {
 
 int bcm_switch_control_get(int unit, bcm_switch_control_t type, int* arg) {
   return sdk_call(
-      __func__, unit, kNoEntry, [&] { return std::to_string(unit) + ", " + std::to_string(type); },
+      __func__, unit, kNoEntry,
+      [&] {
+        return LoggedArgs{std::to_string(unit) + ", " + std::to_string(type),
+                          CSourceBuilder().number(unit).number(type).output("int", "switch_control").build()};
+      },
       [&](Device& dev) -> int {
         if (!arg) return BCM_E_PARAM;
         auto it = dev.state.switch_controls.find(type);
