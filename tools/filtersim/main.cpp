@@ -2,6 +2,9 @@
 // the chip holds, what each packet hits, and whether every expectation held.
 //
 // Exit status: 0 every expectation held, 1 one did not, 2 the scenario is invalid.
+#include <cerrno>
+#include <cstring>
+#include <fstream>
 #include <iostream>
 #include <optional>
 
@@ -12,6 +15,7 @@
 #include <hal_callbacks/hal_callbacks_itf.h>
 
 #include "catalogue.h"
+#include "cint_script.h"
 #include "demo_scenario.h"
 #include "report.h"
 #include "scenario_loader.h"
@@ -48,6 +52,8 @@ int main(int argc, char** argv) {
   bool explain = false;
   int log_level = HalCallbacksItf::kError;
   std::string show = "groups,entries,counters,policers,l3";
+  std::string cint_file;
+  std::string cint_steps;
   app.add_option("scenario", file, "scenario file (YAML); the built-in demo when none is given");
   app.add_flag("--json", json, "write the report as one JSON document");
   app.add_flag("--trace", trace, "show the SDK calls of every step");
@@ -59,6 +65,10 @@ int main(int argc, char** argv) {
       ->check(CLI::Range(0, 7));
   app.add_option("--show", show,
                  "hardware sections: groups,entries,counters,policers,l3,calls or all");
+  app.add_option("--cint", cint_file,
+                 "write the SDK calls as a cint script (plain C as well) to this file");
+  app.add_option("--cint-steps", cint_steps, "only the calls of these steps: N or FIRST-LAST")
+      ->needs("--cint");
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -77,6 +87,15 @@ int main(int argc, char** argv) {
                   "unknown section in --show " + show +
                       " (known: groups, entries, counters, policers, l3, calls, all)");
   }
+  filtersim::StepRange cint_range;
+  if (!cint_steps.empty()) {
+    auto range = filtersim::parseStepRange(cint_steps);
+    if (!range) {
+      return refuse(json, "usage",
+                    "--cint-steps " + cint_steps + " is not a step or a range such as 3-7");
+    }
+    cint_range = *range;
+  }
   std::optional<filtersim::ScenarioStream> scenario;
   try {
     scenario.emplace(file.empty() ? std::string(filtersim::kDemoScenario)
@@ -86,11 +105,19 @@ int main(int argc, char** argv) {
     return refuse(json, "invalid-scenario", error.message(), &error);
   }
 
-  const std::unique_ptr<filtersim::RunSink> report =
+  std::unique_ptr<filtersim::RunSink> report =
       json ? filtersim::jsonReport(std::cout, scenario->file(), sections, trace)
            : filtersim::textReport(std::cout, scenario->file(), sections, trace);
+  std::ofstream cint;
+  if (!cint_file.empty()) {
+    cint.open(cint_file);
+    if (!cint) {
+      return refuse(json, "usage", "cannot write " + cint_file + ": " + std::strerror(errno));
+    }
+    report = filtersim::cintScript(cint, scenario->file(), cint_range, std::move(report));
+  }
+  const bool keep_calls = trace || sections.calls || !cint_file.empty();
   const filtersim::RunResult run = filtersim::runScenario(
-      *scenario, {trace || sections.calls, log_level, isatty(STDERR_FILENO) == 1, explain || json},
-      *report);
+      *scenario, {keep_calls, log_level, isatty(STDERR_FILENO) == 1, explain || json}, *report);
   return run.failed == 0 ? 0 : 1;
 }
