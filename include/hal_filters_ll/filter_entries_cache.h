@@ -117,9 +117,24 @@ class FilterEntriesCache {
   }
 
  private:
-  // Adds (or removes) a LAG member's port in the bitmaps of the entries that hold the LAG.
+  // How a LAG member's port changes the bitmap of an entry over its LAG, and the words its log
+  // lines use ("add", "adding").
+  struct MemberBitmapChange {
+    void (*apply)(ingress_pbmp_info_t& info, _shr_pbmp member_ports);
+    const char* verb;
+    const char* doing;
+  };
+  static const MemberBitmapChange kMemberAdded;
+  static const MemberBitmapChange kMemberRemoved;
+
+  // Changes a LAG member's port in the bitmaps of the entries that hold the LAG.
   int UpdateLagMemberBitmaps(const limid_t& lag, const limid_t& member, std::set<int>& out,
-                             bool adding);
+                             const MemberBitmapChange& change);
+  // The entries a new LAG member adds to a user entry's pool, not yet given ids.
+  int ExpandForNewMember(const entry_info_t& info, const limid_t& lag, const limid_t& member,
+                         std::vector<pool_entry>& added);
+  // The ports of a LAG's members; false when one of them has no gport.
+  static bool LagMemberPorts(const limid_t& lag, _shr_pbmp& ports);
 
   std::map<int, entry_info_t> entries_info_;
   std::map<limid_t, std::map<int, MemberEntries>> lag_entries_;
