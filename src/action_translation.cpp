@@ -4,6 +4,8 @@
 #include <hal_filters_ll/device_profile.h>
 #include <hal_filters_ll/hal_filters_bcm.h>
 
+#include <optional>
+
 #include "action_setter.h"
 
 namespace HalFiltersLL {
@@ -84,6 +86,42 @@ int setMac(const mac_address_t& mac, int eid, bcm_field_action_e action) {
   return setBcmFieldActionMacAdd(eid, action, copy);
 }
 
+int replaceDstMac(const ActionReplaceDstMac& action, int eid) {
+  return setMac(action.getReplaceDstMac(), eid, bcmFieldActionDstMacNew);
+}
+
+int replaceSrcMac(const ActionReplaceSrcMac& action, int eid) {
+  return setMac(action.getReplaceSrcMac(), eid, bcmFieldActionSrcMacNew);
+}
+
+// Cancels the copies to the CPU (0) or the switching to it (1); other values ask for nothing.
+int copyToCpuCancel(const ActionCopyToCpuCancel& action, int eid) {
+  switch (action.getCancelType()) {
+    case 0:
+      return setBcmFieldActionAdd(eid, bcmFieldActionCopyToCpuCancel, 0, 0);
+    case 1:
+      return setBcmFieldActionAdd(eid, bcmFieldActionSwitchToCpuCancel, 0, 0);
+    default:
+      return HAL_FILTERS_OK;
+  }
+}
+
+int l3Switch(const ActionL3Switch& action, int eid) {
+  int egress;
+  if (egressOfDestination(action.getL3DestinationId(), &egress) != 0) {
+    return HAL_FILTERS_ERR_FAILED;
+  }
+  return setBcmFieldActionAdd(eid, bcmFieldActionL3Switch, static_cast<uint32>(egress), 0);
+}
+
+int l3SwitchDelete(const ActionL3Switch& action, int eid) {
+  int egress;
+  if (egressOfDestination(action.getL3DestinationId(), &egress) != 0) {
+    return HAL_FILTERS_ERR_FAILED;
+  }
+  return deleteBcmFieldAction(eid, bcmFieldActionL3Switch, static_cast<uint32>(egress), 0);
+}
+
 // The action as its class; its type number and class are trusted to agree, and one that does not
 // is refused like an unknown type.
 template <class A>
@@ -93,10 +131,57 @@ const A* actionAs(const Action& action) {
   return typed;
 }
 
-template <class A, class Program>
-int withAction(const Action& action, Program program) {
+template <class A>
+int withAction(const Action& action, int eid, int (*program)(const A&, int)) {
   const A* typed = actionAs<A>(action);
-  return typed ? program(*typed) : HAL_FILTERS_ERR_FAILED;
+  return typed ? program(*typed, eid) : HAL_FILTERS_ERR_FAILED;
+}
+
+// The parameter of a one-parameter action, read by its class's getter; nullopt when the action
+// is not of that class.
+template <class A, auto kGetter>
+std::optional<uint32> parameterOf(const Action& action) {
+  const A* typed = actionAs<A>(action);
+  if (!typed) return std::nullopt;
+  return static_cast<uint32>((typed->*kGetter)());
+}
+
+std::optional<uint32> noParameter(const Action&) {
+  return 0;
+}
+
+// The actions that are one SDK action with at most one parameter.
+struct OneParameterAction {
+  filtersAction_t type;
+  bcm_field_action_e bcm_action;
+  std::optional<uint32> (*parameter)(const Action&);
+};
+
+const OneParameterAction kOneParameterActions[] = {
+    {FILTERS_ACTION_PERMIT, bcmFieldActionDropCancel, noParameter},
+    {FILTERS_ACTION_DROP, bcmFieldActionDrop, noParameter},
+    {FILTERS_ACTION_COPY_TO_CPU, bcmFieldActionCopyToCpu, noParameter},
+    {FILTERS_ACTION_REDIRECT_CANCEL, bcmFieldActionRedirectCancel, noParameter},
+    {FILTERS_ACTION_COPY_INNER_PCP_TO_OUTER, bcmFieldActionOuterVlanPrioCopyInner, noParameter},
+    {FILTERS_ACTION_SET_PCP, bcmFieldActionPrioPktNew,
+     parameterOf<ActionSetPcp, &ActionSetPcp::getPcp>},
+    {FILTERS_ACTION_SET_PCP_AND_QUEUE, bcmFieldActionPrioPktAndIntNew,
+     parameterOf<ActionSetPcpAndQueue, &ActionSetPcpAndQueue::getPcpAndQueue>},
+    {FILTERS_ACTION_SET_INNER_PCP, bcmFieldActionInnerVlanPrioNew,
+     parameterOf<ActionSetInnerPcp, &ActionSetInnerPcp::getInnerPcp>},
+    {FILTERS_ACTION_SET_DSCP, bcmFieldActionDscpNew,
+     parameterOf<ActionSetDSCP, &ActionSetDSCP::getDSCP>},
+    {FILTERS_ACTION_MAP_TO_COS_QUEUE, bcmFieldActionCosQNew,
+     parameterOf<ActionMapToCosQueue, &ActionMapToCosQueue::getCosQueue>},
+    {FILTERS_ACTION_MAP_TO_CPU_COS_QUEUE, bcmFieldActionCosQCpuNew,
+     parameterOf<ActionMapToCpuCosQueue, &ActionMapToCpuCosQueue::getCpuCosQueue>},
+};
+
+const OneParameterAction* oneParameterAction(int type) {
+  for (const OneParameterAction& row : kOneParameterActions) {
+    if (row.type == type) return &row;
+  }
+  return nullptr;
 }
 
 }  // namespace
@@ -123,84 +208,28 @@ int setBcmFieldActionVlanActionsAdd(int eid, bcm_field_action_e action,
 
 int HalFiltersBcm::createBcmAction(const Action* action, int eid) {
   if (!action) _sal_assert("action != nullptr", "hal_filters_bcm", 1401);
-  auto add = [eid](bcm_field_action_e bcm_action, uint32 param0 = 0) {
-    return setBcmFieldActionAdd(eid, bcm_action, param0, 0);
-  };
+  if (const OneParameterAction* row = oneParameterAction(action->getType())) {
+    const std::optional<uint32> parameter = row->parameter(*action);
+    if (!parameter) return HAL_FILTERS_ERR_FAILED;
+    return setBcmFieldActionAdd(eid, row->bcm_action, *parameter, 0);
+  }
   switch (action->getType()) {
-    case FILTERS_ACTION_PERMIT:
-      return add(bcmFieldActionDropCancel);
-    case FILTERS_ACTION_DROP:
-      return add(bcmFieldActionDrop);
-    case FILTERS_ACTION_COPY_TO_CPU:
-      return add(bcmFieldActionCopyToCpu);
     case FILTERS_ACTION_BLOCK_EGRESS_PORTS:
       return setBcmFieldActionPortsAdd(action, eid, bcmFieldActionEgressMask);
     case FILTERS_ACTION_COPY_TO_CPU_CANCEL:
-      return withAction<ActionCopyToCpuCancel>(*action, [&](const ActionCopyToCpuCancel& a) {
-        switch (a.getCancelType()) {
-          case 0:
-            return add(bcmFieldActionCopyToCpuCancel);
-          case 1:
-            return add(bcmFieldActionSwitchToCpuCancel);
-          default:
-            return static_cast<int>(HAL_FILTERS_OK);
-        }
-      });
-    case FILTERS_ACTION_SET_PCP:
-      return withAction<ActionSetPcp>(*action, [&](const ActionSetPcp& a) {
-        return add(bcmFieldActionPrioPktNew, a.getPcp());
-      });
-    case FILTERS_ACTION_SET_PCP_AND_QUEUE:
-      return withAction<ActionSetPcpAndQueue>(*action, [&](const ActionSetPcpAndQueue& a) {
-        return add(bcmFieldActionPrioPktAndIntNew, a.getPcpAndQueue());
-      });
-    case FILTERS_ACTION_SET_INNER_PCP:
-      return withAction<ActionSetInnerPcp>(*action, [&](const ActionSetInnerPcp& a) {
-        return add(bcmFieldActionInnerVlanPrioNew, a.getInnerPcp());
-      });
-    case FILTERS_ACTION_SET_DSCP:
-      return withAction<ActionSetDSCP>(
-          *action, [&](const ActionSetDSCP& a) { return add(bcmFieldActionDscpNew, a.getDSCP()); });
-    case FILTERS_ACTION_MAP_TO_COS_QUEUE:
-      return withAction<ActionMapToCosQueue>(*action, [&](const ActionMapToCosQueue& a) {
-        return add(bcmFieldActionCosQNew, a.getCosQueue());
-      });
-    case FILTERS_ACTION_MAP_TO_CPU_COS_QUEUE:
-      return withAction<ActionMapToCpuCosQueue>(*action, [&](const ActionMapToCpuCosQueue& a) {
-        return add(bcmFieldActionCosQCpuNew, a.getCpuCosQueue());
-      });
+      return withAction(*action, eid, copyToCpuCancel);
     case FILTERS_ACTION_REDIRECT:
-      return withAction<ActionRedirect>(*action,
-                                        [&](const ActionRedirect& a) { return redirect(a, eid); });
+      return withAction(*action, eid, redirect);
     case FILTERS_ACTION_REPLACE_DST_MAC:
-      return withAction<ActionReplaceDstMac>(*action, [&](const ActionReplaceDstMac& a) {
-        return setMac(a.getReplaceDstMac(), eid, bcmFieldActionDstMacNew);
-      });
-    case FILTERS_ACTION_REDIRECT_CANCEL:
-      return add(bcmFieldActionRedirectCancel);
+      return withAction(*action, eid, replaceDstMac);
     case FILTERS_ACTION_REPLACE_SRC_MAC:
-      return withAction<ActionReplaceSrcMac>(*action, [&](const ActionReplaceSrcMac& a) {
-        return setMac(a.getReplaceSrcMac(), eid, bcmFieldActionSrcMacNew);
-      });
+      return withAction(*action, eid, replaceSrcMac);
     case FILTERS_ACTION_L3_SWITCH:
-      return withAction<ActionL3Switch>(*action, [&](const ActionL3Switch& a) {
-        int egress;
-        if (egressOfDestination(a.getL3DestinationId(), &egress) != 0) {
-          return static_cast<int>(HAL_FILTERS_ERR_FAILED);
-        }
-        return add(bcmFieldActionL3Switch, static_cast<uint32>(egress));
-      });
+      return withAction(*action, eid, l3Switch);
     case FILTERS_ACTION_BLACK_HOLE:
-      if (int rc = add(bcmFieldActionL3Switch, static_cast<uint32>(black_hole_egress_if_));
-          rc != 0) {
-        return rc;
-      }
-      return keepFromCpu(eid);
-    case FILTERS_ACTION_COPY_INNER_PCP_TO_OUTER:
-      return add(bcmFieldActionOuterVlanPrioCopyInner);
+      return blackHole(eid);
     case FILTERS_ACTION_MPLS_PORT_SET:
-      return withAction<ActionMplsPortSet>(
-          *action, [&](const ActionMplsPortSet& a) { return incomingMplsPort(a, eid); });
+      return withAction(*action, eid, incomingMplsPort);
     case FILTERS_ACTION_KEEP_FROM_CPU:
       return keepFromCpu(eid);
     default:
@@ -209,19 +238,23 @@ int HalFiltersBcm::createBcmAction(const Action* action, int eid) {
   }
 }
 
+// Switches the packet to the black-hole egress object and keeps it from the CPU.
+int HalFiltersBcm::blackHole(int eid) {
+  if (int rc = setBcmFieldActionAdd(eid, bcmFieldActionL3Switch,
+                                    static_cast<uint32>(black_hole_egress_if_), 0);
+      rc != 0) {
+    return rc;
+  }
+  return keepFromCpu(eid);
+}
+
 int HalFiltersBcm::deleteBcmAction(const Action* action, int eid) {
   if (!action) _sal_assert("action != nullptr", "hal_filters_bcm", 1643);
   if (action->getType() != FILTERS_ACTION_L3_SWITCH) {
     callbacks().log(kLogError, "Action type %i not found", action->getType());
     return HAL_FILTERS_ERR_FAILED;
   }
-  return withAction<ActionL3Switch>(*action, [&](const ActionL3Switch& a) {
-    int egress;
-    if (egressOfDestination(a.getL3DestinationId(), &egress) != 0) {
-      return static_cast<int>(HAL_FILTERS_ERR_FAILED);
-    }
-    return deleteBcmFieldAction(eid, bcmFieldActionL3Switch, static_cast<uint32>(egress), 0);
-  });
+  return withAction(*action, eid, l3SwitchDelete);
 }
 
 int HalFiltersBcm::createBcmMacActions(const user_entry_key_t&, const FiltersEntry&, int) {

@@ -79,6 +79,7 @@ class HalFiltersBcm : public HalFiltersItf {
                      const FiltersCommon::Match* match, int eid);
   int createBcmAction(const FiltersCommon::Action* action, int eid);
   int deleteBcmAction(const FiltersCommon::Action* action, int eid);
+  int blackHole(int eid);  // to the discarding egress object, kept from the CPU
   int createBcmMacActions(const user_entry_key_t& key, const FiltersCommon::FiltersEntry& entry,
                           int eid);
   int createBcmVlanActions(const FiltersCommon::FiltersEntry& entry, int eid);
