@@ -11,30 +11,47 @@ namespace {
 
 using namespace FiltersCommon;
 
-const std::list<limid_t>& portsOf(const pool_entry& source, filtersMatch_t type) {
+// The two port matches: how to find each in an entry and how to build it.
+struct PortMatchKind {
+  const MatchPorts* (*find)(const FiltersEntry& entry);
+  std::shared_ptr<const Match> (*make)(std::list<limid_t> ports, std::list<port_type_t> excluded);
+};
+
+template <class M, filtersMatch_t kType>
+const PortMatchKind kPortMatch{
+    [](const FiltersEntry& entry) -> const MatchPorts* { return entry.findMatch<M>(kType); },
+    [](std::list<limid_t> ports, std::list<port_type_t> excluded) -> std::shared_ptr<const Match> {
+      return std::make_shared<M>(std::move(ports), std::move(excluded));
+    }};
+
+// The kind of a port match type; null for a type that is not a port match.
+const PortMatchKind* portMatchKind(filtersMatch_t type) {
+  if (type == FILTERS_MATCH_INGRESS_PORTS) {
+    return &kPortMatch<MatchIngressPorts, FILTERS_MATCH_INGRESS_PORTS>;
+  }
+  if (type == FILTERS_MATCH_EGRESS_PORTS) {
+    return &kPortMatch<MatchEgressPorts, FILTERS_MATCH_EGRESS_PORTS>;
+  }
+  return nullptr;
+}
+
+const std::list<limid_t>& portsOf(const pool_entry& source, const PortMatchKind& kind) {
   static const std::list<limid_t> kNone;
-  const MatchPorts* ports =
-      type == FILTERS_MATCH_INGRESS_PORTS
-          ? static_cast<const MatchPorts*>(source.entry.findMatch<MatchIngressPorts>(type))
-          : source.entry.findMatch<MatchEgressPorts>(type);
+  const MatchPorts* ports = kind.find(source.entry);
   return ports ? ports->getPorts() : kNone;
 }
 
-// The source's port match narrowed to one port (its excluded port types kept); null for a type
-// that is not a port match.
-std::shared_ptr<const Match> narrowedPorts(const pool_entry& source, filtersMatch_t type,
+// The source's port match narrowed to one port, its excluded port types kept.
+std::shared_ptr<const Match> narrowedPorts(const pool_entry& source, const PortMatchKind& kind,
                                            const limid_t& port) {
   std::list<port_type_t> excluded;
-  if (auto* ports = source.entry.findMatch<MatchPorts>(type)) {
-    excluded = ports->getExcludedPortTypes();
-  }
-  if (type == FILTERS_MATCH_INGRESS_PORTS) {
-    return std::make_shared<MatchIngressPorts>(std::list<limid_t>{port}, std::move(excluded));
-  }
-  if (type == FILTERS_MATCH_EGRESS_PORTS) {
-    return std::make_shared<MatchEgressPorts>(std::list<limid_t>{port}, std::move(excluded));
-  }
-  return nullptr;
+  if (const MatchPorts* ports = kind.find(source.entry)) excluded = ports->getExcludedPortTypes();
+  return kind.make(std::list<limid_t>{port}, std::move(excluded));
+}
+
+// Pre-ingress and egress match one port per entry; ingress matches a bitmap.
+bool matchesOnePortPerEntry(filtersGroupStage_t stage) {
+  return stage == FILTERS_GROUP_STAGE_PRE_INGRESS || stage == FILTERS_GROUP_STAGE_EGRESS;
 }
 
 // Replaces the pool by the expansion of every source over the values of its match M (an entry
@@ -81,11 +98,11 @@ int FilterEntriesCache::ExpandFilterEntries(std::vector<pool_entry>& pool,
 
 int FilterEntriesCache::MatchPortsExpand(std::vector<pool_entry>& pool, filtersGroupStage_t stage,
                                          filtersMatch_t type) {
-  // Only pre-ingress (1) and egress (3) match one port per entry; ingress matches a bitmap.
-  if ((stage & ~2) != 1 || pool.empty()) return 0;
+  const PortMatchKind* kind = portMatchKind(type);
+  if (!matchesOnePortPerEntry(stage) || pool.empty() || !kind) return 0;
   std::vector<pool_entry> expanded;
   for (const pool_entry& source : pool) {
-    if (int rc = MatchPortsExpandList(source, portsOf(source, type), expanded, type); rc != 0) {
+    if (int rc = MatchPortsExpandList(source, portsOf(source, *kind), expanded, type); rc != 0) {
       return rc;
     }
   }
@@ -100,15 +117,15 @@ int FilterEntriesCache::MatchPortsExpandList(const pool_entry& source,
     out.push_back(source);
     return 0;
   }
+  const PortMatchKind* kind = portMatchKind(type);
   for (const limid_t& port : ports) {
     if (limid_is_from_type(port, limid_type_lag)) {
       if (int rc = MatchPortsExpandLag(source, port, out, type); rc != 0) return rc;
       continue;
     }
-    std::shared_ptr<const Match> narrowed = narrowedPorts(source, type, port);
-    if (!narrowed) return HAL_FILTERS_ERR_FAILED;
+    if (!kind) return HAL_FILTERS_ERR_FAILED;
     pool_entry copy = source;
-    copy.entry.setMatch(std::move(narrowed));
+    copy.entry.setMatch(narrowedPorts(source, *kind, port));
     out.push_back(std::move(copy));
   }
   return 0;
@@ -118,15 +135,14 @@ int FilterEntriesCache::MatchPortsExpandLag(const pool_entry& source, const limi
                                             std::vector<pool_entry>& out, filtersMatch_t type) {
   const std::set<limid_t>& members = HalBcmCommon::GetInstance().GetLagMembers(lag);
   if (members.empty()) {
-    // Keeps the LAG's place in the pool until it gains a member; never written to hardware.
-    out.push_back(pool_entry{false, source.entry, true, lag, limid_null});
+    out.push_back(pool_entry::ofMemberlessLag(source, lag));
     return 0;
   }
+  const PortMatchKind* kind = portMatchKind(type);
+  if (!kind) return HAL_FILTERS_ERR_FAILED;
   for (const limid_t& member : members) {
-    std::shared_ptr<const Match> narrowed = narrowedPorts(source, type, member);
-    if (!narrowed) return HAL_FILTERS_ERR_FAILED;
-    pool_entry copy{source.installable, source.entry, true, lag, member};
-    copy.entry.setMatch(std::move(narrowed));
+    pool_entry copy = pool_entry::ofLagMember(source, lag, member);
+    copy.entry.setMatch(narrowedPorts(source, *kind, member));
     out.push_back(std::move(copy));
   }
   return 0;

@@ -33,6 +33,16 @@ struct pool_entry {
   bool from_lag = false;            // expanded from a LAG
   limid_t lag = limid_null;         // that LAG
   limid_t lag_member = limid_null;  // the member it stands for; null when the LAG had none
+
+  // The entry of one LAG member, installable when its source is.
+  static pool_entry ofLagMember(const pool_entry& source, const limid_t& lag,
+                                const limid_t& member) {
+    return {source.installable, source.entry, true, lag, member};
+  }
+  // The place of a LAG without members: kept until the LAG gains one, never in the hardware.
+  static pool_entry ofMemberlessLag(const pool_entry& source, const limid_t& lag) {
+    return {false, source.entry, true, lag, limid_null};
+  }
 };
 
 // The ingress port bitmaps of one hardware entry.
