@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "action_setter.h"
+#include "hal_id_lookup.h"
 
 namespace HalFiltersLL {
 namespace {
@@ -62,17 +63,14 @@ int redirect(const ActionRedirect& action, int eid) {
                       common.DecodeLimId(port).c_str());
       return HAL_FILTERS_ERR_FAILED;
     }
-    bcm_gport_t gport;
-    try {
-      gport = common.GetGport(port);
-    } catch (const std::out_of_range&) {
+    const auto gport = lookUpHalId([&] { return common.GetGport(port); }, [&](const char*) {
       callbacks().log(kLogError, "Filters - Port: %s not found", common.DecodeLimId(port).c_str());
-      return HAL_FILTERS_ERR_FAILED;
-    }
+    });
+    if (!gport) return HAL_FILTERS_ERR_FAILED;
     // One redirect action per port, the unit standing for the module.
     if (int rc =
             setBcmFieldActionAdd(eid, bcmFieldActionRedirectPort, static_cast<uint32>(common.unit),
-                                 static_cast<uint32>(localPortOfGport(gport)));
+                                 static_cast<uint32>(localPortOfGport(*gport)));
         rc != 0) {
       return rc;
     }

@@ -2,10 +2,9 @@
 // (those ports and the current members of its LAGs, or all ports less excluded kinds).
 #include <hal_filters_ll/filter_entries_cache.h>
 
-#include <stdexcept>
-
 #include <hal_bcm_common/hal_bcm_common.h>
 
+#include "hal_id_lookup.h"
 #include "port_bitmap.h"
 #include "sdk_support.h"
 
@@ -30,15 +29,15 @@ int getAllPortsBmp(int unit, _shr_pbmp& pbmp) {
 }
 
 int GetPortGport(const limid_t& port, bcm_gport_t& gport) {
-  try {
-    gport = HalBcmCommon::GetInstance().GetGport(port);
-    return 0;
-  } catch (const std::out_of_range&) {
-    char name[64];
-    callbacks().log(kLogError, "Error retrieving gport for %s",
-                    limid_to_intfname(port, name, sizeof(name)));
-    return -1;
-  }
+  const auto found = lookUpHalId([&] { return HalBcmCommon::GetInstance().GetGport(port); },
+                                 [&](const char*) {
+                                   char name[64];
+                                   callbacks().log(kLogError, "Error retrieving gport for %s",
+                                                   limid_to_intfname(port, name, sizeof(name)));
+                                 });
+  if (!found) return -1;
+  gport = *found;
+  return 0;
 }
 
 int GetExclusionListPbmp(const std::list<port_type_t>& types, ingress_pbmp_info_t& info) {

@@ -2,10 +2,9 @@
 // egress, the cached port bitmap (InPorts) at ingress, and virtual ports.
 #include <hal_filters_ll/match_translation.h>
 
-#include <stdexcept>
-
 #include <hal_filters_ll/filter_entries_cache.h>
 
+#include "hal_id_lookup.h"
 #include "match_setter.h"
 #include "port_bitmap.h"
 
@@ -39,16 +38,15 @@ int qualifyOneIngressPort(const Match* match, int eid, const char* stage_name) {
     callbacks().log(kLogError, "Filters-ll-bcm: too much interfaces on %s match\n", stage_name);
     return HAL_FILTERS_ERR_FAILED;
   }
-  bcm_gport_t gport;
-  try {
-    gport = HalBcmCommon::GetInstance().GetGport(typed->getPorts().front());
-  } catch (const std::out_of_range& miss) {
-    callbacks().log(kLogError, "Filters-ll-bcm: failed to get BCM ports (%s) - %s\n", stage_name,
-                    miss.what());
-    return HAL_FILTERS_ERR_FAILED;
-  }
+  const auto gport =
+      lookUpHalId([&] { return HalBcmCommon::GetInstance().GetGport(typed->getPorts().front()); },
+                  [&](const char* miss) {
+                    callbacks().log(kLogError, "Filters-ll-bcm: failed to get BCM ports (%s) - %s\n",
+                                    stage_name, miss);
+                  });
+  if (!gport) return HAL_FILTERS_ERR_FAILED;
   return qualifierResultToHalErr(
-      bcm_field_qualify_InPort(bcmUnit(), eid, localPortOfGport(gport), 0xFFFF), eid);
+      bcm_field_qualify_InPort(bcmUnit(), eid, localPortOfGport(*gport), 0xFFFF), eid);
 }
 
 }  // namespace
@@ -94,32 +92,30 @@ int setBcmEgressPortQualifier(const Match* match, int eid) {
   }
   // A LAG is expanded into one entry per member elsewhere.
   if (limid_is_from_type(ports.front(), limid_type_lag)) return HAL_FILTERS_OK;
-  bcm_gport_t gport;
-  try {
-    gport = HalBcmCommon::GetInstance().GetGport(ports.front());
-  } catch (const std::out_of_range& miss) {
-    callbacks().log(kLogError, "Filters-ll-bcm: failed to convert port to gport (egress) - %s\n",
-                    miss.what());
-    return HAL_FILTERS_ERR_FAILED;
-  }
+  const auto gport = lookUpHalId(
+      [&] { return HalBcmCommon::GetInstance().GetGport(ports.front()); },
+      [](const char* miss) {
+        callbacks().log(kLogError,
+                        "Filters-ll-bcm: failed to convert port to gport (egress) - %s\n", miss);
+      });
+  if (!gport) return HAL_FILTERS_ERR_FAILED;
   return qualifierResultToHalErr(
-      bcm_field_qualify_OutPort(bcmUnit(), eid, localPortOfGport(gport), 0xFF), eid);
+      bcm_field_qualify_OutPort(bcmUnit(), eid, localPortOfGport(*gport), 0xFF), eid);
 }
 
 int setBcmSrcPortQualifier(const Match* match, int eid) {
   auto* typed = matchAs<MatchSrcPort>(match, "Filters-ll-bcm: MatchSrcPort casting error\n");
   if (!typed) return HAL_FILTERS_ERR_FAILED;
-  bcm_gport_t gport;
-  try {
-    gport = HalBcmCommon::GetInstance().GetGport(typed->getLimId());
-  } catch (const std::out_of_range& miss) {
-    char name[64];
-    callbacks().log(kLogError, "Filters-ll-bcm: failed to get BCM port for '%s' - %s\n",
-                    limid_to_intfname(typed->getLimId(), name, sizeof(name)), miss.what());
-    return HAL_FILTERS_ERR_FAILED;
-  }
+  const auto gport = lookUpHalId(
+      [&] { return HalBcmCommon::GetInstance().GetGport(typed->getLimId()); },
+      [&](const char* miss) {
+        char name[64];
+        callbacks().log(kLogError, "Filters-ll-bcm: failed to get BCM port for '%s' - %s\n",
+                        limid_to_intfname(typed->getLimId(), name, sizeof(name)), miss);
+      });
+  if (!gport) return HAL_FILTERS_ERR_FAILED;
   return qualifierResultToHalErr(
-      bcm_field_qualify_SrcPort(bcmUnit(), eid, 0, 0, localPortOfGport(gport), ~0), eid);
+      bcm_field_qualify_SrcPort(bcmUnit(), eid, 0, 0, localPortOfGport(*gport), ~0), eid);
 }
 
 int setBcmVirtualPortQualifier(const Match* match, int eid) {
@@ -127,21 +123,21 @@ int setBcmVirtualPortQualifier(const Match* match, int eid) {
       matchAs<MatchVirtualPort>(match, "Filters-ll-bcm: MatchVirtualPort casting error\n");
   if (!typed) return HAL_FILTERS_ERR_FAILED;
   const HalBcmCommon& common = HalBcmCommon::GetInstance();
-  try {
-    const bcm_gport_t gport = common.GetVirtualPortGport(typed->getLimId());
-    return qualifierResultToHalErr(bcm_field_qualify_SrcGport(bcmUnit(), eid, gport), eid);
-  } catch (const std::out_of_range&) {
-    // Not a virtual port: a service port, matched by its local port.
+  // Not a virtual port: a service port, matched by its local port.
+  const auto virtual_gport =
+      lookUpHalId([&] { return common.GetVirtualPortGport(typed->getLimId()); }, [](const char*) {});
+  if (virtual_gport) {
+    return qualifierResultToHalErr(bcm_field_qualify_SrcGport(bcmUnit(), eid, *virtual_gport), eid);
   }
-  try {
-    _shr_pbmp ports;
-    BCM_PBMP_CLEAR(ports);
-    addLocalPort(ports, common.GetGportServicePort(typed->getLimId()));
-    return writeInPorts(bcmUnit(), eid, ports);
-  } catch (const std::out_of_range&) {
-    callbacks().log(kLogError, "Filters-ll-bcm: Virtual Port not found\n");
-    return HAL_FILTERS_ERR_FAILED;
-  }
+  const auto service_gport =
+      lookUpHalId([&] { return common.GetGportServicePort(typed->getLimId()); }, [](const char*) {
+        callbacks().log(kLogError, "Filters-ll-bcm: Virtual Port not found\n");
+      });
+  if (!service_gport) return HAL_FILTERS_ERR_FAILED;
+  _shr_pbmp ports;
+  BCM_PBMP_CLEAR(ports);
+  addLocalPort(ports, *service_gport);
+  return writeInPorts(bcmUnit(), eid, ports);
 }
 
 }  // namespace HalFiltersLL
