@@ -136,9 +136,9 @@ class StepRunner {
     if (auto user = run_.groups.find(group.group); user != run_.groups.end()) {
       out.user_group = user->second;
     }
-    if (group.hit) out.hit_entry = userHit({group.stage, group.group, *group.hit}).entry;
+    if (group.hit) out.hit_entry = userHit({group.stage, group.group, *group.hit, std::nullopt}).entry;
     for (const bcmsim::NearMiss& miss : group.closest) {
-      out.closest_entries.push_back(userHit({group.stage, group.group, miss.entry}).entry);
+      out.closest_entries.push_back(userHit({group.stage, group.group, miss.entry, std::nullopt}).entry);
     }
     return out;
   }
