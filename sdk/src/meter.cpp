@@ -30,13 +30,8 @@ Color committed_then_excess(Meter::Buckets& buckets, uint64_t cost, Color incomi
 // holds it too. A coloured packet pays in the buckets of its colour and better.
 Color peak_then_committed(Meter::Buckets& buckets, uint64_t cost, Color incoming) {
   Meter::Bucket& peak = buckets.excess;
-  if (incoming == Color::Red || peak.level < cost) return Color::Red;
-  if (incoming == Color::Yellow || !buckets.committed.take(cost)) {
-    peak.level -= cost;
-    return Color::Yellow;
-  }
-  peak.level -= cost;
-  return Color::Green;
+  if (incoming == Color::Red || !peak.take(cost)) return Color::Red;
+  return incoming == Color::Green && buckets.committed.take(cost) ? Color::Green : Color::Yellow;
 }
 
 // The modes outside the table do not meter: the packet keeps the colour it came in.
