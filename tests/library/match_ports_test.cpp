@@ -4,7 +4,7 @@
 #include <hal_filters_ll/match_translation.h>
 
 #include "support/device_views.h"
-#include "support/filters_fixture.h"
+#include "support/match_fixture.h"
 #include "support/model_builders.h"
 #include "support/sdk_builders.h"
 
@@ -18,14 +18,12 @@ constexpr auto kPre = FILTERS_GROUP_STAGE_PRE_INGRESS;
 constexpr auto kIn = FILTERS_GROUP_STAGE_INGRESS;
 constexpr auto kEg = FILTERS_GROUP_STAGE_EGRESS;
 
-class PortQualifiers : public test_support::FiltersTest {
+class PortQualifiers : public test_support::MatchFixture {
  protected:
   void SetUp() override {
-    FiltersTest::SetUp();
-    const std::initializer_list<int> port_qualifiers = {12, 13, 35, 86, 196};
-    ASSERT_EQ(test_support::create_group(0, bcmFieldQualifyStageLookup, port_qualifiers), 0);
-    ASSERT_EQ(test_support::create_group(16, bcmFieldQualifyStageIngress, port_qualifiers), 0);
-    ASSERT_EQ(test_support::create_group(32, bcmFieldQualifyStageEgress, port_qualifiers), 0);
+    MatchFixture::SetUp();
+    createStageGroups({bcmFieldQualifyInPort, bcmFieldQualifyInPorts, bcmFieldQualifySrcPort,
+                       bcmFieldQualifyOutPort, bcmFieldQualifySrcGport});
     bcm_gport_t remote;
     BCM_GPORT_MODPORT_SET(remote, 1, 40);
     HalBcmCommon::GetInstance().SetGport(limid_ethernet(40), remote);
@@ -34,27 +32,13 @@ class PortQualifiers : public test_support::FiltersTest {
   }
 
   int translate(filtersGroupStage_t stage, const Match& match) {
-    const int group = stage == kPre ? 0 : stage == kEg ? 32 : 16;
-    EXPECT_EQ(bcm_field_entry_create_id(0, group, ++eid), 0);
-    log.clear();
-    return filters->createBcmMatch({}, stage, &match, eid);
+    return MatchFixture::translate(stage, match, ++eid);
   }
 
   int eid = 1000;
 };
 
-struct Row {
-  const char* name;
-  filtersGroupStage_t stage;
-  std::shared_ptr<const Match> match;
-  int result;
-  std::vector<std::string> qualifiers;
-  std::vector<std::string> lines;
-};
-
-void PrintTo(const Row& row, std::ostream* out) {
-  *out << row.name;
-}
+using Row = test_support::MatchRow;
 
 class PortQualifierTable : public PortQualifiers, public ::testing::WithParamInterface<Row> {};
 

@@ -4,7 +4,7 @@
 #include <hal_filters_ll/match_translation.h>
 
 #include "support/device_views.h"
-#include "support/filters_fixture.h"
+#include "support/match_fixture.h"
 #include "support/model_builders.h"
 #include "support/sdk_builders.h"
 
@@ -14,18 +14,26 @@ using namespace FiltersCommon;
 using test_support::ports;
 using test_support::qualifiers_of;
 
+// Every qualifier the library writes.
 const std::initializer_list<int> kEveryQualifier = {
-    1,  6,  7,  9,  10, 12, 13, 15, 18, 19, 22, 23, 27,  28,  29,  30,  31, 32,
-    35, 40, 43, 52, 61, 62, 79, 82, 84, 86, 90, 98, 111, 113, 142, 153, 196};
+    bcmFieldQualifyDstIp6,          bcmFieldQualifySrcMac,        bcmFieldQualifyDstMac,
+    bcmFieldQualifySrcIp,           bcmFieldQualifyDstIp,         bcmFieldQualifyInPort,
+    bcmFieldQualifyInPorts,         bcmFieldQualifyDrop,          bcmFieldQualifyOuterVlanId,
+    bcmFieldQualifyOuterVlanPri,    bcmFieldQualifyInnerVlanId,   bcmFieldQualifyInnerVlanPri,
+    bcmFieldQualifyL4SrcPort,       bcmFieldQualifyL4DstPort,     bcmFieldQualifyEtherType,
+    bcmFieldQualifyIpProtocol,      bcmFieldQualifyDSCP,          bcmFieldQualifyTtl,
+    bcmFieldQualifySrcPort,         bcmFieldQualifyDstPort,       bcmFieldQualifyPacketRes,
+    bcmFieldQualifyIpProtocolCommon, bcmFieldQualifyIpType,       bcmFieldQualifyForwardingType,
+    bcmFieldQualifyInterfaceClassL2, bcmFieldQualifyL3Routable,   bcmFieldQualifyVrf,
+    bcmFieldQualifyOutPort,         bcmFieldQualifyVlanFormat,    bcmFieldQualifyMplsTerminated,
+    bcmFieldQualifyIngressStpState, bcmFieldQualifyL2SrcStatic,   bcmFieldQualifyIntPriority,
+    bcmFieldQualifyMyStationHit,    bcmFieldQualifySrcGport};
 
-// Groups of every stage that hold every qualifier the library writes.
-class MatchTranslation : public test_support::FiltersTest {
+class MatchTranslation : public test_support::MatchFixture {
  protected:
   void SetUp() override {
-    FiltersTest::SetUp();
-    ASSERT_EQ(test_support::create_group(0, bcmFieldQualifyStageLookup, kEveryQualifier), 0);
-    ASSERT_EQ(test_support::create_group(16, bcmFieldQualifyStageIngress, kEveryQualifier), 0);
-    ASSERT_EQ(test_support::create_group(32, bcmFieldQualifyStageEgress, kEveryQualifier), 0);
+    MatchFixture::SetUp();
+    createStageGroups(kEveryQualifier);
     HalBcmCommon& common = HalBcmCommon::GetInstance();
     common.SetVirtualPortGport(limid_vpn_access(1), 0x30000011);
     common.SetServicePortGport(limid_vpn_access(2), 0x04000007);
@@ -33,29 +41,12 @@ class MatchTranslation : public test_support::FiltersTest {
     common.SetVlanClass(HAL_BD_SVC_VLAN_E_LAN, 0x80, 0xf0);
   }
 
-  // Creates a hardware entry in the stage's group and translates one match onto it.
   int translate(filtersGroupStage_t stage, const Match& match, int eid = 1000) {
-    const int group = stage == FILTERS_GROUP_STAGE_PRE_INGRESS ? 0
-                      : stage == FILTERS_GROUP_STAGE_EGRESS    ? 32
-                                                               : 16;
-    EXPECT_EQ(bcm_field_entry_create_id(0, group, eid), 0);
-    log.clear();
-    return filters->createBcmMatch({}, stage, &match, eid);
+    return MatchFixture::translate(stage, match, eid);
   }
 };
 
-struct Row {
-  const char* name;
-  filtersGroupStage_t stage;
-  std::shared_ptr<const Match> match;
-  int result;
-  std::vector<std::string> qualifiers;
-  std::vector<std::string> lines;
-};
-
-void PrintTo(const Row& row, std::ostream* out) {
-  *out << row.name;
-}
+using Row = test_support::MatchRow;
 
 class EveryMatchType : public MatchTranslation, public ::testing::WithParamInterface<Row> {};
 
