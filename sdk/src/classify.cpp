@@ -207,7 +207,9 @@ void classify_stage(Device& dev, Stage stage, const Packet& packet, Classificati
   std::stable_sort(hits.begin(), hits.end(), [](const auto& a, const auto& b) {
     return a.first->priority > b.first->priority;
   });
-  for (const auto& [group, entry] : hits) result.hits.push_back({stage, group->id, entry->id});
+  for (const auto& [group, entry] : hits) {
+    result.hits.push_back({stage, group->id, entry->id, std::nullopt});
+  }
   for (auto hit = hits.rbegin(); hit != hits.rend(); ++hit) {
     for (const ActionValue& action : hit->second->installed->actions) {
       apply(state, *hit->second, action, packet, result.verdict);
