@@ -1,7 +1,9 @@
 // filtersim: runs a scenario through the filters library on the software device and shows what
 // the chip holds, what each packet hits, and whether every expectation held.
 //
-// Exit status: 0 every expectation held, 1 one did not, 2 the scenario is invalid.
+// Exit status: 0 every expectation held, 1 one did not, 2 the scenario or the command line is
+// invalid.
+#include <filesystem>
 #include <iostream>
 #include <optional>
 
@@ -48,6 +50,8 @@ int main(int argc, char** argv) {
   bool explain = false;
   int log_level = HalCallbacksItf::kError;
   std::string show = "groups,entries,counters,policers,l3";
+  std::string pcap;
+  std::string in_port = "eth1";
   app.add_option("scenario", file, "scenario file (YAML); the built-in demo when none is given");
   app.add_flag("--json", json, "write the report as one JSON document");
   app.add_flag("--trace", trace, "show the SDK calls of every step");
@@ -59,6 +63,10 @@ int main(int argc, char** argv) {
       ->check(CLI::Range(0, 7));
   app.add_option("--show", show,
                  "hardware sections: groups,entries,counters,policers,l3,calls or all");
+  CLI::Option* pcap_option =
+      app.add_option("--pcap", pcap, "replay this capture (Ethernet) after the scenario's steps");
+  app.add_option("--in-port", in_port, "the port the capture's packets arrive on (eth1 by default)")
+      ->needs(pcap_option);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -84,6 +92,11 @@ int main(int argc, char** argv) {
                      file.empty() ? "demo" : file);
   } catch (const filtersim::LoadError& error) {
     return refuse(json, "invalid-scenario", error.message(), &error);
+  }
+  try {
+    if (!pcap.empty()) scenario->appendReplay(std::filesystem::absolute(pcap).string(), in_port);
+  } catch (const filtersim::LoadError& error) {
+    return refuse(json, "usage", error.message());
   }
 
   const std::unique_ptr<filtersim::RunSink> report =
