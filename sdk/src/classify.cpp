@@ -7,6 +7,7 @@
 #include <bcm/l3.h>
 
 #include "device_impl.h"
+#include "entry_metering.h"
 #include "packet_match.h"
 
 namespace bcmsim {
@@ -67,10 +68,11 @@ void change_l2_fields(const State& state, int egress_id, Verdict& verdict) {
   verdict.vlan = intf->second.l3a_vid;
 }
 
+// `colour` is the packet's colour for this entry: as metered, or as it came.
 void apply(const State& state, const Entry& entry, const ActionValue& action, const Packet& packet,
-           Verdict& verdict) {
-  if (auto colour = colour_of(action.action)) {
-    if (!entry.has_policer() || *colour != packet.color) return;
+           Color colour, Verdict& verdict) {
+  if (auto action_colour = colour_of(action.action)) {
+    if (!entry.has_policer() || *action_colour != colour) return;
   }
   const int p0 = static_cast<int>(action.param0);
   switch (action.action) {
@@ -180,13 +182,13 @@ bool counts(bcm_field_stat_t type, Color color) {
   }
 }
 
-void count(State& state, const Entry& entry, const Packet& packet) {
+void count(State& state, const Entry& entry, const Packet& packet, Color colour) {
   if (!entry.installed->stat) return;
   auto found = state.stats.find(*entry.installed->stat);
   if (found == state.stats.end() || !found->second.counting.count(entry.id)) return;
   Stat& stat = found->second;
   for (size_t i = 0; i < stat.types.size(); ++i) {
-    if (!counts(stat.types[i], packet.color)) continue;
+    if (!counts(stat.types[i], colour)) continue;
     // Even stat types count bytes, odd ones packets.
     stat.values[i] += stat.types[i] % 2 == 0 ? packet.length : 1;
   }
@@ -207,14 +209,17 @@ void classify_stage(Device& dev, Stage stage, const Packet& packet, Classificati
   std::stable_sort(hits.begin(), hits.end(), [](const auto& a, const auto& b) {
     return a.first->priority > b.first->priority;
   });
+  const size_t first = result.hits.size();
   for (const auto& [group, entry] : hits) {
-    result.hits.push_back({stage, group->id, entry->id, std::nullopt});
+    result.hits.push_back({stage, group->id, entry->id, meter_entry(dev, *entry, packet)});
   }
-  for (auto hit = hits.rbegin(); hit != hits.rend(); ++hit) {
-    for (const ActionValue& action : hit->second->installed->actions) {
-      apply(state, *hit->second, action, packet, result.verdict);
+  for (size_t i = hits.size(); i-- > 0;) {
+    const Entry& entry = *hits[i].second;
+    const Color colour = result.hits[first + i].metered.value_or(packet.color);
+    for (const ActionValue& action : entry.installed->actions) {
+      apply(state, entry, action, packet, colour, result.verdict);
     }
-    count(state, *hit->second, packet);
+    count(state, entry, packet, colour);
   }
 }
 

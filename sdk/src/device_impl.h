@@ -12,6 +12,7 @@
 #include "fault_injector.h"
 #include "group_index.h"
 #include "id_allocator.h"
+#include "meter.h"
 
 namespace bcmsim::detail {
 
@@ -34,6 +35,9 @@ struct Device {
       100002};  // the SDK's egress base is 100000; next hops 0 and 1 are reserved
   std::unordered_map<int, GroupIndex> group_indexes;  // by group id, for classification
   uint64_t changes = 0;                               // the latest Group::version given out
+  // By policer id: the buckets of each policer from the first packet it meters until its
+  // configuration is set again or it is destroyed. Kept out of the state, which inspection shows.
+  std::unordered_map<int, Meter> meters;
 
   // Marks a group changed, so that its classification index is rebuilt.
   void changed(Group& group) { group.version = ++changes; }

@@ -36,6 +36,7 @@ int create_policer(Device& dev, const bcm_policer_config_t* config, bcm_policer_
       if (!(config->flags & BCM_POLICER_REPLACE)) return BCM_E_EXISTS;
       if (!existing->second.attachments.empty()) return BCM_E_BUSY;
       existing->second.config = *config;
+      dev.meters.erase(*policer_id);
       return BCM_E_NONE;
     }
   } else {
@@ -84,6 +85,7 @@ int bcm_policer_destroy(int unit, bcm_policer_t policer_id) {
         return with_policer(dev, policer_id, [&](bcmsim::Policer& policer) -> int {
           if (!policer.attachments.empty()) return BCM_E_BUSY;
           dev.state.policers.erase(policer_id);
+          dev.meters.erase(policer_id);
           return BCM_E_NONE;
         });
       });
@@ -102,6 +104,7 @@ int bcm_policer_set(int unit, bcm_policer_t policer_id, bcm_policer_config_t* po
         }
         return with_policer(dev, policer_id, [&](bcmsim::Policer& policer) -> int {
           policer.config = *pol_cfg;
+          dev.meters.erase(policer_id);
           return BCM_E_NONE;
         });
       });
