@@ -2,6 +2,7 @@
 // verdict totals, counters (bytes from the frames' wire lengths) and the packets that hit nothing.
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
 
 #include <gtest/gtest.h>
 
@@ -82,15 +83,22 @@ class ReplaySink : public filtersim::RunSink {
   std::optional<filtersim::ReplaySummary> replay;
 };
 
-TEST(Replay, CountsWhatEveryFrameMet) {
-  const fs::path dir = fs::path(::testing::TempDir()) / "filtersim_replay";
+// Runs `text` from a folder where `write` wrote capture.pcap; the replay step's outcome. One
+// scenario per process: each test case runs in its own.
+filtersim::ReplaySummary replayed(const char* name, const char* text,
+                                  void (*write)(const std::string& path)) {
+  const fs::path dir = fs::path(::testing::TempDir()) / name;
   fs::create_directories(dir);
-  writeCapture((dir / "capture.pcap").string());
-  const filtersim::ScenarioStream scenario(kScenario, (dir / "replay.yaml").string());
+  write((dir / "capture.pcap").string());
+  const filtersim::ScenarioStream scenario(text, (dir / "replay.yaml").string());
   ReplaySink sink;
   filtersim::runScenario(scenario, {}, sink);
-  ASSERT_TRUE(sink.replay);
-  const filtersim::ReplaySummary& replay = *sink.replay;
+  if (!sink.replay) throw std::runtime_error("no replay step ran");
+  return *sink.replay;
+}
+
+TEST(Replay, CountsWhatEveryFrameMet) {
+  const filtersim::ReplaySummary replay = replayed("filtersim_replay", kScenario, writeCapture);
 
   EXPECT_EQ(replay.packets, 8u);
   EXPECT_EQ(replay.verdicts, (std::map<std::string, uint64_t>{{"dropped", 4}, {"forwarded", 4}}));
@@ -117,6 +125,48 @@ TEST(Replay, CountsWhatEveryFrameMet) {
   EXPECT_EQ(replay.first_misses[1].packet.ether_type, 0x0806);
   EXPECT_EQ(replay.first_misses[1].packet.in_port, 3);
   EXPECT_FALSE(replay.first_misses[1].explanation.empty());
+}
+
+constexpr char kPolicedScenario[] = R"(switch: {ports: 8}
+steps:
+  - create_group:
+      stage: ingress
+      id: 2
+      priority: 4
+      type: 3
+      entries:
+        - id: 1
+          match: {ip_protocol: udp}
+          counters: [{id: 1, type: packets}]
+          policer:
+            id: 100
+            stage: ingress
+            mode: {type: tr-tcm, cir: 8, cbs: 1000, pir: 16, pbs: 2000}
+            actions: [{color: red, drop: true}, {color: yellow, set_dscp: 8}]
+  - packets: {pcap: capture.pcap}
+)";
+
+// Packets of 500 bytes at 1,000 bytes/s committed and 2,000 bytes/s peak, buckets of 1,000 and
+// 2,000 bytes that start full: six at one instant take the committed bucket in two (green),
+// the rest of the peak bucket in two (yellow), then find both empty (red); one ten seconds later
+// finds them full again.
+void writeBurst(const std::string& path) {
+  capture_frames::CaptureWriter capture(path);
+  const std::vector<uint8_t> frame = Frame().ipv4(1, 2, capture_frames::kUdp).ports(9, 9).bytes();
+  const uint64_t start = 1000000000;
+  for (int k = 0; k < 6; ++k) capture.write(frame, start, SIZE_MAX, 500);
+  capture.write(frame, start + 10000000000u, SIZE_MAX, 500);
+}
+
+TEST(Replay, CountsThePolicersColours) {
+  const filtersim::ReplaySummary replay =
+      replayed("filtersim_replay_policed", kPolicedScenario, writeBurst);
+  ASSERT_EQ(replay.policers.size(), 1u);
+  const filtersim::PolicerColours& policer = replay.policers.front();
+  EXPECT_EQ(policer.packets, (std::array<uint64_t, 3>{3, 2, 2}));
+  EXPECT_EQ(policer.actions, (std::map<std::string, uint64_t>{{"RpDrop", 2}, {"YpDscpNew", 2}}));
+  EXPECT_EQ(replay.verdicts, (std::map<std::string, uint64_t>{{"dropped", 2}, {"forwarded", 5}}));
+  EXPECT_EQ(replay.counters.at(1), 7u);
 }
 
 // A capture that cannot be replayed is refused with the scenario's place and libpcap's reason
