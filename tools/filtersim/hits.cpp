@@ -3,10 +3,8 @@
 #include <hal_filters_ll/hal_filters_bcm.h>
 
 namespace filtersim {
-namespace {
 
-// The user entry whose pool holds a hardware id, or null.
-const HalFiltersLL::FilterEntriesCache::entry_info_t* ownerOf(int hw_entry) {
+const HalFiltersLL::FilterEntriesCache::entry_info_t* userEntryOf(int hw_entry) {
   const auto& pools = HalFiltersLL::filters_cache_.entries_info();
   auto pool = pools.upper_bound(hw_entry);
   if (pool == pools.begin()) return nullptr;
@@ -15,11 +13,9 @@ const HalFiltersLL::FilterEntriesCache::entry_info_t* ownerOf(int hw_entry) {
   return &pool->second;
 }
 
-}  // namespace
-
 UserHit userHit(bcmsim::Stage stage, int hw_group, int hw_entry) {
   UserHit user{stage, hw_group, hw_entry, std::nullopt, std::nullopt};
-  if (const auto* owner = ownerOf(hw_entry)) {
+  if (const auto* owner = userEntryOf(hw_entry)) {
     user.group = owner->user_key.group_id;
     user.entry = owner->user_key.entry_id;
   }
@@ -28,7 +24,7 @@ UserHit userHit(bcmsim::Stage stage, int hw_group, int hw_entry) {
 
 std::vector<unsigned short> userEntryCounters(int hw_entry) {
   std::vector<unsigned short> ids;
-  if (const auto* owner = ownerOf(hw_entry)) {
+  if (const auto* owner = userEntryOf(hw_entry)) {
     for (const auto& [id, counter] : owner->user_entry.getCounters()) ids.push_back(id);
   }
   return ids;

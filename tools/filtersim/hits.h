@@ -8,6 +8,7 @@
 
 #include <bcmsim/classify.h>
 #include <bcmsim/explain.h>
+#include <hal_filters_ll/filter_entries_cache.h>
 
 #include "snapshot.h"
 
@@ -30,6 +31,9 @@ struct ExplainedGroup {
   std::optional<unsigned int> hit_entry;                    // the user entry hit
   std::vector<std::optional<unsigned int>> closest_entries;  // the user entry of each near miss
 };
+
+// The library's record of the user entry whose pool holds a hardware id, or null.
+const HalFiltersLL::FilterEntriesCache::entry_info_t* userEntryOf(int hw_entry);
 
 // The user entry a hardware entry belongs to: the pool whose id range holds it.
 UserHit userHit(bcmsim::Stage stage, int hw_group, int hw_entry);

@@ -99,7 +99,9 @@ ReplaySummary replayCapture(const std::string& path, const bcmsim::Packet& defau
   CaptureReader capture(path);
   ReplayTally tally(groups);
   bcmsim::Packet base = defaults;
-  base.ether_type = 0;  // a frame too short to carry one has none
+  // Header fields a frame does not hold whole stay zero.
+  base.ether_type = 0;
+  base.ttl = 0;
   uint64_t arrival = 0;
   CapturedFrame frame{};
   while (capture.next(frame)) {
