@@ -129,9 +129,10 @@ void BM_ReplayCapture(benchmark::State& state) {
   const double replayed = static_cast<double>(packets * state.iterations());
   state.SetItemsProcessed(static_cast<int64_t>(replayed));
   state.counters["replay_pps"] = benchmark::Counter(replayed / replay_seconds);
-  state.counters["classify_pps"] = benchmark::Counter(static_cast<double>(packets) / classify_seconds);
-  state.counters["replay_to_classify"] =
-      benchmark::Counter(static_cast<double>(packets) / classify_seconds / (replayed / replay_seconds));
+  state.counters["classify_pps"] =
+      benchmark::Counter(static_cast<double>(packets) / classify_seconds);
+  state.counters["replay_to_classify"] = benchmark::Counter(
+      static_cast<double>(packets) / classify_seconds / (replayed / replay_seconds));
   state.counters["hits_per_packet"] = benchmark::Counter(static_cast<double>(hits) / replayed);
   state.counters["hw_entries"] =
       benchmark::Counter(static_cast<double>(bcmsim::state().entries.size()));

@@ -62,8 +62,12 @@ void writeCapture(const std::string& path) {
                 1500);
   capture.write(Frame().ipv4(1, 2, capture_frames::kUdp).ports(53, 53).bytes(), 3 * second);
   capture.write(Frame().ipv4(1, 2, capture_frames::kIcmp).l4({8, 0, 0, 0}).bytes(), 4 * second);
-  capture.write(Frame().tag(0x88a8, 100, 0).tag(0x8100, 200, 0).ipv4(1, 2, capture_frames::kTcp)
-                    .ports(1000, 22).bytes(),
+  capture.write(Frame()
+                    .tag(0x88a8, 100, 0)
+                    .tag(0x8100, 200, 0)
+                    .ipv4(1, 2, capture_frames::kTcp)
+                    .ports(1000, 22)
+                    .bytes(),
                 5 * second);
   capture.write(Frame().ipv6(kDocumentationHost, capture_frames::kTcp).ports(1000, 443).bytes(),
                 6 * second);
@@ -108,16 +112,15 @@ TEST(Replay, CountsWhatEveryFrameMet) {
               std::to_string(hits.entry)] = hits.packets;
   }
   EXPECT_EQ(user_hits, (std::map<std::string, uint64_t>{{"pre-ingress 1/10", 1},
-                                                         {"ingress 2/1", 2},
-                                                         {"ingress 2/2", 1},
-                                                         {"ingress 2/3", 1},
-                                                         {"ingress 3/20", 1}}));
+                                                        {"ingress 2/1", 2},
+                                                        {"ingress 2/2", 1},
+                                                        {"ingress 2/3", 1},
+                                                        {"ingress 3/20", 1}}));
   uint64_t hw_hits = 0;
   for (const filtersim::HwEntryHits& hits : replay.hw_entries) hw_hits += hits.packets;
   EXPECT_EQ(hw_hits, 6u);
-  EXPECT_EQ(replay.counters,
-            (std::map<unsigned short, std::optional<uint64_t>>{
-                {1, 2}, {2, 1600}, {3, 1}, {4, 1}, {5, 1}, {6, 1}}));
+  EXPECT_EQ(replay.counters, (std::map<unsigned short, std::optional<uint64_t>>{
+                                 {1, 2}, {2, 1600}, {3, 1}, {4, 1}, {5, 1}, {6, 1}}));
   EXPECT_EQ(replay.missed, 2u);
   ASSERT_EQ(replay.first_misses.size(), 2u);
   EXPECT_EQ(replay.first_misses[0].number, 7u);
@@ -181,11 +184,10 @@ TEST(Replay, RefusesWhatItCannotReplay) {
     const char* step;
     std::string error;
   } rows[] = {
-      {"{pcap: missing.pcap}",
-       place + "cannot replay " + (dir / "missing.pcap").string() + ": " +
-           (dir / "missing.pcap").string() + ": No such file or directory"},
-      {"{pcap: text.pcap}", place + "cannot replay " + (dir / "text.pcap").string() +
-                                ": unknown file format"},
+      {"{pcap: missing.pcap}", place + "cannot replay " + (dir / "missing.pcap").string() + ": " +
+                                   (dir / "missing.pcap").string() + ": No such file or directory"},
+      {"{pcap: text.pcap}",
+       place + "cannot replay " + (dir / "text.pcap").string() + ": unknown file format"},
       {"{pcap: raw.pcap}", place + "cannot replay " + (dir / "raw.pcap").string() +
                                ": the capture's link type is RAW, not Ethernet (EN10MB)"},
       {"{pcap: raw.pcap, vlan: 10}",
@@ -196,8 +198,8 @@ TEST(Replay, RefusesWhatItCannotReplay) {
   };
   for (const auto& row : rows) {
     try {
-      const filtersim::ScenarioStream refused(std::string("steps:\n  - packets: ") + row.step + "\n",
-                                              (dir / "s.yaml").string());
+      const filtersim::ScenarioStream refused(
+          std::string("steps:\n  - packets: ") + row.step + "\n", (dir / "s.yaml").string());
       ADD_FAILURE() << row.step << " loaded";
     } catch (const filtersim::LoadError& error) {
       EXPECT_EQ(std::string(error.what()), row.error);

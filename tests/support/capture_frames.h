@@ -47,8 +47,14 @@ class Frame {
   Frame& ipv6(const Ipv6& dst, uint8_t next_header, uint8_t dscp = 0, uint8_t hop_limit = 64) {
     type_ = 0x86dd;
     const uint16_t first = static_cast<uint16_t>(0x6000 | dscp << 6);
-    ip_ = {static_cast<uint8_t>(first >> 8), static_cast<uint8_t>(first), 0, 0, 0, 0,
-           next_header, hop_limit};
+    ip_ = {static_cast<uint8_t>(first >> 8),
+           static_cast<uint8_t>(first),
+           0,
+           0,
+           0,
+           0,
+           next_header,
+           hop_limit};
     ip_.resize(24);  // the source address stays zero
     ip_.insert(ip_.end(), dst.begin(), dst.end());
     protocol_ = next_header;

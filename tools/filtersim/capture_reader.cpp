@@ -6,7 +6,8 @@ namespace filtersim {
 
 CaptureReader::CaptureReader(const std::string& path) {
   char error[PCAP_ERRBUF_SIZE] = "";
-  handle_ = pcap_open_offline_with_tstamp_precision(path.c_str(), PCAP_TSTAMP_PRECISION_NANO, error);
+  handle_ =
+      pcap_open_offline_with_tstamp_precision(path.c_str(), PCAP_TSTAMP_PRECISION_NANO, error);
   if (!handle_) throw CaptureError(error);
   const int link = pcap_datalink(handle_);
   if (link != DLT_EN10MB) {
@@ -18,7 +19,9 @@ CaptureReader::CaptureReader(const std::string& path) {
   }
 }
 
-CaptureReader::~CaptureReader() { pcap_close(handle_); }
+CaptureReader::~CaptureReader() {
+  pcap_close(handle_);
+}
 
 bool CaptureReader::next(CapturedFrame& frame) {
   pcap_pkthdr* header = nullptr;

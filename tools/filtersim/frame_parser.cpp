@@ -54,7 +54,9 @@ void parseIpv6(Bytes ip, bcmsim::Packet& packet) {
   if (ip.has(0, kIpv6Header)) parseL4(ip.from(kIpv6Header), packet.ip_protocol, packet);
 }
 
-bool isTag(uint16_t type) { return type == kCustomerTag || type == kServiceTag; }
+bool isTag(uint16_t type) {
+  return type == kCustomerTag || type == kServiceTag;
+}
 
 }  // namespace
 

@@ -28,7 +28,7 @@ struct UserHit {
 struct ExplainedGroup {
   bcmsim::GroupExplanation group;
   std::optional<UserGroup> user_group;
-  std::optional<unsigned int> hit_entry;                    // the user entry hit
+  std::optional<unsigned int> hit_entry;                     // the user entry hit
   std::vector<std::optional<unsigned int>> closest_entries;  // the user entry of each near miss
 };
 

@@ -119,7 +119,8 @@ json explanationJson(const std::vector<ExplainedGroup>& explanation) {
 }
 
 json hitJson(const UserHit& hit) {
-  json item = {{"stage", stageName(hit.stage)}, {"hw_group", hit.hw_group}, {"hw_entry", hit.hw_entry}};
+  json item = {
+      {"stage", stageName(hit.stage)}, {"hw_group", hit.hw_group}, {"hw_entry", hit.hw_entry}};
   if (hit.group) item["group"] = *hit.group;
   if (hit.entry) item["entry"] = *hit.entry;
   return item;
@@ -150,8 +151,9 @@ json replayJson(const ReplaySummary& replay) {
   }
   json policers = json::array();
   for (const PolicerColours& policer : replay.policers) {
-    policers.push_back(
-        {{"id", policer.id}, {"packets", coloursJson(policer.packets)}, {"actions", policer.actions}});
+    policers.push_back({{"id", policer.id},
+                        {"packets", coloursJson(policer.packets)},
+                        {"actions", policer.actions}});
   }
   json misses = json::array();
   for (const ReplayMiss& miss : replay.first_misses) {

@@ -34,8 +34,8 @@ std::string ipv6Text(const std::array<uint8_t, 16>& address) {
 }  // namespace
 
 std::vector<std::pair<std::string, std::string>> packetFields(const bcmsim::Packet& packet) {
-  std::vector<std::pair<std::string, std::string>> fields = {
-      {"dst_mac", macText(packet.dst_mac)}, {"src_mac", macText(packet.src_mac)}};
+  std::vector<std::pair<std::string, std::string>> fields = {{"dst_mac", macText(packet.dst_mac)},
+                                                             {"src_mac", macText(packet.src_mac)}};
   if (packet.outer_vlan) {
     fields.push_back({"vlan", std::to_string(*packet.outer_vlan)});
     fields.push_back({"pcp", std::to_string(packet.outer_pcp)});

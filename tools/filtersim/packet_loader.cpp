@@ -48,9 +48,9 @@ SendPacket ScenarioLoader::loadPacket(const YAML::Node& node) {
 ReplayCapture ScenarioLoader::loadReplay(const YAML::Node& node) {
   // The frames give the headers and the length; the step gives the rest.
   static const std::vector<std::string> kKeys = {
-      "pcap",  "in_port", "out_port", "packet_res",      "stp_state",     "forwarding_type",
-      "vrf",   "l3_routable", "my_station_hit", "drop",  "l2_src_static", "mpls_terminated",
-      "interface_class", "virtual_port", "int_priority"};
+      "pcap",           "in_port", "out_port",      "packet_res",      "stp_state",
+      "forwarding_type", "vrf",    "l3_routable",   "my_station_hit",  "drop",
+      "l2_src_static",  "mpls_terminated", "interface_class", "virtual_port", "int_priority"};
   if (!node.IsMap()) reader_.fail(node, "packets must be a mapping");
   SendPacket defaults;
   loadPacketFields(node, kKeys, "packets", defaults);
@@ -63,7 +63,7 @@ std::string ScenarioLoader::capturePath(const YAML::Node& node) const {
       given.is_absolute() ? given.string()
                           : (std::filesystem::path(reader_.file()).parent_path() / given).string();
   try {
-    CaptureReader{path};
+    const CaptureReader readable(path);  // opened and closed again: refused now, not mid-run
   } catch (const CaptureError& error) {
     reader_.fail(node, "cannot replay " + path + ": " + error.what());
   }

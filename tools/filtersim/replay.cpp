@@ -1,7 +1,6 @@
 #include "replay.h"
 
 #include <algorithm>
-#include <set>
 #include <tuple>
 
 #include <bcmsim/device.h>
@@ -37,7 +36,9 @@ ReplayTally::Tally& ReplayTally::tallyOf(const bcmsim::Hit& hit) {
   }
   for (const bcmsim::ActionValue& action : entry->installed->actions) {
     const std::string name = bcmsim::action_name(action.action);
-    if (std::optional<size_t> colour = actionColour(name)) tally.colour_actions[*colour].push_back(name);
+    if (std::optional<size_t> colour = actionColour(name)) {
+      tally.colour_actions[*colour].push_back(name);
+    }
   }
   return tally;
 }
@@ -72,7 +73,8 @@ ReplaySummary ReplayTally::summary(const CounterReader& read_counter) const {
     const HwEntryHits& hits = tally.hits;
     out.hw_entries.push_back(hits);
     if (hits.hit.entry) by_user[{hits.hit.stage, *hits.hit.group, *hits.hit.entry}] += hits.packets;
-    for (unsigned short counter : userEntryCounters(id)) out.counters[counter] = read_counter(counter);
+    for (unsigned short counter : userEntryCounters(id))
+      out.counters[counter] = read_counter(counter);
     for (int policer : tally.policers) {
       PolicerColours& colours = policers[policer];
       colours.id = policer;
@@ -84,8 +86,9 @@ ReplaySummary ReplayTally::summary(const CounterReader& read_counter) const {
       }
     }
   }
-  std::sort(out.hw_entries.begin(), out.hw_entries.end(),
-            [](const HwEntryHits& a, const HwEntryHits& b) { return a.hit.hw_entry < b.hit.hw_entry; });
+  std::sort(
+      out.hw_entries.begin(), out.hw_entries.end(),
+      [](const HwEntryHits& a, const HwEntryHits& b) { return a.hit.hw_entry < b.hit.hw_entry; });
   for (const auto& [key, packets] : by_user) {
     out.user_entries.push_back({std::get<0>(key), std::get<1>(key), std::get<2>(key), packets});
   }

@@ -36,7 +36,7 @@ struct UserEntryHits {
 // What a policer's colours were, and the per-colour actions of the entries it meters that fired.
 struct PolicerColours {
   int id;
-  std::array<uint64_t, 3> packets{};  // green, yellow, red
+  std::array<uint64_t, 3> packets{};        // green, yellow, red
   std::map<std::string, uint64_t> actions;  // "RpDrop" -> packets
 };
 
@@ -49,12 +49,12 @@ struct ReplayMiss {
 struct ReplaySummary {
   std::string capture;
   uint64_t packets = 0;
-  std::map<std::string, uint64_t> verdicts;  // by outcome
-  std::vector<UserEntryHits> user_entries;   // by stage, group, entry
-  std::vector<HwEntryHits> hw_entries;       // by hardware id
+  std::map<std::string, uint64_t> verdicts;                    // by outcome
+  std::vector<UserEntryHits> user_entries;                     // by stage, group, entry
+  std::vector<HwEntryHits> hw_entries;                         // by hardware id
   std::map<unsigned short, std::optional<uint64_t>> counters;  // of the entries hit, at the end
-  uint64_t missed = 0;                       // packets that hit no entry
-  std::vector<ReplayMiss> first_misses;      // up to kMissesKept
+  uint64_t missed = 0;                                         // packets that hit no entry
+  std::vector<ReplayMiss> first_misses;                        // up to kMissesKept
   std::vector<PolicerColours> policers;
 };
 
