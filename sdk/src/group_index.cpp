@@ -35,8 +35,7 @@ const Entry* first_matching(const std::vector<int>& slots, const Matches& matche
 
 }  // namespace
 
-void GroupIndex::refresh(const Group& group, const State& state) {
-  if (built_ && version_ == group.version) return;
+void GroupIndex::rebuild(const Group& group, const State& state) {
   built_ = true;
   version_ = group.version;
   buckets_.clear();

@@ -21,8 +21,11 @@ struct WordsHash {
 
 class GroupIndex {
  public:
-  // Rebuilds the index when the group changed since it was built.
-  void refresh(const Group& group, const State& state);
+  // Rebuilds the index when the group changed since it was built (checked inline: it is checked
+  // for every group a packet reaches).
+  void refresh(const Group& group, const State& state) {
+    if (!built_ || version_ != group.version) rebuild(group, state);
+  }
   // The first installed entry, in slot order, whose qualifiers all match the packet.
   const Entry* first_match(const Group& group, const State& state, const Packet& packet) const;
 
@@ -36,6 +39,8 @@ class GroupIndex {
   };
 
   static constexpr size_t kMaxMasks = 8;  // distinct masks of an indexed qualifier
+
+  void rebuild(const Group& group, const State& state);
 
   uint64_t version_ = 0;
   bool built_ = false;

@@ -87,14 +87,17 @@ class ReplaySink : public filtersim::RunSink {
   std::optional<filtersim::ReplaySummary> replay;
 };
 
-// Runs `text` from a folder where `write` wrote capture.pcap; the replay step's outcome. One
-// scenario per process: each test case runs in its own.
+// Runs `text` from a folder where `write` wrote capture.pcap, with the capture's replay
+// appended as the command line asks for it when `in_port` is given; the replay step's outcome.
+// One scenario per process: each test case runs in its own.
 filtersim::ReplaySummary replayed(const char* name, const char* text,
-                                  void (*write)(const std::string& path)) {
+                                  void (*write)(const std::string& path),
+                                  const char* in_port = nullptr) {
   const fs::path dir = fs::path(::testing::TempDir()) / name;
   fs::create_directories(dir);
   write((dir / "capture.pcap").string());
-  const filtersim::ScenarioStream scenario(text, (dir / "replay.yaml").string());
+  filtersim::ScenarioStream scenario(text, (dir / "replay.yaml").string());
+  if (in_port) scenario.appendReplay((dir / "capture.pcap").string(), in_port);
   ReplaySink sink;
   filtersim::runScenario(scenario, {}, sink);
   if (!sink.replay) throw std::runtime_error("no replay step ran");
@@ -146,7 +149,6 @@ steps:
             stage: ingress
             mode: {type: tr-tcm, cir: 8, cbs: 1000, pir: 16, pbs: 2000}
             actions: [{color: red, drop: true}, {color: yellow, set_dscp: 8}]
-  - packets: {pcap: capture.pcap}
 )";
 
 // Packets of 500 bytes at 1,000 bytes/s committed and 2,000 bytes/s peak, buckets of 1,000 and
@@ -161,15 +163,17 @@ void writeBurst(const std::string& path) {
   capture.write(frame, start + 10000000000u, SIZE_MAX, 500);
 }
 
+// Replayed as --pcap asks, after the scenario's steps.
 TEST(Replay, CountsThePolicersColours) {
   const filtersim::ReplaySummary replay =
-      replayed("filtersim_replay_policed", kPolicedScenario, writeBurst);
+      replayed("filtersim_replay_policed", kPolicedScenario, writeBurst, "eth2");
   ASSERT_EQ(replay.policers.size(), 1u);
   const filtersim::PolicerColours& policer = replay.policers.front();
   EXPECT_EQ(policer.packets, (std::array<uint64_t, 3>{3, 2, 2}));
   EXPECT_EQ(policer.actions, (std::map<std::string, uint64_t>{{"RpDrop", 2}, {"YpDscpNew", 2}}));
   EXPECT_EQ(replay.verdicts, (std::map<std::string, uint64_t>{{"dropped", 2}, {"forwarded", 5}}));
   EXPECT_EQ(replay.counters.at(1), 7u);
+  EXPECT_EQ(replay.packets, 7u);
 }
 
 // A capture that cannot be replayed is refused with the scenario's place and libpcap's reason
