@@ -50,10 +50,18 @@ std::vector<uint8_t> frameNumber(uint64_t n) {
   return frame.bytes();
 }
 
+// Captures written for this run, removed at its end.
+struct WrittenCaptures {
+  ~WrittenCaptures() {
+    for (const auto& [packets, path] : paths) std::filesystem::remove(path);
+  }
+  std::map<uint64_t, std::string> paths;
+};
+
 // The capture of `packets` packets, 1 µs apart, written once per run.
 std::string capture(uint64_t packets) {
-  static std::map<uint64_t, std::string> written;
-  if (auto found = written.find(packets); found != written.end()) return found->second;
+  static WrittenCaptures written;
+  if (auto found = written.paths.find(packets); found != written.paths.end()) return found->second;
   const std::string path = (std::filesystem::temp_directory_path() /
                             ("filters_bench_replay_" + std::to_string(packets) + ".pcap"))
                                .string();
@@ -61,7 +69,7 @@ std::string capture(uint64_t packets) {
     capture_frames::CaptureWriter writer(path);
     for (uint64_t n = 0; n < packets; ++n) writer.write(frameNumber(n), 1000000000 + n * 1000);
   }
-  return written[packets] = path;
+  return written.paths[packets] = path;
 }
 
 // The machine is shared: rates are per second of this thread's CPU time.
