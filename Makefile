@@ -2,7 +2,7 @@
 # Debian machine: they install what is missing first.
 
 PACKAGES := cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev libyaml-cpp-dev \
-            nlohmann-json3-dev libcli11-dev
+            nlohmann-json3-dev libcli11-dev libpcap-dev pkgconf
 FUZZ_PACKAGES := clang libclang-rt-dev
 FUZZ_SECONDS ?= 60
 SOAK_SEQUENCES ?= 20000

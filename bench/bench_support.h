@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <stdexcept>
 #include <vector>
 
 #include <bcmsim/device.h>
@@ -102,6 +103,12 @@ inline std::vector<FiltersGroup> fullDevice() {
   fill(FILTERS_GROUP_STAGE_INGRESS, 16, 2, 256);
   fill(FILTERS_GROUP_STAGE_EGRESS, 4, 5, 128);
   return groups;
+}
+
+inline void loadFullDevice(Switch& sw, const std::vector<FiltersGroup>& groups) {
+  for (const FiltersGroup& group : groups) {
+    if (sw.filters->createGroup(group) != 0) throw std::runtime_error("full device load failed");
+  }
 }
 
 constexpr double kFullDeviceEntries = 4 * 256 + 16 * 256 + 4 * 128;

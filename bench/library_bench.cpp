@@ -77,12 +77,6 @@ void BM_ProgramEntriesRisingPriority(benchmark::State& state) {
 }
 BENCHMARK(BM_ProgramEntriesRisingPriority)->Unit(benchmark::kMicrosecond);
 
-void loadFullDevice(Switch& sw, const std::vector<FiltersGroup>& groups) {
-  for (const FiltersGroup& group : groups) {
-    if (sw.filters->createGroup(group) != 0) throw std::runtime_error("full device load failed");
-  }
-}
-
 // One item is one full device load.
 void BM_FullDeviceLoad(benchmark::State& state) {
   const std::vector<FiltersGroup> groups = fullDevice();

@@ -1,6 +1,7 @@
 #include "group_index.h"
 
 #include <algorithm>
+#include <array>
 #include <map>
 #include <set>
 
@@ -23,12 +24,18 @@ Words masked(const Words& data, const Words& mask) {
   return out;
 }
 
-constexpr size_t kMaxMasks = 8;
+// The first of `slots` whose entry matches, or nullptr.
+template <class Matches>
+const Entry* first_matching(const std::vector<int>& slots, const Matches& matches) {
+  for (int slot : slots) {
+    if (const Entry* entry = matches(slot)) return entry;
+  }
+  return nullptr;
+}
 
 }  // namespace
 
-void GroupIndex::refresh(const Group& group, const State& state) {
-  if (built_ && version_ == group.version) return;
+void GroupIndex::rebuild(const Group& group, const State& state) {
   built_ = true;
   version_ = group.version;
   buckets_.clear();
@@ -66,7 +73,9 @@ void GroupIndex::refresh(const Group& group, const State& state) {
     auto bucket = std::find_if(buckets_.begin(), buckets_.end(),
                                [&](const Bucket& b) { return b.mask == q->mask; });
     if (bucket == buckets_.end()) bucket = buckets_.insert(buckets_.end(), Bucket{q->mask, {}});
-    bucket->slots[masked(q->data, q->mask)].push_back(slot);
+    const Words key = masked(q->data, q->mask);
+    bucket->slots[key].push_back(slot);
+    bucket->hashed.set(WordsHash{}(key) % bucket->hashed.size());
   }
 }
 
@@ -87,21 +96,26 @@ const Entry* GroupIndex::first_match(const Group& group, const State& state,
     return nullptr;
   }
   // The candidates: the entries of every bucket whose value the packet's field has, and those
-  // without the qualifier; tested in slot order.
+  // without the qualifier; tested in slot order. Each list is in slot order and no slot is in
+  // two, so a single list is tested as it is.
   Words field;
   packet_field(packet, qualifier_, &field);
-  std::vector<int> candidates = others_;
+  std::array<const std::vector<int>*, kMaxMasks + 1> lists{};
+  size_t count = 0;
+  if (!others_.empty()) lists[count++] = &others_;
   for (const Bucket& bucket : buckets_) {
-    auto found = bucket.slots.find(masked(field, bucket.mask));
-    if (found != bucket.slots.end()) {
-      candidates.insert(candidates.end(), found->second.begin(), found->second.end());
-    }
+    const Words key = masked(field, bucket.mask);
+    if (!bucket.hashed.test(WordsHash{}(key) % bucket.hashed.size())) continue;
+    auto found = bucket.slots.find(key);
+    if (found != bucket.slots.end()) lists[count++] = &found->second;
   }
-  std::sort(candidates.begin(), candidates.end());
-  for (int slot : candidates) {
-    if (const Entry* entry = matches(slot)) return entry;
+  if (count == 1) return first_matching(*lists[0], matches);
+  candidates_.clear();
+  for (size_t k = 0; k < count; ++k) {
+    candidates_.insert(candidates_.end(), lists[k]->begin(), lists[k]->end());
   }
-  return nullptr;
+  std::sort(candidates_.begin(), candidates_.end());
+  return first_matching(candidates_, matches);
 }
 
 }  // namespace bcmsim::detail

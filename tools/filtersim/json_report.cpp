@@ -6,6 +6,7 @@
 #include <hal_callbacks/hal_callbacks_itf.h>
 #include <hal_filters_ll/hal_filters_bcm.h>
 
+#include "packet_fields.h"
 #include "report.h"
 
 namespace filtersim {
@@ -117,6 +118,58 @@ json explanationJson(const std::vector<ExplainedGroup>& explanation) {
   return groups;
 }
 
+json hitJson(const UserHit& hit) {
+  json item = {
+      {"stage", stageName(hit.stage)}, {"hw_group", hit.hw_group}, {"hw_entry", hit.hw_entry}};
+  if (hit.group) item["group"] = *hit.group;
+  if (hit.entry) item["entry"] = *hit.entry;
+  return item;
+}
+
+json coloursJson(const std::array<uint64_t, 3>& packets) {
+  return {{"green", packets[0]}, {"yellow", packets[1]}, {"red", packets[2]}};
+}
+
+json replayJson(const ReplaySummary& replay) {
+  json user_entries = json::array();
+  for (const UserEntryHits& user : replay.user_entries) {
+    user_entries.push_back({{"stage", stageName(user.stage)},
+                            {"group", user.group},
+                            {"entry", user.entry},
+                            {"packets", user.packets}});
+  }
+  json hw_entries = json::array();
+  for (const HwEntryHits& hw : replay.hw_entries) {
+    json item = hitJson(hw.hit);
+    item["packets"] = hw.packets;
+    item["coloured"] = coloursJson(hw.coloured);
+    hw_entries.push_back(item);
+  }
+  json counters = json::object();
+  for (const auto& [id, value] : replay.counters) {
+    counters[std::to_string(id)] = value ? json(*value) : json(nullptr);
+  }
+  json policers = json::array();
+  for (const PolicerColours& policer : replay.policers) {
+    policers.push_back({{"id", policer.id},
+                        {"packets", coloursJson(policer.packets)},
+                        {"actions", policer.actions}});
+  }
+  json misses = json::array();
+  for (const ReplayMiss& miss : replay.first_misses) {
+    json fields = json::object();
+    for (const auto& [name, value] : packetFields(miss.packet)) fields[name] = value;
+    misses.push_back({{"number", miss.number},
+                      {"packet", fields},
+                      {"explanation", explanationJson(miss.explanation)}});
+  }
+  return {{"capture", replay.capture},       {"packets", replay.packets},
+          {"verdicts", replay.verdicts},     {"user_entries", user_entries},
+          {"hw_entries", hw_entries},        {"counters", counters},
+          {"policers", policers},            {"missed", replay.missed},
+          {"first_misses", misses}};
+}
+
 json stepJson(size_t index, const StepOutcome& step, bool trace) {
   json out = {{"index", index},
               {"kind", step.step->kind},
@@ -141,16 +194,11 @@ json stepJson(size_t index, const StepOutcome& step, bool trace) {
   if (step.classification) {
     out["verdict"] = verdictJson(step.classification->verdict);
     json hits = json::array();
-    for (const UserHit& hit : step.hits) {
-      json item = {
-          {"stage", stageName(hit.stage)}, {"hw_group", hit.hw_group}, {"hw_entry", hit.hw_entry}};
-      if (hit.group) item["group"] = *hit.group;
-      if (hit.entry) item["entry"] = *hit.entry;
-      hits.push_back(item);
-    }
+    for (const UserHit& hit : step.hits) hits.push_back(hitJson(hit));
     out["hits"] = hits;
     out["explanation"] = explanationJson(step.explanation);
   }
+  if (step.replay) out["replay"] = replayJson(*step.replay);
   if (step.snapshot) out["show"] = snapshotJson(*step.snapshot);
   if (trace) out["calls"] = callsJson(step.calls);
   return out;

@@ -1,9 +1,11 @@
 // filtersim: runs a scenario through the filters library on the software device and shows what
 // the chip holds, what each packet hits, and whether every expectation held.
 //
-// Exit status: 0 every expectation held, 1 one did not, 2 the scenario is invalid.
+// Exit status: 0 every expectation held, 1 one did not, 2 the scenario or the command line is
+// invalid.
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <optional>
@@ -54,6 +56,8 @@ int main(int argc, char** argv) {
   std::string show = "groups,entries,counters,policers,l3";
   std::string cint_file;
   std::string cint_steps;
+  std::string pcap;
+  std::string in_port = "eth1";
   app.add_option("scenario", file, "scenario file (YAML); the built-in demo when none is given");
   app.add_flag("--json", json, "write the report as one JSON document");
   app.add_flag("--trace", trace, "show the SDK calls of every step");
@@ -69,6 +73,10 @@ int main(int argc, char** argv) {
                  "write the SDK calls as a cint script (plain C as well) to this file");
   app.add_option("--cint-steps", cint_steps, "only the calls of these steps: N or FIRST-LAST")
       ->needs("--cint");
+  CLI::Option* pcap_option =
+      app.add_option("--pcap", pcap, "replay this capture (Ethernet) after the scenario's steps");
+  app.add_option("--in-port", in_port, "the port the capture's packets arrive on (eth1 by default)")
+      ->needs(pcap_option);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -103,6 +111,11 @@ int main(int argc, char** argv) {
                      file.empty() ? "demo" : file);
   } catch (const filtersim::LoadError& error) {
     return refuse(json, "invalid-scenario", error.message(), &error);
+  }
+  try {
+    if (!pcap.empty()) scenario->appendReplay(std::filesystem::absolute(pcap).string(), in_port);
+  } catch (const filtersim::LoadError& error) {
+    return refuse(json, "usage", error.message());
   }
 
   std::unique_ptr<filtersim::RunSink> report =

@@ -1,12 +1,15 @@
-// Test packets of a scenario: header fields and pipeline facts, read by a table of fields.
+// Test packets of a scenario: header fields and pipeline facts, read by a table of fields; and
+// the packets of a capture, which take the pipeline facts as defaults.
 #include "scenario_loader.h"
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <optional>
 
 #include <bcm/stg.h>
 
+#include "capture_reader.h"
 #include "value_parsers.h"
 
 namespace filtersim {
@@ -36,6 +39,46 @@ bool flag(const YamlReader& reader, const YAML::Node& value, const char* key) {
 }  // namespace
 
 SendPacket ScenarioLoader::loadPacket(const YAML::Node& node) {
+  if (!node.IsMap()) reader_.fail(node, "a packet must be a mapping");
+  SendPacket send;
+  loadPacketFields(node, {}, "a packet", send);
+  return send;
+}
+
+ReplayCapture ScenarioLoader::loadReplay(const YAML::Node& node) {
+  // The frames give the headers and the length; the step gives the rest.
+  static const std::vector<std::string> kKeys = {
+      "pcap",           "in_port", "out_port",      "packet_res",      "stp_state",
+      "forwarding_type", "vrf",    "l3_routable",   "my_station_hit",  "drop",
+      "l2_src_static",  "mpls_terminated", "interface_class", "virtual_port", "int_priority"};
+  if (!node.IsMap()) reader_.fail(node, "packets must be a mapping");
+  SendPacket defaults;
+  loadPacketFields(node, kKeys, "packets", defaults);
+  return ReplayCapture{capturePath(reader_.need(node, "pcap")), defaults.packet};
+}
+
+std::string ScenarioLoader::capturePath(const YAML::Node& node) const {
+  const std::filesystem::path given = reader_.text(node, "pcap");
+  const std::string path =
+      given.is_absolute() ? given.string()
+                          : (std::filesystem::path(reader_.file()).parent_path() / given).string();
+  try {
+    const CaptureReader readable(path);  // opened and closed again: refused now, not mid-run
+  } catch (const CaptureError& error) {
+    reader_.fail(node, "cannot replay " + path + ": " + error.what());
+  }
+  return path;
+}
+
+Step ScenarioLoader::loadCaptureOption(const std::string& path, const std::string& in_port) {
+  YAML::Node node(YAML::NodeType::Map);
+  node["pcap"] = path;
+  node["in_port"] = in_port;
+  return Step{"packets", 0, loadReplay(node), {}};
+}
+
+void ScenarioLoader::loadPacketFields(const YAML::Node& node, const std::vector<std::string>& keys,
+                                      const char* what, SendPacket& send) {
   using Read = void (*)(ScenarioLoader&, const YAML::Node&, SendPacket&);
   struct Field {
     const char* key;
@@ -100,25 +143,32 @@ SendPacket ScenarioLoader::loadPacket(const YAML::Node& node) {
          s.packet.color = static_cast<bcmsim::Color>(l.reader_.named(v, {"green", "yellow", "red"}, "color"));
        }},
   };
-  if (!node.IsMap()) reader_.fail(node, "a packet must be a mapping");
+  auto allowed = [&](const std::string& key) {
+    return keys.empty() || std::find(keys.begin(), keys.end(), key) != keys.end();
+  };
   // Nodes are collected by field, never assigned: assigning a YAML node writes through it.
   std::vector<std::optional<YAML::Node>> given(std::size(kFields));
   for (const auto& item : node) {
     const std::string key = reader_.key(item.first);
     const auto* field = std::find_if(std::begin(kFields), std::end(kFields),
                                      [&](const Field& f) { return key == f.key; });
-    if (field == std::end(kFields)) {
+    if (!allowed(key) || (field == std::end(kFields) && keys.empty())) {
+      std::vector<std::string> names = keys;
+      if (names.empty()) {
+        for (const Field& f : kFields) names.push_back(f.key);
+      }
       std::string known;
-      for (const Field& f : kFields) known += (known.empty() ? "" : ", ") + std::string(f.key);
-      reader_.fail(item.first, "unknown key '" + key + "' in a packet (known: " + known + ")");
+      for (const std::string& name : names) known += (known.empty() ? "" : ", ") + name;
+      reader_.fail(item.first, "unknown key '" + key + "' in " + what + " (known: " + known + ")");
     }
-    given[static_cast<size_t>(field - std::begin(kFields))].emplace(item.second);
+    // A key of `keys` outside the table is the caller's.
+    if (field != std::end(kFields)) {
+      given[static_cast<size_t>(field - std::begin(kFields))].emplace(item.second);
+    }
   }
-  SendPacket send;
   for (size_t index = 0; index < given.size(); ++index) {
     if (given[index]) kFields[index].read(*this, *given[index], send);
   }
-  return send;
 }
 
 }  // namespace filtersim

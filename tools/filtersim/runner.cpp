@@ -20,19 +20,6 @@ namespace {
 using namespace FiltersCommon;
 using HalFiltersLL::HalFiltersItf;
 
-// The user entry a hardware entry belongs to: the pool whose id range holds it.
-UserHit userHit(const bcmsim::Hit& hit) {
-  UserHit user{hit.stage, hit.group, hit.entry, std::nullopt, std::nullopt};
-  const auto& pools = HalFiltersLL::filters_cache_.entries_info();
-  auto pool = pools.upper_bound(hit.entry);
-  if (pool == pools.begin()) return user;
-  --pool;
-  if (hit.entry - pool->first >= static_cast<int>(pool->second.pool.size())) return user;
-  user.group = pool->second.user_key.group_id;
-  user.entry = pool->second.user_key.entry_id;
-  return user;
-}
-
 std::optional<uint64_t> readCounter(HalFiltersItf& filters, unsigned short id) {
   unsigned long long value = 0;
   if (filters.getCounterValue(id, value) != 0) return std::nullopt;
@@ -125,24 +112,20 @@ class StepRunner {
     out_.classification = bcmsim::classify(step.packet);
     for (const bcmsim::GroupExplanation& group : why) {
       if (group.stage == bcmsim::Stage::Egress && out_.classification->verdict.drop) break;
-      out_.explanation.push_back(explained(group));
+      out_.explanation.push_back(explainedGroup(group, run_.groups));
     }
-    for (const bcmsim::Hit& hit : out_.classification->hits) out_.hits.push_back(userHit(hit));
+    for (const bcmsim::Hit& hit : out_.classification->hits) {
+      out_.hits.push_back(userHit(hit.stage, hit.group, hit.entry));
+    }
+  }
+  void operator()(const ReplayCapture& step) {
+    out_.description = "packets from " + step.path;
+    out_.replay = replayCapture(step.path, step.defaults, run_.groups, [this](unsigned short id) {
+      return readCounter(filters_, id);
+    });
   }
 
  private:
-  ExplainedGroup explained(const bcmsim::GroupExplanation& group) const {
-    ExplainedGroup out{group, std::nullopt, std::nullopt, {}};
-    if (auto user = run_.groups.find(group.group); user != run_.groups.end()) {
-      out.user_group = user->second;
-    }
-    if (group.hit) out.hit_entry = userHit({group.stage, group.group, *group.hit, std::nullopt}).entry;
-    for (const bcmsim::NearMiss& miss : group.closest) {
-      out.closest_entries.push_back(userHit({group.stage, group.group, miss.entry, std::nullopt}).entry);
-    }
-    return out;
-  }
-
   HalFiltersItf& filters_;
   Platform& platform_;
   RunResult& run_;

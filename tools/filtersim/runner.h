@@ -10,20 +10,12 @@
 #include <bcmsim/classify.h>
 #include <bcmsim/explain.h>
 
+#include "hits.h"
+#include "replay.h"
 #include "scenario.h"
 #include "step_stream.h"
 
 namespace filtersim {
-
-// A hit as the user names it: the stage, the user group and user entry (when the hardware entry
-// belongs to a user entry the library knows).
-struct UserHit {
-  bcmsim::Stage stage;
-  int hw_group;
-  int hw_entry;
-  std::optional<unsigned short> group;
-  std::optional<unsigned int> entry;
-};
 
 // Why a step went as it did: a library log line up to warnings, or an SDK call that failed, in
 // the order they happened.
@@ -31,14 +23,6 @@ struct Reason {
   enum Kind { kLog, kSdkRefusal } kind;
   int level = 0;  // of a log line
   std::string text;
-};
-
-// One group's part in a packet's classification, with the user entries of its hardware entries.
-struct ExplainedGroup {
-  bcmsim::GroupExplanation group;
-  std::optional<UserGroup> user_group;
-  std::optional<unsigned int> hit_entry;                    // the user entry hit
-  std::vector<std::optional<unsigned int>> closest_entries;  // the user entry of each near miss
 };
 
 struct StepOutcome {
@@ -56,6 +40,7 @@ struct StepOutcome {
   std::vector<bcmsim::Call> calls;                             // SDK calls of the step, when traced
   std::optional<Snapshot> snapshot;                            // a show step's view
   std::vector<ExplainedGroup> explanation;                     // a packet's, when asked for
+  std::optional<ReplaySummary> replay;                         // a replayed capture's
   bool explain_in_text = false;
 };
 

@@ -99,8 +99,15 @@ struct SendPacket {
   bool explain = false;  // explain its classification in the text report
 };
 
+// Every frame of a capture, sent as a packet with these defaults (in port, pipeline facts).
+struct ReplayCapture {
+  std::string path;
+  bcmsim::Packet defaults;
+};
+
 using StepAction = std::variant<CreateGroup, CreateEntry, DeleteEntry, CounterStep, LagMemberChange,
-                                LagDestroy, DestinationRemove, ClearCache, Show, SendPacket>;
+                                LagDestroy, DestinationRemove, ClearCache, Show, SendPacket,
+                                ReplayCapture>;
 
 // What a packet is expected to meet: a user entry per stage (nullopt for no hit), the verdict's
 // outcome and changes, counter values after it.

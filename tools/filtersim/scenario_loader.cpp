@@ -22,7 +22,7 @@ const std::initializer_list<const char*> kStepKinds = {
     "create_group", "create_entry",       "update_entry",   "delete_entry",
     "read_counter", "clear_counter",      "lag_member_add", "lag_member_remove",
     "lag_destroy",  "destination_remove", "clear_cache",    "show",
-    "packet"};
+    "packet",       "packets"};
 
 }  // namespace
 
@@ -390,6 +390,7 @@ StepAction ScenarioLoader::loadAction(const std::string& kind, const YAML::Node&
     return ClearCache{};
   }
   if (kind == "show") return loadShow(node);
+  if (kind == "packets") return loadReplay(node);
   return loadPacket(node);
 }
 

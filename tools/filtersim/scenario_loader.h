@@ -29,6 +29,9 @@ class ScenarioLoader {
   // One item of the steps, from a text that starts at `first_line` of the file; `keys_unique`
   // when its keys are known to be so.
   Step loadStepItem(const YAML::Node& item, int first_line, bool keys_unique = false);
+  // The replay the command line asks for after the scenario's steps; a LoadError without a
+  // place for an unknown port or a capture that cannot be read.
+  Step loadCaptureOption(const std::string& path, const std::string& in_port);
 
  private:
   // The switch.
@@ -67,6 +70,12 @@ class ScenarioLoader {
 
   // Packets and views.
   SendPacket loadPacket(const YAML::Node& node);
+  ReplayCapture loadReplay(const YAML::Node& node);
+  // The fields of `node` among `keys` (all of them when empty) into `send`.
+  void loadPacketFields(const YAML::Node& node, const std::vector<std::string>& keys,
+                        const char* what, SendPacket& send);
+  // A capture's path, relative to the scenario file's folder, checked by opening it.
+  std::string capturePath(const YAML::Node& node) const;
   Show loadShow(const YAML::Node& node);
 
   YamlReader reader_;

@@ -5,6 +5,8 @@
 #include <hal_callbacks/hal_callbacks_itf.h>
 #include <hal_filters_ll/hal_filters_bcm.h>
 
+#include "hits.h"
+
 namespace filtersim {
 namespace {
 
@@ -34,16 +36,6 @@ ShownHwEntry shownHwEntry(int id, const bcmsim::Entry& entry) {
 std::string userEntryName(const HalFiltersLL::user_entry_key_t& key) {
   return userStageName(key.stage) + " group " + std::to_string(key.group_id) + " entry " +
          std::to_string(key.entry_id);
-}
-
-// The user entry whose pool holds a hardware id, or null.
-const HalFiltersLL::FilterEntriesCache::entry_info_t* ownerOf(int hw_id) {
-  const auto& pools = filters_cache_.entries_info();
-  auto pool = pools.upper_bound(hw_id);
-  if (pool == pools.begin()) return nullptr;
-  --pool;
-  if (hw_id - pool->first >= static_cast<int>(pool->second.pool.size())) return nullptr;
-  return &pool->second;
 }
 
 bool wanted(const ShowFilter& filter, const HalFiltersLL::user_entry_key_t& key) {
@@ -111,7 +103,7 @@ std::vector<ShownPolicer> shownPolicers() {
                            std::to_string(c.pkbits_burst) + " kbit",
                        {}};
     for (const auto& [entry, level] : policer.attachments) {
-      const auto* owner = ownerOf(entry);
+      const auto* owner = userEntryOf(entry);
       shown.metering.push_back((owner ? userEntryName(owner->user_key) + " " : std::string()) +
                                "(hw " + std::to_string(entry) + ", level " +
                                std::to_string(level) + ")");
@@ -149,7 +141,7 @@ Snapshot takeSnapshot(const ShowFilter& filter, const std::map<int, UserGroup>& 
   for (int id : state.entry_ids()) {
     if (filter.hw_entry && id != *filter.hw_entry) continue;
     const ShownHwEntry shown = shownHwEntry(id, *state.entry(id));
-    const auto* owner = ownerOf(id);
+    const auto* owner = userEntryOf(id);
     if (!owner) {
       if (everything || filter.hw_entry) snapshot.other_entries.push_back(shown);
       continue;

@@ -172,12 +172,17 @@ ScenarioStream::ScenarioStream(ScenarioStream&&) noexcept = default;
 ScenarioStream& ScenarioStream::operator=(ScenarioStream&&) noexcept = default;
 
 size_t ScenarioStream::size() const {
-  return items_.empty() ? steps_.size() : items_.size();
+  return (items_.empty() ? steps_.size() : items_.size()) + appended_.size();
+}
+
+void ScenarioStream::appendReplay(const std::string& path, const std::string& in_port) {
+  appended_.push_back(loader_->loadCaptureOption(path, in_port));
 }
 
 void ScenarioStream::forEachStep(const std::function<void(const Step&)>& use) const {
   for (const Step& step : steps_) use(step);
   for (const Item& item : items_) use(loadItem(item));
+  for (const Step& step : appended_) use(step);
 }
 
 Step ScenarioStream::loadItem(const Item& item) const {

@@ -24,6 +24,9 @@ class ScenarioStream {
   const std::string& file() const { return file_; }
   const SwitchSetup& setup() const { return setup_; }
   size_t size() const;
+  // Replays the capture at `path`, arriving on `in_port`, after the steps (the command line asks
+  // for it); a LoadError for an unknown port or a capture that cannot be read.
+  void appendReplay(const std::string& path, const std::string& in_port);
   // Loads the steps again, in order, and hands each to `use`.
   void forEachStep(const std::function<void(const Step&)>& use) const;
 
@@ -43,6 +46,7 @@ class ScenarioStream {
   std::unique_ptr<ScenarioLoader> loader_;  // knows the switch's interfaces
   std::vector<Item> items_;                 // when the steps are a block list
   std::vector<Step> steps_;                 // otherwise, loaded with the whole document
+  std::vector<Step> appended_;              // after either
 };
 
 }  // namespace filtersim

@@ -7,6 +7,7 @@
 #include <hal_callbacks/hal_callbacks_itf.h>
 #include <hal_filters_ll/hal_filters_bcm.h>
 
+#include "packet_fields.h"
 #include "report.h"
 
 namespace filtersim {
@@ -47,9 +48,10 @@ std::string entryName(std::optional<unsigned int> user_entry, int hw_entry) {
          std::to_string(hw_entry) + ")";
 }
 
-void writeExplanation(std::ostream& out, const StepOutcome& step) {
-  for (const ExplainedGroup& why : step.explanation) {
-    out << "        why: " << groupName(why) << ": ";
+void writeExplanation(std::ostream& out, const std::vector<ExplainedGroup>& explanation,
+                      const std::string& indent) {
+  for (const ExplainedGroup& why : explanation) {
+    out << indent << "why: " << groupName(why) << ": ";
     if (why.group.hit) {
       out << "hit " << entryName(why.hit_entry, *why.group.hit) << "\n";
     } else if (why.group.installed == 0) {
@@ -59,19 +61,58 @@ void writeExplanation(std::ostream& out, const StepOutcome& step) {
     }
     for (size_t k = 0; k < why.group.closest.size(); ++k) {
       const bcmsim::NearMiss& miss = why.group.closest[k];
-      out << "               " << entryName(why.closest_entries[k], miss.entry) << ", "
+      out << indent << "       " << entryName(why.closest_entries[k], miss.entry) << ", "
           << miss.matched << " of " << miss.total << " qualifiers; first failed " << miss.qualifier
           << ": packet " << miss.packet_value << ", entry " << miss.entry_value << "\n";
     }
     for (const std::string& action : why.group.overridden) {
-      out << "               overridden " << action << "\n";
+      out << indent << "       overridden " << action << "\n";
     }
+  }
+}
+
+std::string userEntryName(bcmsim::Stage stage, unsigned short group, unsigned int entry) {
+  return stageName(stage) + " group " + std::to_string(group) + " entry " + std::to_string(entry);
+}
+
+void writeReplay(std::ostream& out, const ReplaySummary& replay) {
+  out << "        verdicts:";
+  const char* separator = " ";
+  for (const auto& [outcome, packets] : replay.verdicts) {
+    out << separator << outcome << " " << packets;
+    separator = ", ";
+  }
+  out << "\n";
+  for (const UserEntryHits& user : replay.user_entries) {
+    out << "        hit " << userEntryName(user.stage, user.group, user.entry) << ": "
+        << user.packets << " packets\n";
+  }
+  for (const HwEntryHits& hw : replay.hw_entries) {
+    out << "        by hardware entry " << hitText(hw.hit) << ": " << hw.packets << " packets\n";
+  }
+  for (const auto& [id, value] : replay.counters) {
+    out << "        counter " << id << ": " << (value ? std::to_string(*value) : "unknown") << "\n";
+  }
+  for (const PolicerColours& policer : replay.policers) {
+    out << "        policer " << policer.id << ": green " << policer.packets[0] << ", yellow "
+        << policer.packets[1] << ", red " << policer.packets[2];
+    for (const auto& [action, packets] : policer.actions) out << ", " << action << " " << packets;
+    out << "\n";
+  }
+  out << "        hit nothing: " << replay.missed << " packets"
+      << (replay.first_misses.empty() ? "" : "; the first:") << "\n";
+  for (const ReplayMiss& miss : replay.first_misses) {
+    out << "          packet " << miss.number << ":";
+    for (const auto& [name, value] : packetFields(miss.packet)) out << " " << name << " " << value;
+    out << "\n";
+    writeExplanation(out, miss.explanation, "            ");
   }
 }
 
 void writeStep(std::ostream& out, size_t index, const StepOutcome& step, bool trace) {
   std::string outcome =
       step.classification ? step.classification->verdict.text() : resultName(step.result);
+  if (step.replay) outcome = std::to_string(step.replay->packets) + " packets";
   if (step.value) outcome += ", value " + std::to_string(*step.value);
   const Reason* refusal = firstSdkRefusal(step);
   if (step.result != 0 && refusal) outcome += ", first refused by " + refusal->text;
@@ -84,7 +125,8 @@ void writeStep(std::ostream& out, size_t index, const StepOutcome& step, bool tr
         << reason.text << "\n";
   }
   for (const UserHit& hit : step.hits) out << "        hit " << hitText(hit) << "\n";
-  writeExplanation(out, step);
+  writeExplanation(out, step.explanation, "        ");
+  if (step.replay) writeReplay(out, *step.replay);
   for (const std::string& failure : step.failures) out << "        FAILED " << failure << "\n";
   if (step.checked > 0 && step.failures.empty()) {
     out << "        held " << step.checked << (step.checked == 1 ? " expectation" : " expectations")
