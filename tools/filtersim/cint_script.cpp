@@ -130,6 +130,10 @@ class CintScript : public RunSink {
   void step(size_t index, const StepOutcome& outcome) override {
     report_->step(index, outcome);
     if (!range_.contains(index)) return;
+    if (auto* capture = std::get_if<ReplayCapture>(&outcome.step->action)) {
+      out_ << "\n/* Step " << index << ": the scenario replayed " << capture->path
+           << " here. Its packets are not in the script: counters and meters differ by them. */\n";
+    }
     const std::string where = "step " + std::to_string(index);
     ScriptFunction function(where);
     // A packet step classifies before it reads any counter.
