@@ -89,7 +89,7 @@ for id in "${ids[@]}"; do
     killed=$((killed + 1))
   fi
   restore
-  report "$(printf '%-36s %-30s %4d s  %s' "$id" "$file" $((SECONDS - began)) "$verdict")"
+  report "$(printf '%-40s %-42s %4d s  %s' "$id" "$file" $((SECONDS - began)) "$verdict")"
 done
 
 git diff --quiet -- src/ || die "src/ differs from its committed state after the run"
