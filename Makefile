@@ -10,7 +10,7 @@ SOAK_STEPS ?= 150
 SUDO := $(if $(filter 0,$(shell id -u)),,sudo)
 PREFIX ?= $(CURDIR)/install
 
-.PHONY: deps install-missing build demo test asan bench fuzz soak sweep install clean
+.PHONY: deps install-missing build demo test asan bench fuzz soak sweep mutants install clean
 
 deps:
 	@$(MAKE) --no-print-directory install-missing WANTED="$(PACKAGES)"
@@ -68,6 +68,11 @@ soak: build
 # it too); prints the figures.
 sweep: build
 	./build/default/tests/robustness/robustness_tests --gtest_filter='FaultSweep.*'
+
+# Each mutant of tools/mutants/mutants.txt applied to src/ alone, rebuilt and tested; the report
+# goes to build/mutants/report.txt. MUTANTS=id1,id2 runs those mutants only.
+mutants: deps
+	tools/mutants/run.sh
 
 install: build
 	cmake --install build/default --prefix $(PREFIX)
