@@ -82,9 +82,24 @@ std::vector<std::string> HalLogCapture::texts() const {
   return texts;
 }
 
+std::vector<std::string> HalLogCapture::texts(int level) const {
+  std::vector<std::string> texts;
+  for (const auto& line : lines_) {
+    if (line.level == level) texts.push_back(line.text);
+  }
+  return texts;
+}
+
 bool HalLogCapture::contains(const std::string& text) const {
   for (const auto& line : lines_) {
     if (line.text == text) return true;
+  }
+  return false;
+}
+
+bool HalLogCapture::contains(int level, const std::string& text) const {
+  for (const auto& line : lines_) {
+    if (line.level == level && line.text == text) return true;
   }
   return false;
 }

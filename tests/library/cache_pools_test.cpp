@@ -54,7 +54,7 @@ TEST_F(CachePools, ABaseInUseIsRefusedAndKeepsTheFirstPool) {
             0);
   EXPECT_EQ(cache.InitializeEntriesPool({FILTERS_GROUP_STAGE_EGRESS, 0, 2}, 5, FiltersEntry(2, 0)),
             -2);
-  EXPECT_TRUE(log.contains("Cannot create filter hardware entry 5. Entry is not empty."));
+  EXPECT_TRUE(log.contains(HalCallbacksItf::kError, "Cannot create filter hardware entry 5. Entry is not empty."));
   EXPECT_EQ(cache.entries_info().at(5).user_key.entry_id, 1u);
 }
 

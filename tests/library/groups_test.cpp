@@ -155,7 +155,8 @@ TEST_F(Groups, TheSdkRunningOutOfGroupsIsNoResource) {
   ASSERT_EQ(create(FILTERS_GROUP_STAGE_INGRESS, 0, 0, 1), HalFiltersLL::HAL_FILTERS_OK);
   EXPECT_EQ(create(FILTERS_GROUP_STAGE_INGRESS, 1, 1, 1),
             HalFiltersLL::HAL_FILTERS_ERR_NO_RESOURCE);
-  EXPECT_TRUE(log.contains("Could not create filter group with ID 17, no resources available"));
+  EXPECT_TRUE(log.contains(HalCallbacksItf::kError,
+                           "Could not create filter group with ID 17, no resources available"));
 }
 
 // Records the entry operations and fails the creation of one entry.

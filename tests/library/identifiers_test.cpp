@@ -104,8 +104,9 @@ TEST_F(Identifiers, GroupErrorsBecomeTheirCodesAndLines) {
   for (const ErrorRow& row : rows) {
     log.clear();
     EXPECT_EQ(filters->handleBcmGroupError(row.rv, 17, 9, "create"), row.result) << row.rv;
-    EXPECT_EQ(log.texts(), std::string(row.line).empty() ? std::vector<std::string>{}
-                                                         : std::vector<std::string>{row.line});
+    EXPECT_EQ(log.texts(HalCallbacksItf::kError),
+              std::string(row.line).empty() ? std::vector<std::string>{}
+                                            : std::vector<std::string>{row.line});
   }
 }
 

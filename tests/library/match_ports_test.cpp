@@ -46,6 +46,10 @@ TEST_P(PortQualifierTable, WritesItsQualifierOrFailsWithItsLine) {
   EXPECT_EQ(translate(GetParam().stage, *GetParam().match), GetParam().result);
   EXPECT_EQ(qualifiers_of(eid), GetParam().qualifiers);
   EXPECT_EQ(log.texts(), GetParam().lines);
+  // A failure is logged as an error.
+  if (GetParam().result != 0) {
+    EXPECT_EQ(log.texts(HalCallbacksItf::kError), GetParam().lines);
+  }
 }
 
 std::shared_ptr<const Match> ingress(std::list<limid_t> list,

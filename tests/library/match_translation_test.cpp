@@ -55,6 +55,10 @@ TEST_P(EveryMatchType, WritesItsQualifiers) {
   EXPECT_EQ(translate(row.stage, *row.match), row.result);
   EXPECT_EQ(qualifiers_of(1000), row.qualifiers);
   EXPECT_EQ(log.texts(), row.lines);
+  // A failure is logged as an error.
+  if (row.result != 0) {
+    EXPECT_EQ(log.texts(HalCallbacksItf::kError), row.lines);
+  }
 }
 
 template <class M, class... Args>

@@ -133,7 +133,8 @@ TEST_F(TopologyEvents, AnEntryThatCannotBeReinstalledLeavesTheHardware) {
   log.clear();
   EXPECT_EQ(lags->AddMember(lag1, limid_ethernet(4)), -1);
   EXPECT_TRUE(
-      log.contains("HalFiltersLL::halFiltersErr_t ReinstallEntry(const bcm_field_entry_t&): "
+      log.contains(HalCallbacksItf::kError,
+                   "HalFiltersLL::halFiltersErr_t ReinstallEntry(const bcm_field_entry_t&): "
                    "error trying to reinstall filter entry. unit = 0, eid = 1048576\n"));
   EXPECT_EQ(bcmsim::state().entry(kIngress), nullptr);
   // The first delete reports the entry it cannot find; the second finds nothing left to do.

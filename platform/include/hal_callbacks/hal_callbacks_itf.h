@@ -52,8 +52,10 @@ class HalLogCapture {
   HalLogCapture& operator=(const HalLogCapture&) = delete;
 
   const std::vector<HalCallbacksItf::Line>& lines() const { return lines_; }
-  std::vector<std::string> texts() const;        // the texts of all lines, in order
-  bool contains(const std::string& text) const;  // a line with exactly this text
+  std::vector<std::string> texts() const;           // the texts of all lines, in order
+  std::vector<std::string> texts(int level) const;  // those of the lines at this level
+  bool contains(const std::string& text) const;     // a line with exactly this text
+  bool contains(int level, const std::string& text) const;  // ... at this level
   void clear() { lines_.clear(); }
 
  private:
