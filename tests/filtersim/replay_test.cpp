@@ -176,6 +176,20 @@ TEST(Replay, CountsThePolicersColours) {
   EXPECT_EQ(replay.packets, 7u);
 }
 
+void writeCutShort(const std::string& path) {
+  writeBurst(path);
+  fs::resize_file(path, fs::file_size(path) - 10);
+}
+
+// The packets before the cut are counted, and the step fails with libpcap's reason.
+TEST(Replay, ACaptureCutShortCountsWhatItReadAndSaysWhy) {
+  const filtersim::ReplaySummary replay =
+      replayed("filtersim_replay_cut", kPolicedScenario, writeCutShort, "eth2");
+  EXPECT_EQ(replay.packets, 6u);
+  ASSERT_TRUE(replay.damage);
+  EXPECT_NE(replay.damage->find("truncated dump file"), std::string::npos) << *replay.damage;
+}
+
 // A capture that cannot be replayed is refused with the scenario's place and libpcap's reason
 // before any step runs; so is a header field, which the frames give.
 TEST(Replay, RefusesWhatItCannotReplay) {

@@ -99,24 +99,30 @@ ReplaySummary ReplayTally::summary(const CounterReader& read_counter) const {
 ReplaySummary replayCapture(const std::string& path, const bcmsim::Packet& defaults,
                             const std::map<int, UserGroup>& groups,
                             const CounterReader& read_counter) {
-  CaptureReader capture(path);
   ReplayTally tally(groups);
   bcmsim::Packet base = defaults;
   // Header fields a frame does not hold whole stay zero.
   base.ether_type = 0;
   base.ttl = 0;
   uint64_t arrival = 0;
-  CapturedFrame frame{};
-  while (capture.next(frame)) {
-    bcmsim::Packet packet = base;
-    parseFrame(frame.data, frame.captured, packet);
-    packet.length = frame.length;
-    arrival = std::max(arrival, frame.timestamp_ns);  // the meters need time to run forwards
-    packet.arrival_ns = arrival;
-    tally.count(packet, bcmsim::classify(packet));
+  std::optional<std::string> damage;
+  try {
+    CaptureReader capture(path);
+    CapturedFrame frame{};
+    while (capture.next(frame)) {
+      bcmsim::Packet packet = base;
+      parseFrame(frame.data, frame.captured, packet);
+      packet.length = frame.length;
+      arrival = std::max(arrival, frame.timestamp_ns);  // the meters need time to run forwards
+      packet.arrival_ns = arrival;
+      tally.count(packet, bcmsim::classify(packet));
+    }
+  } catch (const CaptureError& error) {
+    damage = error.what();  // a capture changed or cut short since the scenario was loaded
   }
   ReplaySummary summary = tally.summary(read_counter);
   summary.capture = path;
+  summary.damage = std::move(damage);
   return summary;
 }
 

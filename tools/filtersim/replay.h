@@ -56,6 +56,7 @@ struct ReplaySummary {
   uint64_t missed = 0;                                         // packets that hit no entry
   std::vector<ReplayMiss> first_misses;                        // up to kMissesKept
   std::vector<PolicerColours> policers;
+  std::optional<std::string> damage;  // why the capture ended before its end, with the packets so far
 };
 
 // The value of a counter the library knows, or nullopt.

@@ -123,6 +123,11 @@ class StepRunner {
     out_.replay = replayCapture(step.path, step.defaults, run_.groups, [this](unsigned short id) {
       return readCounter(filters_, id);
     });
+    if (out_.replay->damage) {
+      out_.failures.push_back("the capture could not be read to its end after " +
+                              std::to_string(out_.replay->packets) +
+                              " packets: " + *out_.replay->damage);
+    }
   }
 
  private:
