@@ -5,22 +5,17 @@
 
 #include "cint_script.h"
 #include "demo_scenario.h"
+#include "support/discard_sink.h"
 
 namespace {
-
-class Discard : public filtersim::RunSink {
- public:
-  void start(const filtersim::RunResult&) override {}
-  void step(size_t, const filtersim::StepOutcome&) override {}
-  void finish(const filtersim::RunResult&) override {}
-};
 
 std::string demoScript(filtersim::StepRange range) {
   const filtersim::ScenarioStream demo(filtersim::kDemoScenario, "demo.yaml");
   std::ostringstream script;
   filtersim::RunOptions options;
   options.trace = true;
-  auto sink = filtersim::cintScript(script, "demo.yaml", range, std::make_unique<Discard>());
+  auto sink = filtersim::cintScript(script, "demo.yaml", range,
+                                    std::make_unique<test_support::DiscardSink>());
   filtersim::runScenario(demo, options, *sink);
   return script.str();
 }

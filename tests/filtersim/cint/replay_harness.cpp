@@ -9,6 +9,7 @@
 #include <bcmsim/json.h>
 
 #include "packet_text.h"
+#include "support/discard_sink.h"
 #include "runner.h"
 #include "scenario_loader.h"
 
@@ -25,13 +26,6 @@ extern "C" int filtersim_packet(int /*unit*/, const char* text) {
 }
 
 namespace {
-
-class Discard : public filtersim::RunSink {
- public:
-  void start(const filtersim::RunResult&) override {}
-  void step(size_t, const filtersim::StepOutcome&) override {}
-  void finish(const filtersim::RunResult&) override {}
-};
 
 // The first line where the dumps part, with its neighbours.
 void showFirstDifference(const std::string& expected, const std::string& actual) {
@@ -53,7 +47,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   const filtersim::ScenarioStream scenario(filtersim::readScenarioFile(argv[1]), argv[1]);
-  Discard discard;
+  test_support::DiscardSink discard;
   filtersim::runScenario(scenario, {}, discard);
   const std::string expected = bcmsim::dump_json();
 
