@@ -134,6 +134,23 @@ TEST_F(CacheExpansion, TheLowestMatchTypeVariesSlowestAndValuesKeepTheirOrder) {
          "duplicate entry";
 }
 
+TEST_F(CacheExpansion, InnerVlansAndInternalPcpsExpandIntoTheirOwnMatches) {
+  FiltersEntry entry(4, 0);
+  entry.setMatch(MatchInternalPcp(std::set<unsigned char>{6, 2}));
+  entry.setMatch(MatchInternalVlanId(std::set<unsigned short>{8, 7}));
+  std::vector<std::string> combinations;
+  for (const pool_entry& hw_entry : initialize(FILTERS_GROUP_STAGE_INGRESS, entry)) {
+    auto* vlan = hw_entry.entry.findMatch<MatchInternalVlanId>(FILTERS_MATCH_INTERNAL_VLAN_ID);
+    auto* pcp = hw_entry.entry.findMatch<MatchInternalPcp>(FILTERS_MATCH_INTERNAL_PCP);
+    ASSERT_TRUE(vlan && pcp);
+    EXPECT_FALSE(hw_entry.entry.findMatch<MatchPcp>(FILTERS_MATCH_PCP));
+    EXPECT_FALSE(hw_entry.entry.findMatch<MatchExternalVlanId>(FILTERS_MATCH_EXTERNAL_VLAN_ID));
+    combinations.push_back(std::to_string(*vlan->getVlanIds().begin()) + "/" +
+                           std::to_string(*pcp->getPcps().begin()));
+  }
+  EXPECT_EQ(combinations, (std::vector<std::string>{"7/2", "7/6", "8/2", "8/6"}));
+}
+
 TEST_F(CacheExpansion, AnEmptyValueSetLeavesNoHardwareEntry) {
   FiltersEntry entry(4, 0);
   entry.setMatch(MatchInternalPcp(std::set<unsigned char>{}));

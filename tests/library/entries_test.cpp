@@ -143,6 +143,15 @@ TEST_F(Entries, UpdateIsDeleteThenCreateUnderTheSameIds) {
   EXPECT_EQ(installed_ids().size(), 2u) << "nothing created";
 }
 
+TEST_F(Entries, ClearingTheCacheForgetsAnInterruptedUpdate) {
+  const FiltersEntry entry = egressEntry(0, ports({limid_ethernet(1)}));
+  ASSERT_EQ(filters->createEntry(kEg, 0, entry), 0);
+  bcmsim::inject_fault({"bcm_field_entry_create_id", BCM_E_RESOURCE, 1, std::nullopt, false});
+  ASSERT_NE(filters->updateEntry(kEg, 0, entry), 0);
+  filters->clearCache();
+  EXPECT_EQ(filters->updateEntry(kEg, 0, entry), -2) << "an unknown entry again: its delete fails";
+}
+
 TEST_F(Entries, AFailedDeleteKeepsThePoolAndReportsTheLastFailure) {
   ASSERT_EQ(
       filters->createEntry(kEg, 0, egressEntry(0, ports({limid_ethernet(1), limid_ethernet(2)}))),

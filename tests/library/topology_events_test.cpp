@@ -123,6 +123,11 @@ TEST_F(TopologyEvents, AMemberWhoseEntriesWouldLeaveTheIdBlockIsRefused) {
                            "entries would exceed the 128 ids of its block"));
   EXPECT_EQ(bcmsim::state().entries.size(), 128u);
   EXPECT_EQ(HalFiltersLL::filters_cache_.entries_info().at(kBase).pool.size(), 128u);
+  // Without eth3 its 64 slots are free, and a new member fills the block exactly (eth4 stays a
+  // member of the LAG without entries).
+  ASSERT_EQ(lags->RemoveMember(lag1, limid_ethernet(3)), 0);
+  EXPECT_EQ(lags->AddMember(lag1, limid_ethernet(5)), 0);
+  EXPECT_EQ(bcmsim::state().entries.size(), 128u);
 }
 
 TEST_F(TopologyEvents, AnEntryThatCannotBeReinstalledLeavesTheHardware) {
