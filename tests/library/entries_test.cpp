@@ -158,6 +158,8 @@ TEST_F(Entries, AFailedDeleteKeepsThePoolAndReportsTheLastFailure) {
       0);
   bcmsim::inject_fault({"bcm_field_entry_destroy", BCM_E_BUSY, 1, kEgressBase, false});
   EXPECT_EQ(filters->deleteEntry(kEg, 0, 0), -1);
+  EXPECT_TRUE(log.contains(HalCallbacksItf::kInfo,
+                           "[HAL FILTERS] deleteEntry() Deleted Filter Entry (EID: 0; Hw EID: 2097153)"));
   EXPECT_EQ(installed_ids(), std::vector<int>{kEgressBase});
   EXPECT_EQ(HalFiltersLL::filters_cache_.entries_info().count(kEgressBase), 1u);
 }
@@ -249,8 +251,10 @@ TEST_F(Entries, APoolLargerThanItsIdBlockIsRefusedUntouched) {
   entry.setMatch(MatchExternalVlanId(vlans));  // 160 entries; the block holds 128
   bcmsim::set_call_log(true);
   EXPECT_EQ(filters->createEntry(kEg, 0, entry), -2);
-  EXPECT_TRUE(log.contains("Cannot create filter hardware entry 2097152: it needs 160 hardware "
-                           "entries, more than the 128 ids of its block"));
+  EXPECT_EQ(log.texts(HalCallbacksItf::kError),
+            (std::vector<std::string>{"Cannot create filter hardware entry 2097152: it needs 160 "
+                                      "hardware entries, more than the 128 ids of its block",
+                                      "Error initializing HW entries pool"}));
   EXPECT_TRUE(bcmsim::calls().empty());
   EXPECT_TRUE(HalFiltersLL::filters_cache_.entries_info().empty());
 }

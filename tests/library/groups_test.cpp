@@ -121,7 +121,8 @@ TEST_P(GroupFailures, FailWithTheirLineAndCreateNothing) {
   const size_t groups = bcmsim::state().groups.size();
   log.clear();
   EXPECT_EQ(filters->createGroup(GetParam().group), GetParam().result);
-  EXPECT_TRUE(log.contains(GetParam().line)) << testing::PrintToString(log.texts());
+  EXPECT_TRUE(log.contains(HalCallbacksItf::kError, GetParam().line))
+      << testing::PrintToString(log.texts());
   EXPECT_EQ(bcmsim::state().groups.size(), groups);
 }
 
@@ -147,6 +148,15 @@ INSTANTIATE_TEST_SUITE_P(
         FailureRow{"StageFull", FiltersGroup(FILTERS_GROUP_STAGE_EGRESS, 4, 0, 5),
                    HalFiltersLL::HAL_FILTERS_ERR_FAILED, "Hardware group ID translation failed"}),
     [](const auto& test) { return std::string(test.param.name); });
+
+TEST_F(Groups, AStageWithoutAStageQualifierIsRefused) {
+  bcm_field_group_config_t config;
+  bcm_field_group_config_t_init(&config);
+  EXPECT_EQ(filters->fillGroupStage(FiltersGroup(FILTERS_GROUP_STAGE_END, 0, 0, 1), config),
+            HalFiltersLL::HAL_FILTERS_ERR_FAILED);
+  EXPECT_EQ(log.texts(HalCallbacksItf::kError),
+            std::vector<std::string>{"Filter group stage unknown"});
+}
 
 TEST_F(Groups, TheSdkRunningOutOfGroupsIsNoResource) {
   bcmsim::Config small;
