@@ -148,6 +148,22 @@ TEST_F(TopologyEvents, AnEntryThatCannotBeReinstalledLeavesTheHardware) {
   EXPECT_TRUE(HalFiltersLL::filters_cache_.entries_info().empty());
 }
 
+TEST_F(TopologyEvents, ARemovedDestinationLeavesItsEntriesInstalledWithoutTheSwitch) {
+  ASSERT_EQ(destinations.AddDestination(5, 100010), 0);
+  FiltersEntry entry(0, 0);
+  entry.setMatch(MatchIngressPorts(ports({limid_ethernet(1)})));
+  entry.setAction(ActionL3Switch(5));
+  ASSERT_EQ(filters->createEntry(kIn, 0, entry), 0);
+  bcmsim::inject_fault({"bcm_field_action_delete", BCM_E_INTERNAL, 1, std::nullopt, false});
+  log.clear();
+  destinations.RemoveDestination(5);
+  EXPECT_TRUE(log.contains(HalCallbacksItf::kError,
+                           "[HAL FILTERS] RemoveDestinationEvent(dest_id=5): Delete ActionL3Switch "
+                           "failed rv=-2"))
+      << testing::PrintToString(log.texts());
+  EXPECT_NE(bcmsim::state().entry(kIngress), nullptr) << "still installed";
+}
+
 TEST_F(TopologyEvents, ALagNoFilterUsesChangesNothing) {
   test_support::make_lag(*lags, 9, {});
   log.clear();
