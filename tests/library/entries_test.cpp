@@ -143,6 +143,15 @@ TEST_F(Entries, UpdateIsDeleteThenCreateUnderTheSameIds) {
   EXPECT_EQ(installed_ids().size(), 2u) << "nothing created";
 }
 
+TEST_F(Entries, IngressPortsByExcludedTypesAloneAreRefusedWhereEntriesMatchOnePort) {
+  FiltersEntry entry(1, 0);
+  entry.setMatch(MatchIngressPorts(std::list<limid_t>{}, std::list<port_type_t>{PORT_TYPE_CPU}));
+  EXPECT_EQ(filters->createEntry(kEg, 0, entry), -2);
+  EXPECT_TRUE(log.contains(
+      HalCallbacksItf::kError,
+      "Filters-ll-bcm: match by excluded port types is not supported at egress stage\n"));
+}
+
 TEST_F(Entries, ClearingTheCacheForgetsAnInterruptedUpdate) {
   const FiltersEntry entry = egressEntry(0, ports({limid_ethernet(1)}));
   ASSERT_EQ(filters->createEntry(kEg, 0, entry), 0);

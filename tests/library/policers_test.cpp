@@ -133,6 +133,17 @@ TEST_F(Policers, AFailingBroadcomActionDoesNotStopTheNext) {
                    "field action for Policer action:  Drop"));
 }
 
+TEST_F(Policers, AnActionThatCannotBeSetFailsTheInstall) {
+  bcmsim::inject_fault({"bcm_field_action_add", BCM_E_INTERNAL, 1, std::nullopt, false});
+  EXPECT_NE(filters->installPolicer(
+                kIn, 1, entryWith(flow(5, {{policer::COLOR_RED, PolicerAction::TYPE_DROP, 0, 0}}))),
+            0);
+  EXPECT_TRUE(log.contains(HalCallbacksItf::kError,
+                           "[HAL FILTERS] installPolicer() Failed to set policer action Red Drop "
+                           "to filter entry: 1"))
+      << testing::PrintToString(log.texts());
+}
+
 TEST_F(Policers, AFailedDestroyKeepsTheIdSoTheNextInstallReusesIt) {
   ASSERT_EQ(filters->installPolicer(kIn, 1, entryWith(flow(5))), 0);
   bcmsim::inject_fault({"bcm_policer_destroy", BCM_E_BUSY, 1, std::nullopt, false});
