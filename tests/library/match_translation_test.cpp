@@ -407,7 +407,7 @@ TEST_F(MatchTranslation, AnIpv4MatchNeedsEtherTypeInTheGroup) {
   ASSERT_EQ(test_support::create_group(17, bcmFieldQualifyStageIngress, {bcmFieldQualifySrcIp}), 0);
   ASSERT_EQ(bcm_field_entry_create_id(0, 17, 3000), 0);
   EXPECT_EQ(filters->createBcmMatch({}, kIn, MatchSrcIPv4(1u, ~0u).clone().get(), 3000), -2);
-  EXPECT_EQ(log.texts(),
+  EXPECT_EQ(log.texts(HalCallbacksItf::kError),
             std::vector<std::string>{
                 "Couldn't apply match to BCM entry id 3000, qualifier not in group's Qset"});
   EXPECT_TRUE(qualifiers_of(3000).empty()) << "the address is not written either";

@@ -99,6 +99,14 @@ TEST_F(TopologyEvents, AnIngressBitmapFollowsMembershipThroughReinstall) {
 
   ASSERT_EQ(lags->RemoveMember(lag1, limid_ethernet(2)), 0);
   EXPECT_EQ(qualifiers_of(kIngress, true), std::vector<std::string>{"InPorts={1,3,4}/{0-32}"});
+
+  // A member without a gport can neither join the bitmap nor leave it with its LAG.
+  EXPECT_NE(lags->AddMember(lag1, limid_ethernet(40)), 0);
+  log.clear();
+  EXPECT_NE(lags->DestroyLag(lag1), 0);
+  EXPECT_TRUE(log.contains(HalCallbacksItf::kError,
+                           "Could not remove LAG from hardware ID 1048576 port bitmap"))
+      << testing::PrintToString(log.texts());
 }
 
 TEST_F(TopologyEvents, AFailingDeletionDoesNotStopTheOthersAndTheEventFails) {
