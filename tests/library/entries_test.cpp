@@ -152,6 +152,15 @@ TEST_F(Entries, IngressPortsByExcludedTypesAloneAreRefusedWhereEntriesMatchOnePo
       "Filters-ll-bcm: match by excluded port types is not supported at egress stage\n"));
 }
 
+// Installed before its priority is set, an entry would match for a moment at the wrong one.
+TEST_F(Entries, APriorityIsSetBeforeTheEntryIsInstalled) {
+  bcmsim::set_call_log(true);
+  ASSERT_EQ(filters->createEntry(kEg, 0, egressEntry(0, ports({limid_ethernet(1)}))), 0);
+  EXPECT_EQ(bcmsim::call_names("bcm_field_entry_"),
+            (std::vector<std::string>{"bcm_field_entry_create_id", "bcm_field_entry_prio_set",
+                                      "bcm_field_entry_install"}));
+}
+
 TEST_F(Entries, ClearingTheCacheForgetsAnInterruptedUpdate) {
   const FiltersEntry entry = egressEntry(0, ports({limid_ethernet(1)}));
   ASSERT_EQ(filters->createEntry(kEg, 0, entry), 0);
