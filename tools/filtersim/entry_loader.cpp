@@ -11,14 +11,92 @@ namespace {
 
 using namespace FiltersCommon;
 
+using MatchPtr = std::shared_ptr<const Match>;
+using ActionPtr = std::shared_ptr<const Action>;
+
 template <class M, class... Values>
-std::shared_ptr<const Match> match(Values&&... values) {
+MatchPtr match(Values&&... values) {
   return std::make_shared<M>(std::forward<Values>(values)...);
 }
 
 template <class A, class... Values>
-std::shared_ptr<const Action> action(Values&&... values) {
+ActionPtr action(Values&&... values) {
   return std::make_shared<A>(std::forward<Values>(values)...);
+}
+
+template <class M, class T>
+MatchPtr maskedMatch(const Masked<T>& masked) {
+  return match<M>(masked.value, masked.mask);
+}
+
+template <class M>
+MatchPtr portsMatch(const ScenarioLoader::PortSelection& selection) {
+  return match<M>(selection.ports, selection.excluded);
+}
+
+template <class T>
+T number(const YamlReader& reader, const YAML::Node& node, int64_t max, const char* what) {
+  return static_cast<T>(reader.integer(node, 0, max, what));
+}
+
+// One value or a list of them.
+template <class T>
+std::set<T> valueSet(const YamlReader& reader, const YAML::Node& node, int64_t max,
+                     const char* what) {
+  std::set<T> values;
+  if (!node.IsSequence()) return {number<T>(reader, node, max, what)};
+  for (const YAML::Node& value : node) values.insert(number<T>(reader, value, max, what));
+  return values;
+}
+
+// One of `names` by its index, or a number up to 255.
+template <class T>
+T named(const YamlReader& reader, const YAML::Node& node, std::initializer_list<const char*> names,
+        const char* what) {
+  return static_cast<T>(reader.named(node, names, what, 0, 255));
+}
+
+unsigned char flag(const YamlReader& reader, const YAML::Node& node, const char* what) {
+  return reader.boolean(node, what) ? 1 : 0;
+}
+
+MacAddress mac(const YamlReader& reader, const YAML::Node& node) {
+  return reader.parsed(node, parseMac, "a MAC address", "MAC address");
+}
+
+Masked<MacAddress> maskedMac(const YamlReader& reader, const YAML::Node& node) {
+  return reader.parsed(node, parseMaskedMac, "a MAC address", "MAC address");
+}
+
+Masked<uint32_t> ipv4Prefix(const YamlReader& reader, const YAML::Node& node) {
+  return reader.parsed(node, parseIpv4Prefix, "an IPv4 address", "IPv4 address");
+}
+
+Masked<uint16_t> l4Port(const YamlReader& reader, const YAML::Node& node) {
+  return reader.parsed(node, parseMaskedPort, "an L4 port", "L4 port", " (port or port/mask)");
+}
+
+// A match that only exists as true.
+MatchPtr cpuPortMatch(const YamlReader& reader, const YAML::Node& node, const char* key,
+                      filtersMatch_t type) {
+  if (!reader.boolean(node, key)) reader.fail(node, std::string(key) + " can only be true");
+  return match<Match>(type);
+}
+
+template <class Value>
+const Value* byName(const std::vector<std::pair<std::string, Value>>& table,
+                    const std::string& name) {
+  for (const auto& [entry_name, value] : table) {
+    if (entry_name == name) return &value;
+  }
+  return nullptr;
+}
+
+template <class Value>
+std::vector<std::string> namesOf(const std::vector<std::pair<std::string, Value>>& table) {
+  std::vector<std::string> names;
+  for (const auto& [name, value] : table) names.push_back(name);
+  return names;
 }
 
 }  // namespace
@@ -51,7 +129,8 @@ CreateGroup ScenarioLoader::loadGroup(const YAML::Node& node) {
       if (!added) {
         reader_.fail(entry["id"], "entry id " + std::to_string(loaded.getId()) +
                                       " is already used in this group (line " +
-                                      std::to_string(first->second) + "); give each entry its own id");
+                                      std::to_string(first->second) +
+                                      "); give each entry its own id");
       }
       group.addEntry(std::move(loaded));
     }
@@ -101,164 +180,133 @@ void ScenarioLoader::loadMatches(const YAML::Node& node, FiltersEntry& entry) {
   }
 }
 
+ScenarioLoader::PortSelection ScenarioLoader::portSelection(const YAML::Node& node,
+                                                            const char* what) const {
+  if (!node.IsMap()) return {interfaces(node, "a port"), {}};
+  reader_.expectMap(node, {"ports", "exclude"}, what);
+  PortSelection selection;
+  if (node["ports"]) selection.ports = interfaces(node["ports"], "a port");
+  if (const YAML::Node types = node["exclude"]) {
+    reader_.expectSequence(types, "exclude");
+    for (const YAML::Node& type : types) {
+      selection.excluded.push_back(static_cast<port_type_t>(
+          reader_.named(type, {"cpu", "ethernet", "lag", "virtual"}, "port type", 0, 100)));
+    }
+  }
+  return selection;
+}
+
 std::shared_ptr<const Match> ScenarioLoader::loadMatch(const std::string& key,
                                                        const YAML::Node& value) {
-  auto byte = [&](const char* what, int max = 255) {
-    return static_cast<unsigned char>(reader_.integer(value, 0, max, what));
+  using L = const ScenarioLoader&;
+  using N = const YAML::Node&;
+  static const std::map<std::string, MatchPtr (*)(L, N)> kMatches = {
+      {"ingress_ports",
+       [](L l, N v) { return portsMatch<MatchIngressPorts>(l.portSelection(v, "ingress_ports")); }},
+      {"egress_ports",
+       [](L l, N v) { return portsMatch<MatchEgressPorts>(l.portSelection(v, "egress_ports")); }},
+      {"outer_vlan",
+       [](L l, N v) {
+         return match<MatchExternalVlanId>(valueSet<unsigned short>(l.reader_, v, 4095, "VLAN id"));
+       }},
+      {"inner_vlan",
+       [](L l, N v) {
+         return match<MatchInternalVlanId>(valueSet<unsigned short>(l.reader_, v, 4095, "VLAN id"));
+       }},
+      {"pcp",
+       [](L l, N v) { return match<MatchPcp>(valueSet<unsigned char>(l.reader_, v, 7, "PCP")); }},
+      {"inner_pcp",
+       [](L l, N v) {
+         return match<MatchInternalPcp>(valueSet<unsigned char>(l.reader_, v, 7, "PCP"));
+       }},
+      {"tpid",
+       [](L l, N v) {
+         return match<MatchTPID>(number<unsigned short>(l.reader_, v, 0xffff, "tpid"));
+       }},
+      {"dst_mac", [](L l, N v) { return maskedMatch<MatchDstMac>(maskedMac(l.reader_, v)); }},
+      {"src_mac", [](L l, N v) { return maskedMatch<MatchSrcMac>(maskedMac(l.reader_, v)); }},
+      {"dst_l4_port", [](L l, N v) { return maskedMatch<MatchDstL4Port>(l4Port(l.reader_, v)); }},
+      {"src_l4_port", [](L l, N v) { return maskedMatch<MatchSrcL4Port>(l4Port(l.reader_, v)); }},
+      {"src_ipv4", [](L l, N v) { return maskedMatch<MatchSrcIPv4>(ipv4Prefix(l.reader_, v)); }},
+      {"dst_ipv4", [](L l, N v) { return maskedMatch<MatchDstIPv4>(ipv4Prefix(l.reader_, v)); }},
+      {"dst_ipv6",
+       [](L l, N v) {
+         return maskedMatch<MatchDstIPv6>(
+             l.reader_.parsed(v, parseIpv6Prefix, "an IPv6 address", "IPv6 address"));
+       }},
+      {"l2_src_entry",
+       [](L l, N v) {
+         return match<MatchL2SrcEntryType>(named<unsigned char>(
+             l.reader_, v, {"none", "static", "dynamic"}, "L2 source entry type"));
+       }},
+      {"vlan_tagging",
+       [](L l, N v) {
+         return match<MatchVlanTagging>(static_cast<vlan_tagging_t>(
+             l.reader_.named(v, {"untagged", "tagged"}, "VLAN tagging", 0, 100)));
+       }},
+      {"ip_protocol",
+       [](L l, N v) {
+         const auto named_protocol = ipProtocolOfName(v.IsScalar() ? v.Scalar() : "");
+         return match<MatchIpProtocol>(
+             named_protocol ? *named_protocol
+                            : number<unsigned char>(l.reader_, v, 255, "IP protocol"));
+       }},
+      {"packet_res",
+       [](L l, N v) {
+         return match<MatchPacketRes>(
+             number<en_Resolution>(l.reader_, v, 255, "packet resolution"));
+       }},
+      {"mpls_terminated",
+       [](L l, N v) { return match<MatchMplsTerm>(flag(l.reader_, v, "mpls_terminated")); }},
+      {"tos",
+       [](L l, N v) { return match<MatchToS>(number<unsigned char>(l.reader_, v, 255, "ToS")); }},
+      {"ttl",
+       [](L l, N v) { return match<MatchTTL>(number<unsigned char>(l.reader_, v, 255, "TTL")); }},
+      {"virtual_port",
+       [](L l, N v) { return match<MatchVirtualPort>(l.interface(v, "a virtual port")); }},
+      {"src_port", [](L l, N v) { return match<MatchSrcPort>(l.interface(v, "a source port")); }},
+      {"ingress_stp_state",
+       [](L l, N v) {
+         return match<MatchIngressStpState>(
+             named<en_StpState>(l.reader_, v, {"blocking", "learning", "forwarding"}, "STP state"));
+       }},
+      {"vlan_info",
+       [](L l, N v) {
+         return match<MatchVlanInfo>(vlan_info_t{
+             named<svc_vlan_type_t>(l.reader_, v, {"none", "uni", "nni", "e-line", "e-lan"},
+                                    "service VLAN type"),
+             0});
+       }},
+      {"vrf",
+       [](L l, N v) {
+         return match<MatchVrfId>(number<unsigned int>(l.reader_, v, 0xffffffff, "VRF"));
+       }},
+      {"drop", [](L l, N v) { return match<MatchDrop>(flag(l.reader_, v, "drop")); }},
+      {"my_station_hit",
+       [](L l, N v) { return match<MatchMyStationHit>(flag(l.reader_, v, "my_station_hit")); }},
+      {"forwarding_type",
+       [](L l, N v) {
+         return match<MatchForwardingType>(named<en_ForwardingType>(
+             l.reader_, v, {"l2-vpn-point-to-point", "l2-vpn-multipoint"}, "forwarding type"));
+       }},
+      {"cpu_port",
+       [](L l, N v) { return cpuPortMatch(l.reader_, v, "cpu_port", FILTERS_MATCH_CPU_PORT); }},
+      {"dest_cpu_port",
+       [](L l, N v) {
+         return cpuPortMatch(l.reader_, v, "dest_cpu_port", FILTERS_MATCH_DEST_CPU_PORT);
+       }},
   };
-  auto flag = [&](const char* what) {
-    return static_cast<unsigned char>(reader_.boolean(value, what) ? 1 : 0);
-  };
-  auto vlans = [&]() {
-    std::set<unsigned short> ids;
-    if (value.IsSequence()) {
-      for (const YAML::Node& id : value)
-        ids.insert(static_cast<unsigned short>(reader_.integer(id, 0, 4095, "VLAN id")));
-    } else {
-      ids.insert(static_cast<unsigned short>(reader_.integer(value, 0, 4095, "VLAN id")));
-    }
-    return ids;
-  };
-  auto pcps = [&]() {
-    std::set<unsigned char> values;
-    if (value.IsSequence()) {
-      for (const YAML::Node& pcp : value)
-        values.insert(static_cast<unsigned char>(reader_.integer(pcp, 0, 7, "PCP")));
-    } else {
-      values.insert(static_cast<unsigned char>(reader_.integer(value, 0, 7, "PCP")));
-    }
-    return values;
-  };
-  auto masked_mac = [&]() {
-    auto parsed = parseMaskedMac(reader_.text(value, "a MAC address"));
-    if (!parsed) reader_.fail(value, "malformed MAC address '" + value.Scalar() + "'");
-    return *parsed;
-  };
-  auto ipv4 = [&]() {
-    auto parsed = parseIpv4Prefix(reader_.text(value, "an IPv4 address"));
-    if (!parsed) reader_.fail(value, "malformed IPv4 address '" + value.Scalar() + "'");
-    return *parsed;
-  };
-  auto l4_port = [&]() {
-    auto parsed = parseMaskedPort(reader_.text(value, "an L4 port"));
-    if (!parsed)
-      reader_.fail(value, "malformed L4 port '" + value.Scalar() + "' (port or port/mask)");
-    return *parsed;
-  };
-  auto port_match = [&](bool ingress) -> std::shared_ptr<const Match> {
-    std::list<limid_t> port_list;
-    std::list<port_type_t> excluded;
-    if (value.IsMap()) {
-      reader_.expectMap(value, {"ports", "exclude"}, key.c_str());
-      if (value["ports"]) port_list = interfaces(value["ports"], "a port");
-      if (const YAML::Node types = value["exclude"]) {
-        reader_.expectSequence(types, "exclude");
-        for (const YAML::Node& type : types) {
-          excluded.push_back(static_cast<port_type_t>(
-              reader_.named(type, {"cpu", "ethernet", "lag", "virtual"}, "port type", 0, 100)));
-        }
-      }
-    } else {
-      port_list = interfaces(value, "a port");
-    }
-    if (ingress) return match<MatchIngressPorts>(port_list, excluded);
-    return match<MatchEgressPorts>(port_list, excluded);
-  };
-
-  if (key == "ingress_ports") return port_match(true);
-  if (key == "egress_ports") return port_match(false);
-  if (key == "outer_vlan") return match<MatchExternalVlanId>(vlans());
-  if (key == "inner_vlan") return match<MatchInternalVlanId>(vlans());
-  if (key == "pcp") return match<MatchPcp>(pcps());
-  if (key == "inner_pcp") return match<MatchInternalPcp>(pcps());
-  if (key == "tpid") {
-    return match<MatchTPID>(static_cast<unsigned short>(reader_.integer(value, 0, 0xffff, "tpid")));
-  }
-  if (key == "dst_mac") {
-    auto mac = masked_mac();
-    return match<MatchDstMac>(mac.value, mac.mask);
-  }
-  if (key == "src_mac") {
-    auto mac = masked_mac();
-    return match<MatchSrcMac>(mac.value, mac.mask);
-  }
-  if (key == "dst_l4_port") {
-    auto port = l4_port();
-    return match<MatchDstL4Port>(port.value, port.mask);
-  }
-  if (key == "src_l4_port") {
-    auto port = l4_port();
-    return match<MatchSrcL4Port>(port.value, port.mask);
-  }
-  if (key == "l2_src_entry") {
-    return match<MatchL2SrcEntryType>(static_cast<unsigned char>(
-        reader_.named(value, {"none", "static", "dynamic"}, "L2 source entry type", 0, 255)));
-  }
-  if (key == "src_ipv4") {
-    auto ip = ipv4();
-    return match<MatchSrcIPv4>(ip.value, ip.mask);
-  }
-  if (key == "dst_ipv4") {
-    auto ip = ipv4();
-    return match<MatchDstIPv4>(ip.value, ip.mask);
-  }
-  if (key == "dst_ipv6") {
-    auto ip = parseIpv6Prefix(reader_.text(value, "an IPv6 address"));
-    if (!ip) reader_.fail(value, "malformed IPv6 address '" + value.Scalar() + "'");
-    return match<MatchDstIPv6>(ip->value, ip->mask);
-  }
-  if (key == "vlan_tagging") {
-    return match<MatchVlanTagging>(static_cast<vlan_tagging_t>(
-        reader_.named(value, {"untagged", "tagged"}, "VLAN tagging", 0, 100)));
-  }
-  if (key == "ip_protocol") {
-    static const std::map<std::string, unsigned char> kProtocols = {
-        {"icmp", 1}, {"igmp", 2}, {"tcp", 6}, {"udp", 17}, {"icmpv6", 58}};
-    auto named = value.IsScalar() ? kProtocols.find(value.Scalar()) : kProtocols.end();
-    return match<MatchIpProtocol>(named != kProtocols.end() ? named->second : byte("IP protocol"));
-  }
-  if (key == "packet_res") {
-    return match<MatchPacketRes>(
-        static_cast<en_Resolution>(reader_.integer(value, 0, 255, "packet resolution")));
-  }
-  if (key == "mpls_terminated") return match<MatchMplsTerm>(flag("mpls_terminated"));
-  if (key == "tos") return match<MatchToS>(byte("ToS"));
-  if (key == "ttl") return match<MatchTTL>(byte("TTL"));
-  if (key == "virtual_port") return match<MatchVirtualPort>(interface(value, "a virtual port"));
-  if (key == "src_port") return match<MatchSrcPort>(interface(value, "a source port"));
-  if (key == "ingress_stp_state") {
-    return match<MatchIngressStpState>(static_cast<en_StpState>(
-        reader_.named(value, {"blocking", "learning", "forwarding"}, "STP state", 0, 255)));
-  }
-  if (key == "vlan_info") {
-    return match<MatchVlanInfo>(vlan_info_t{
-        static_cast<svc_vlan_type_t>(reader_.named(value, {"none", "uni", "nni", "e-line", "e-lan"},
-                                                   "service VLAN type", 0, 255)),
-        0});
-  }
-  if (key == "vrf")
-    return match<MatchVrfId>(
-        static_cast<unsigned int>(reader_.integer(value, 0, 0xffffffff, "VRF")));
-  if (key == "drop") return match<MatchDrop>(flag("drop"));
-  if (key == "my_station_hit") return match<MatchMyStationHit>(flag("my_station_hit"));
-  if (key == "forwarding_type") {
-    return match<MatchForwardingType>(static_cast<en_ForwardingType>(reader_.named(
-        value, {"l2-vpn-point-to-point", "l2-vpn-multipoint"}, "forwarding type", 0, 255)));
-  }
-  if (key == "cpu_port" || key == "dest_cpu_port") {
-    if (!reader_.boolean(value, key.c_str())) reader_.fail(value, key + " can only be true");
-    return match<Match>(key == "cpu_port" ? FILTERS_MATCH_CPU_PORT : FILTERS_MATCH_DEST_CPU_PORT);
-  }
-  return nullptr;
+  auto read = kMatches.find(key);
+  return read == kMatches.end() ? nullptr : read->second(*this, value);
 }
 
 void ScenarioLoader::loadActions(const YAML::Node& node, FiltersEntry& entry) {
   reader_.expectSequence(node, "actions");
-  for (const YAML::Node& item : node) entry.setAction(loadAction(item));
+  for (const YAML::Node& item : node) entry.setAction(loadEntryAction(item));
 }
 
-std::shared_ptr<const Action> ScenarioLoader::loadAction(const YAML::Node& item) {
-  static const std::map<std::string, filtersAction_t> kPlain = {
+std::shared_ptr<const Action> ScenarioLoader::loadEntryAction(const YAML::Node& item) {
+  static const std::vector<std::pair<std::string, filtersAction_t>> kPlain = {
       {"permit", FILTERS_ACTION_PERMIT},
       {"drop", FILTERS_ACTION_DROP},
       {"copy_to_cpu", FILTERS_ACTION_COPY_TO_CPU},
@@ -267,56 +315,73 @@ std::shared_ptr<const Action> ScenarioLoader::loadAction(const YAML::Node& item)
       {"copy_inner_pcp_to_outer", FILTERS_ACTION_COPY_INNER_PCP_TO_OUTER},
       {"keep_from_cpu", FILTERS_ACTION_KEEP_FROM_CPU},
   };
+  using L = const ScenarioLoader&;
+  using N = const YAML::Node&;
+  // In the order the error message lists them.
+  static const std::vector<std::pair<std::string, ActionPtr (*)(L, N)>> kWithValue = {
+      {"block_egress_ports",
+       [](L l, N v) { return action<ActionBlockEgressPorts>(l.interfaces(v, "a port")); }},
+      {"copy_to_cpu_cancel",
+       [](L l, N v) {
+         return action<ActionCopyToCpuCancel>(
+             l.reader_.named(v, {"copies", "switching"}, "cancel type", 0, 255));
+       }},
+      {"set_pcp",
+       [](L l, N v) {
+         return action<ActionSetPcp>(number<unsigned char>(l.reader_, v, 7, "PCP"));
+       }},
+      {"set_pcp_and_queue",
+       [](L l, N v) {
+         return action<ActionSetPcpAndQueue>(number<unsigned char>(l.reader_, v, 7, "PCP"));
+       }},
+      {"set_inner_pcp",
+       [](L l, N v) {
+         return action<ActionSetInnerPcp>(number<unsigned char>(l.reader_, v, 7, "PCP"));
+       }},
+      {"set_dscp",
+       [](L l, N v) {
+         return action<ActionSetDSCP>(number<unsigned char>(l.reader_, v, 63, "DSCP"));
+       }},
+      {"cos_queue",
+       [](L l, N v) {
+         return action<ActionMapToCosQueue>(number<unsigned char>(l.reader_, v, 255, "CoS queue"));
+       }},
+      {"cpu_cos_queue",
+       [](L l, N v) {
+         return action<ActionMapToCpuCosQueue>(
+             number<unsigned char>(l.reader_, v, 255, "CoS queue"));
+       }},
+      {"redirect",
+       [](L l, N v) { return action<ActionRedirect>(l.interfaces(v, "a redirect port")); }},
+      {"replace_dst_mac", [](L l, N v) { return action<ActionReplaceDstMac>(mac(l.reader_, v)); }},
+      {"replace_src_mac", [](L l, N v) { return action<ActionReplaceSrcMac>(mac(l.reader_, v)); }},
+      {"l3_switch",
+       [](L l, N v) {
+         return action<ActionL3Switch>(
+             number<unsigned int>(l.reader_, v, 0x7fffffff, "destination id"));
+       }},
+      {"mpls_port_set",
+       [](L l, N v) {
+         l.reader_.expectMap(v, {"vpn", "access"}, "mpls_port_set");
+         return action<ActionMplsPortSet>(
+             l.interface(l.reader_.need(v, "vpn"), "a VPN"),
+             l.interface(l.reader_.need(v, "access"), "a VPN access port"));
+       }},
+      {"raw",
+       [](L l, N v) {
+         return action<Action>(number<filtersAction_t>(l.reader_, v, 1000, "action type"));
+       }},
+  };
   if (item.IsScalar()) {
-    auto plain = kPlain.find(item.Scalar());
-    if (plain == kPlain.end()) {
-      std::vector<std::string> known;
-      for (const auto& [name, type] : kPlain) known.push_back(name);
-      reader_.fail(item, "unknown action '" + item.Scalar() + "'" + didYouMean(item.Scalar(), known));
+    const auto* plain = byName(kPlain, item.Scalar());
+    if (!plain) {
+      reader_.fail(item, "unknown action '" + item.Scalar() + "'" +
+                             didYouMean(item.Scalar(), namesOf(kPlain)));
     }
-    return action<Action>(plain->second);
+    return action<Action>(*plain);
   }
-  const std::string key =
-      reader_.singleKey(item,
-                        {"block_egress_ports", "copy_to_cpu_cancel", "set_pcp", "set_pcp_and_queue",
-                         "set_inner_pcp", "set_dscp", "cos_queue", "cpu_cos_queue", "redirect",
-                         "replace_dst_mac", "replace_src_mac", "l3_switch", "mpls_port_set", "raw"},
-                        "an action");
-  const YAML::Node value = item[key];
-  auto byte = [&](const char* what, int max) {
-    return static_cast<unsigned char>(reader_.integer(value, 0, max, what));
-  };
-  auto mac = [&]() {
-    auto parsed = parseMac(reader_.text(value, "a MAC address"));
-    if (!parsed) reader_.fail(value, "malformed MAC address '" + value.Scalar() + "'");
-    return *parsed;
-  };
-  if (key == "block_egress_ports")
-    return action<ActionBlockEgressPorts>(interfaces(value, "a port"));
-  if (key == "copy_to_cpu_cancel") {
-    return action<ActionCopyToCpuCancel>(
-        reader_.named(value, {"copies", "switching"}, "cancel type", 0, 255));
-  }
-  if (key == "set_pcp") return action<ActionSetPcp>(byte("PCP", 7));
-  if (key == "set_pcp_and_queue") return action<ActionSetPcpAndQueue>(byte("PCP", 7));
-  if (key == "set_inner_pcp") return action<ActionSetInnerPcp>(byte("PCP", 7));
-  if (key == "set_dscp") return action<ActionSetDSCP>(byte("DSCP", 63));
-  if (key == "cos_queue") return action<ActionMapToCosQueue>(byte("CoS queue", 255));
-  if (key == "cpu_cos_queue") return action<ActionMapToCpuCosQueue>(byte("CoS queue", 255));
-  if (key == "redirect") return action<ActionRedirect>(interfaces(value, "a redirect port"));
-  if (key == "replace_dst_mac") return action<ActionReplaceDstMac>(mac());
-  if (key == "replace_src_mac") return action<ActionReplaceSrcMac>(mac());
-  if (key == "l3_switch") {
-    return action<ActionL3Switch>(
-        static_cast<unsigned int>(reader_.integer(value, 0, 0x7fffffff, "destination id")));
-  }
-  if (key == "mpls_port_set") {
-    reader_.expectMap(value, {"vpn", "access"}, "mpls_port_set");
-    return action<ActionMplsPortSet>(interface(reader_.need(value, "vpn"), "a VPN"),
-                                     interface(reader_.need(value, "access"), "a VPN access port"));
-  }
-  return action<Action>(
-      static_cast<filtersAction_t>(reader_.integer(value, 0, 1000, "action type")));
+  const std::string key = reader_.singleKey(item, namesOf(kWithValue), "an action");
+  return (*byName(kWithValue, key))(*this, item[key]);
 }
 
 void ScenarioLoader::loadCounters(const YAML::Node& node, FiltersEntry& entry) {

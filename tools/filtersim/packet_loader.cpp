@@ -24,14 +24,6 @@ int64_t number(const YamlReader& reader, const YAML::Node& value, const char* ke
   return reader.integer(value, 0, max, key);
 }
 
-template <class Parse>
-auto address(const YamlReader& reader, const YAML::Node& value, const char* key, Parse parse,
-             const char* kind) {
-  auto parsed = parse(reader.text(value, key));
-  if (!parsed) reader.fail(value, std::string("malformed ") + kind + " address '" + value.Scalar() + "'");
-  return *parsed;
-}
-
 bool flag(const YamlReader& reader, const YAML::Node& value, const char* key) {
   return reader.boolean(value, key);
 }
@@ -91,26 +83,23 @@ void ScenarioLoader::loadPacketFields(const YAML::Node& node, const std::vector<
       {"explain", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.explain = flag(l.reader_, v, "explain"); }},
       {"in_port", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.in_port = localPort(l.port(v, "in_port")); }},
       {"out_port", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.out_port = localPort(l.port(v, "out_port")); }},
-      {"src_mac", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.src_mac = address(l.reader_, v, "src_mac", parseMac, "MAC"); }},
-      {"dst_mac", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.dst_mac = address(l.reader_, v, "dst_mac", parseMac, "MAC"); }},
+      {"src_mac", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.src_mac = l.reader_.parsed(v, parseMac, "src_mac", "MAC address"); }},
+      {"dst_mac", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.dst_mac = l.reader_.parsed(v, parseMac, "dst_mac", "MAC address"); }},
       {"vlan", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.outer_vlan = static_cast<uint16_t>(number(l.reader_, v, "vlan", 4095)); }},
       {"pcp", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.outer_pcp = static_cast<uint8_t>(number(l.reader_, v, "pcp", 7)); }},
       {"inner_vlan", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.inner_vlan = static_cast<uint16_t>(number(l.reader_, v, "inner_vlan", 4095)); }},
       {"inner_pcp", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.inner_pcp = static_cast<uint8_t>(number(l.reader_, v, "inner_pcp", 7)); }},
-      {"src_ip", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.src_ip = address(l.reader_, v, "src_ip", parseIpv4, "IPv4"); }},
-      {"dst_ip", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.dst_ip = address(l.reader_, v, "dst_ip", parseIpv4, "IPv4"); }},
+      {"src_ip", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.src_ip = l.reader_.parsed(v, parseIpv4, "src_ip", "IPv4 address"); }},
+      {"dst_ip", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.dst_ip = l.reader_.parsed(v, parseIpv4, "dst_ip", "IPv4 address"); }},
       {"dst_ipv6", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) {
-         s.packet.dst_ip6 = address(l.reader_, v, "dst_ipv6", parseIpv6, "IPv6");
+         s.packet.dst_ip6 = l.reader_.parsed(v, parseIpv6, "dst_ipv6", "IPv6 address");
          s.packet.ether_type = 0x86DD;
        }},
       {"ether_type", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.ether_type = static_cast<uint16_t>(number(l.reader_, v, "ether_type", 0xffff)); }},
       {"protocol", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) {
-         static const std::map<std::string, uint8_t> kProtocols = {
-             {"icmp", 1}, {"igmp", 2}, {"tcp", 6}, {"udp", 17}, {"icmpv6", 58}};
-         auto named = v.IsScalar() ? kProtocols.find(v.Scalar()) : kProtocols.end();
-         s.packet.ip_protocol = named != kProtocols.end()
-                                    ? named->second
-                                    : static_cast<uint8_t>(number(l.reader_, v, "protocol", 255));
+         const auto named = ipProtocolOfName(v.IsScalar() ? v.Scalar() : "");
+         s.packet.ip_protocol =
+             named ? *named : static_cast<uint8_t>(number(l.reader_, v, "protocol", 255));
        }},
       {"dscp", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.dscp = static_cast<uint8_t>(number(l.reader_, v, "dscp", 63)); }},
       {"ttl", [](ScenarioLoader& l, const YAML::Node& v, SendPacket& s) { s.packet.ttl = static_cast<uint8_t>(number(l.reader_, v, "ttl", 255)); }},

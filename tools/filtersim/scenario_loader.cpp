@@ -338,12 +338,12 @@ Step ScenarioLoader::loadStep(const YAML::Node& node) {
     step.kind = key;
   }
   if (step.kind.empty()) reader_.fail(node, "a step needs a kind");
-  step.action = loadAction(step.kind, node[step.kind]);
+  step.action = loadStepAction(step.kind, node[step.kind]);
   if (node["expect"]) step.expect = loadExpectation(step.kind, node["expect"]);
   return step;
 }
 
-StepAction ScenarioLoader::loadAction(const std::string& kind, const YAML::Node& node) {
+StepAction ScenarioLoader::loadStepAction(const std::string& kind, const YAML::Node& node) {
   if (kind == "create_group") return loadGroup(node);
   if (kind == "create_entry" || kind == "update_entry") {
     reader_.expectMap(node,

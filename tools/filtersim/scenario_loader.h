@@ -33,6 +33,11 @@ class ScenarioLoader {
   // place for an unknown port or a capture that cannot be read.
   Step loadCaptureOption(const std::string& path, const std::string& in_port);
 
+  struct PortSelection {
+    std::list<limid_t> ports;
+    std::list<FiltersCommon::port_type_t> excluded;
+  };
+
  private:
   // The switch.
   SwitchSetup loadSwitch(const YAML::Node& node);
@@ -49,7 +54,7 @@ class ScenarioLoader {
 
   // Steps.
   Step loadStep(const YAML::Node& node);
-  StepAction loadAction(const std::string& kind, const YAML::Node& node);
+  StepAction loadStepAction(const std::string& kind, const YAML::Node& node);
   Expectation loadExpectation(const std::string& kind, const YAML::Node& node);
   PacketExpectation loadPacketExpectation(const YAML::Node& node);
   HardwareExpectation loadHardwareExpectation(const YAML::Node& node);
@@ -63,10 +68,12 @@ class ScenarioLoader {
   std::shared_ptr<const FiltersCommon::Match> loadMatch(const std::string& key,
                                                         const YAML::Node& value);
   void loadActions(const YAML::Node& node, FiltersCommon::FiltersEntry& entry);
-  std::shared_ptr<const FiltersCommon::Action> loadAction(const YAML::Node& item);
+  std::shared_ptr<const FiltersCommon::Action> loadEntryAction(const YAML::Node& item);
   void loadCounters(const YAML::Node& node, FiltersCommon::FiltersEntry& entry);
   policer::Policer loadPolicer(const YAML::Node& node);
   std::list<limid_t> interfaces(const YAML::Node& node, const char* what) const;
+  // Ports as a list, or as {ports, exclude} with excluded port types.
+  PortSelection portSelection(const YAML::Node& node, const char* what) const;
 
   // Packets and views.
   SendPacket loadPacket(const YAML::Node& node);

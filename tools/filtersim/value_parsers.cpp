@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <map>
 
 namespace filtersim {
 namespace {
@@ -102,6 +103,14 @@ std::optional<Masked<uint16_t>> parseMaskedPort(const std::string& text) {
     port_mask = *parsed;
   }
   return Masked<uint16_t>{static_cast<uint16_t>(*port), static_cast<uint16_t>(port_mask)};
+}
+
+std::optional<uint8_t> ipProtocolOfName(const std::string& name) {
+  static const std::map<std::string, uint8_t> kProtocols = {
+      {"icmp", 1}, {"igmp", 2}, {"tcp", 6}, {"udp", 17}, {"icmpv6", 58}};
+  auto named = kProtocols.find(name);
+  if (named == kProtocols.end()) return std::nullopt;
+  return named->second;
 }
 
 }  // namespace filtersim

@@ -30,5 +30,7 @@ std::optional<Masked<Ipv6Address>> parseIpv6Prefix(const std::string& text);
 std::optional<Ipv6Address> parseIpv6(const std::string& text);
 // "80" (mask 0xffff) or "1024/0xfc00"
 std::optional<Masked<uint16_t>> parseMaskedPort(const std::string& text);
+// "icmp", "igmp", "tcp", "udp" or "icmpv6" as its IP protocol number; nullopt for other texts.
+std::optional<uint8_t> ipProtocolOfName(const std::string& name);
 
 }  // namespace filtersim

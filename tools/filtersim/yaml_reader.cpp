@@ -9,9 +9,10 @@
 namespace filtersim {
 namespace {
 
-std::string list(std::initializer_list<const char*> names) {
+template <class Names>
+std::string list(const Names& names) {
   std::string text;
-  for (const char* name : names) text += std::string(text.empty() ? "" : ", ") + name;
+  for (const auto& name : names) text += std::string(text.empty() ? "" : ", ") + name;
   return text;
 }
 
@@ -83,10 +84,13 @@ void YamlReader::expectMap(const YAML::Node& node, std::initializer_list<const c
     const std::string name = key(item.first);
     bool known = false;
     for (const char* allowed_name : allowed) known |= name == allowed_name;
-    if (!known) {
-      fail(item.first, "unknown key '" + name + "' in " + what + " (known: " + list(allowed) + ")");
-    }
+    if (!known) failUnknownKey(item.first, list(allowed), what);
   }
+}
+
+void YamlReader::failUnknownKey(const YAML::Node& key, const std::string& known,
+                                const char* what) const {
+  fail(key, "unknown key '" + key.Scalar() + "' in " + what + " (known: " + known + ")");
 }
 
 std::string YamlReader::key(const YAML::Node& key) const {
@@ -104,10 +108,14 @@ YAML::Node YamlReader::need(const YAML::Node& map, const char* key) const {
   return value;
 }
 
-std::string YamlReader::singleKey(const YAML::Node& node,
-                                  std::initializer_list<const char*> allowed,
+std::string YamlReader::singleKey(const YAML::Node& node, const std::vector<std::string>& allowed,
                                   const char* what) const {
-  expectMap(node, allowed, what);
+  if (!node.IsMap()) fail(node, std::string(what) + " must be a mapping");
+  for (const auto& item : node) {
+    if (std::find(allowed.begin(), allowed.end(), key(item.first)) == allowed.end()) {
+      failUnknownKey(item.first, list(allowed), what);
+    }
+  }
   if (node.size() != 1) fail(node, std::string(what) + " must have exactly one key");
   return key(node.begin()->first);
 }

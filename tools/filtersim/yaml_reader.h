@@ -28,6 +28,9 @@ class LoadError : public std::runtime_error {
   const std::string& message() const { return message_; }
 
  private:
+  [[noreturn]] void failUnknownKey(const YAML::Node& key, const std::string& known,
+                                   const char* what) const;
+
   std::string file_;
   int line_;
   int column_;
@@ -53,13 +56,21 @@ class YamlReader {
   // The value of a key that must be there.
   YAML::Node need(const YAML::Node& map, const char* key) const;
   // A mapping with exactly one key (among `allowed`); returns that key.
-  std::string singleKey(const YAML::Node& node, std::initializer_list<const char*> allowed,
+  std::string singleKey(const YAML::Node& node, const std::vector<std::string>& allowed,
                         const char* what) const;
 
   // Integers in decimal or 0x hexadecimal, within [min, max].
   int64_t integer(const YAML::Node& node, int64_t min, int64_t max, const char* what) const;
   bool boolean(const YAML::Node& node, const char* what) const;
   std::string text(const YAML::Node& node, const char* what) const;
+  // A text that `parse` reads into an optional; "malformed <kind> '<text>'<hint>" when it cannot.
+  template <class Parse>
+  auto parsed(const YAML::Node& node, Parse parse, const char* what, const std::string& kind,
+              const char* hint = "") const {
+    auto value = parse(text(node, what));
+    if (!value) fail(node, "malformed " + kind + " '" + node.Scalar() + "'" + hint);
+    return *value;
+  }
   // One of `names` (its index), or an integer in [min, max] when `min` <= `max`.
   int named(const YAML::Node& node, std::initializer_list<const char*> names, const char* what,
             int64_t min = 1, int64_t max = 0) const;
@@ -74,6 +85,9 @@ class YamlReader {
   int line(const YAML::Mark& mark) const { return mark.line + first_line_; }
 
  private:
+  [[noreturn]] void failUnknownKey(const YAML::Node& key, const std::string& known,
+                                   const char* what) const;
+
   std::string file_;
   int first_line_ = 1;
 };
