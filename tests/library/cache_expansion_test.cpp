@@ -1,4 +1,5 @@
-// Expansion of user entries into pools of single-valued hardware entries.
+// Pools of hardware entries: the expansion of user entries into single-valued hardware
+// entries, what is installable, and the pool of a base.
 #include <gtest/gtest.h>
 
 #include "support/filters_fixture.h"
@@ -175,6 +176,39 @@ TEST_F(CacheExpansion, TheLagExpanderRefusesAMatchThatIsNotAPortMatch) {
   pool_entry source = cache.ConvertFiltersEntryToPoolEntry(FiltersEntry(1, 0));
   EXPECT_EQ(cache.MatchPortsExpandLag(source, L, out, FILTERS_MATCH_TTL), -2);
   EXPECT_EQ(cache.MatchPortsExpandList(source, ports({A}), out, FILTERS_MATCH_TTL), -2);
+}
+
+TEST_F(CacheExpansion, EntriesThatCanMatchNothingAreNotInstallable) {
+  const std::pair<std::shared_ptr<const Match>, bool> rows[] = {
+      {std::make_shared<MatchEgressPorts>(ports({})), false},
+      {std::make_shared<MatchIngressPorts>(ports({})), false},
+      {std::make_shared<MatchIngressPorts>(ports({}), std::list<port_type_t>{PORT_TYPE_CPU}), true},
+      {std::make_shared<MatchSrcPort>(limid_null), false},
+      {std::make_shared<MatchSrcPort>(limid_ethernet(1)), true},
+  };
+  for (const auto& [match, installable] : rows) {
+    FiltersEntry entry(1, 0);
+    entry.setMatch(match);
+    EXPECT_EQ(cache.ConvertFiltersEntryToPoolEntry(entry).installable, installable)
+        << match->getType();
+  }
+}
+
+TEST_F(CacheExpansion, ABaseInUseIsRefusedAndKeepsTheFirstPool) {
+  initialize(FILTERS_GROUP_STAGE_EGRESS, FiltersEntry(1, 0), 5);
+  EXPECT_EQ(cache.InitializeEntriesPool({FILTERS_GROUP_STAGE_EGRESS, 0, 2}, 5, FiltersEntry(2, 0)),
+            -2);
+  EXPECT_TRUE(log.contains(HalCallbacksItf::kError,
+                           "Cannot create filter hardware entry 5. Entry is not empty."));
+  EXPECT_EQ(cache.entries_info().at(5).user_key.entry_id, 1u);
+}
+
+TEST_F(CacheExpansion, UnknownBasesAreReportedOnLookupAndIgnoredOnDestroy) {
+  EXPECT_EQ(cache.GetEntriesPool(77), nullptr);
+  EXPECT_EQ(log.texts(), std::vector<std::string>{"Error getting HW entries for base 77"});
+  log.clear();
+  cache.DestroyEntriesPool(77);
+  EXPECT_TRUE(log.lines().empty());
 }
 
 }  // namespace

@@ -59,7 +59,7 @@ TEST_F(Entries, AnEntryBecomesInstalledHardwareEntriesWithItsPriorityCounterAndP
               std::vector<std::string>{"OutPort=" + std::to_string(port) + "/0xff"});
     EXPECT_EQ(test_support::actions_of(eid, true), std::vector<std::string>{"Drop(0, 0)"});
     EXPECT_EQ(hw.priority, 124) << "128 - 1 - 3";
-    EXPECT_EQ(hw.installed->stat, filters->counter_entries_.begin()->second.stat_id);
+    EXPECT_EQ(hw.installed->stat, bcmsim::state().stats.begin()->first);
     EXPECT_EQ(hw.installed->policers[0], 4);
   }
   EXPECT_TRUE(log.contains("[HAL FILTERS] installHwEntry() Installed Filter Entry 2097153"));
@@ -313,10 +313,9 @@ TEST_F(Entries, DeletingEveryEntryLeavesNothingTheLibraryCreated) {
   EXPECT_TRUE(cache.entries_info().empty() && cache.lag_entries().empty() &&
               cache.lag_pbmp_entries().empty() && cache.ingress_pbmp().empty() &&
               cache.l3_destination_entries().empty());
-  EXPECT_TRUE(filters->policer_entries_.empty() && filters->parent_policer_entries_.empty() &&
-              filters->entry_policer_.empty() && filters->entry_parent_policer_.empty() &&
-              filters->counter_entries_.empty() && filters->hw_counters_.empty() &&
-              filters->l3_entries_.empty());
+  unsigned long long value = 0;
+  EXPECT_NE(filters->getCounterValue(1, value), 0);
+  EXPECT_NE(filters->getCounterValue(2, value), 0);
 }
 
 }  // namespace

@@ -15,21 +15,12 @@
 
 namespace test_support {
 
-// The filters instance with its protected constructor and state open to tests.
+// The filters instance with its protected constructor open to tests.
 class TestableFilters : public HalFiltersLL::HalFiltersBcm {
  public:
   TestableFilters(std::shared_ptr<halswitchl2if::LagOrchestrator> lag,
                   hal_encap::DestinationOrchestrator* dest)
       : HalFiltersBcm(std::move(lag), dest) {}
-
-  using HalFiltersBcm::black_hole_egress_if_;
-  using HalFiltersBcm::counter_entries_;
-  using HalFiltersBcm::entry_parent_policer_;
-  using HalFiltersBcm::entry_policer_;
-  using HalFiltersBcm::hw_counters_;
-  using HalFiltersBcm::l3_entries_;
-  using HalFiltersBcm::parent_policer_entries_;
-  using HalFiltersBcm::policer_entries_;
 };
 
 // Front-panel ports 1 to 32 are eth1 to eth32, the CPU port (local port 0) is cpu0.
@@ -48,6 +39,8 @@ class FiltersTest : public ::testing::Test {
  protected:
   void SetUp() override {
     bcmsim::reset();
+    bcmsim::set_call_log(false);  // the calls of the test before are not this test's
+    bcmsim::clear_calls();
     set_up_ports();
     HalFiltersLL::filters_cache_.CleanupCache();
     filters = std::make_unique<TestableFilters>(lags, &destinations);
