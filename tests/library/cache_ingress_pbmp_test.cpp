@@ -107,53 +107,28 @@ int exclude(FilterEntriesCache& cache, std::list<port_type_t> types) {
   return cache.UpdateIngressEntryInformation(MatchIngressPorts(ports({}), std::move(types)), 10);
 }
 
+int listPorts(FilterEntriesCache& cache, std::initializer_list<limid_t> port_list) {
+  return cache.UpdatePortListEntryInformation(ports(port_list), 10);
+}
+
+// clang-format off
 INSTANTIATE_TEST_SUITE_P(
     Table, IngressBitmapFailures,
-    ::testing::Values(FailureRow{"PortWithoutGport",
-                                 [](FilterEntriesCache& c) {
-                                   return c.UpdatePortListEntryInformation(
-                                       ports({limid_ethernet(1), limid_ethernet(50)}), 10);
-                                 },
-                                 -2,
-                                 {"Error retrieving gport for eth50",
-                                  "Error adding port eth50 to entry 10 port bitmap"}},
-                      FailureRow{"LagMemberWithoutGport",
-                                 [](FilterEntriesCache& c) {
-                                   return c.UpdatePortListEntryInformation(ports({limid_lag(1)}),
-                                                                           10);
-                                 },
-                                 -2,
-                                 {"Error retrieving gport for eth40",
-                                  "Error adding LAG lag1 to entry 10 port bitmap"}},
-                      FailureRow{"AllPortsUnavailable",
-                                 [](FilterEntriesCache& c) { return exclude(c, {PORT_TYPE_CPU}); },
-                                 0,
-                                 {"Port config: error getting port configuration\n",
-                                  "Error retrieving all ports bitmap",
-                                  "Error assigning exclusion list to port bitmap for entry 10"},
-                                 true,
-                                 1},
-                      FailureRow{"PortConfigurationUnavailable",
-                                 [](FilterEntriesCache& c) { return exclude(c, {PORT_TYPE_CPU}); },
-                                 0,
-                                 {"Port config: error getting port configuration",
-                                  "Error assigning exclusion list to port bitmap for entry 10"},
-                                 true,
-                                 2},
-                      FailureRow{"UnsupportedPortType",
-                                 [](FilterEntriesCache& c) {
-                                   return exclude(c, {PORT_TYPE_CPU, PORT_TYPE_LAG});
-                                 },
-                                 0,
-                                 {"Unsupported port type 2 in exclusion list",
-                                  "Error assigning exclusion list to port bitmap for entry 10"}},
-                      FailureRow{"NoRecord",
-                                 [](FilterEntriesCache& c) {
-                                   _shr_pbmp pbmp;
-                                   return c.GetIngressEntryPbmp(10, pbmp);
-                                 },
-                                 -2,
-                                 {"Entry 10 does not exist on the ingress port bitmap cache"}}),
+    ::testing::Values(
+        FailureRow{"PortWithoutGport", [](FilterEntriesCache& c) { return listPorts(c, {limid_ethernet(1), limid_ethernet(50)}); }, -2,
+                   {"Error retrieving gport for eth50", "Error adding port eth50 to entry 10 port bitmap"}},
+        FailureRow{"LagMemberWithoutGport", [](FilterEntriesCache& c) { return listPorts(c, {limid_lag(1)}); }, -2,
+                   {"Error retrieving gport for eth40", "Error adding LAG lag1 to entry 10 port bitmap"}},
+        FailureRow{"AllPortsUnavailable", [](FilterEntriesCache& c) { return exclude(c, {PORT_TYPE_CPU}); }, 0,
+                   {"Port config: error getting port configuration\n", "Error retrieving all ports bitmap",
+                    "Error assigning exclusion list to port bitmap for entry 10"}, true, 1},
+        FailureRow{"PortConfigurationUnavailable", [](FilterEntriesCache& c) { return exclude(c, {PORT_TYPE_CPU}); }, 0,
+                   {"Port config: error getting port configuration", "Error assigning exclusion list to port bitmap for entry 10"}, true, 2},
+        FailureRow{"UnsupportedPortType", [](FilterEntriesCache& c) { return exclude(c, {PORT_TYPE_CPU, PORT_TYPE_LAG}); }, 0,
+                   {"Unsupported port type 2 in exclusion list", "Error assigning exclusion list to port bitmap for entry 10"}},
+        FailureRow{"NoRecord", [](FilterEntriesCache& c) { _shr_pbmp pbmp; return c.GetIngressEntryPbmp(10, pbmp); }, -2,
+                   {"Entry 10 does not exist on the ingress port bitmap cache"}}),
     [](const auto& test) { return std::string(test.param.name); });
+// clang-format on
 
 }  // namespace

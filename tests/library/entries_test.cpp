@@ -1,6 +1,4 @@
 // User entries end to end: creation, installation, update, deletion, and their undo paths.
-#include <functional>
-
 #include <gtest/gtest.h>
 
 #include <bcmsim/fault_plan.h>
@@ -79,40 +77,6 @@ TEST_F(Entries, AnEntryWithoutInstallableHardwareEntriesLivesOnlyInSoftware) {
   EXPECT_TRUE(HalFiltersLL::filters_cache_.entries_info().empty());
 }
 
-TEST_F(Entries, TheSecondOfThreeFailingToInstallUndoesTheFirstTwoPositions) {
-  bcmsim::inject_fault({"bcm_field_entry_install", BCM_E_FULL, 2, std::nullopt, false});
-  EXPECT_EQ(
-      filters->createEntry(
-          kEg, 0, egressEntry(0, ports({limid_ethernet(1), limid_ethernet(2), limid_ethernet(3)}))),
-      -1);
-  EXPECT_TRUE(
-      log.contains("[HAL FILTERS] installHwEntry() Error installing filter with id 2097153: "
-                   "Table full"));
-  EXPECT_TRUE(bcmsim::state().entries.empty());
-  EXPECT_TRUE(HalFiltersLL::filters_cache_.entries_info().empty());
-}
-
-// Found by the random sequences: the undo used to stop at the counter, which the failing entry
-// did not hold yet, and left the entry with the parent policer attached for good.
-TEST_F(Entries, AnEntryFailingBeforeItsCounterIsAttachedIsUndoneAndFreesItsPolicers) {
-  auto withPolicers = [](unsigned int id) {
-    FiltersEntry entry = egressEntry(id, ports({limid_ethernet(1)}));
-    entry.addCounter(Counter(static_cast<unsigned short>(id), COUNTER_TYPE_PACKETS));
-    const auto stage = policer::Policer::STAGE_EGRESS;
-    entry.setPolicer(policer::Policer(4, stage, policer::Mode::Flow(100, 1000), {}));
-    entry.setPolicerParent(std::make_shared<policer::Policer>(
-        9, stage, policer::Mode::Flow(500, 1000), std::list<policer::Action>{}));
-    return entry;
-  };
-  bcmsim::inject_fault({"bcm_field_entry_policer_attach", BCM_E_FAIL, 2, std::nullopt, false});
-  EXPECT_EQ(filters->createEntry(kEg, 0, withPolicers(0)), -1);
-  EXPECT_TRUE(bcmsim::state().entries.empty());
-
-  ASSERT_EQ(filters->createEntry(kEg, 0, withPolicers(1)), 0);
-  ASSERT_EQ(filters->deleteEntry(kEg, 0, 1), 0);
-  EXPECT_TRUE(bcmsim::state().policers.empty());
-}
-
 TEST_F(Entries, APriorityBeyondTheGroupFailsAfterProgrammingAndIsUndone) {
   FiltersEntry entry(0, 256);
   entry.setMatch(MatchIngressPorts(ports({limid_ethernet(1)})));
@@ -182,59 +146,6 @@ TEST_F(Entries, AFailedDeleteKeepsThePoolAndReportsTheLastFailure) {
   EXPECT_EQ(HalFiltersLL::filters_cache_.entries_info().count(kEgressBase), 1u);
 }
 
-// A repeated operation finishes what a fault interrupted, and leaves exactly what the same
-// operation leaves without a fault.
-TEST_F(Entries, ARetryAfterAFaultFinishesTheOperation) {
-  FiltersEntry two_ports = egressEntry(0, ports({limid_ethernet(1), limid_ethernet(2)}));
-  two_ports.addCounter(Counter(7, COUNTER_TYPE_PACKETS));
-  const auto stage = policer::Policer::STAGE_EGRESS;
-  two_ports.setPolicer(policer::Policer(4, stage, policer::Mode::Flow(100, 1000), {}));
-  two_ports.setPolicerParent(std::make_shared<policer::Policer>(
-      9, stage, policer::Mode::Flow(500, 1000), std::list<policer::Action>{}));
-  auto create = [&] { return filters->createEntry(kEg, 0, two_ports); };
-  auto update = [&] { return filters->updateEntry(kEg, 0, two_ports); };
-  auto remove = [&] { return filters->deleteEntry(kEg, 0, 0); };
-  const struct {
-    const char* name;
-    bool created_before;
-    bcmsim::Fault fault;
-    std::function<int()> operation;
-    size_t entries_after;
-  } rows[] = {
-      {"create, counter refused", false,
-       {"bcm_field_stat_create", BCM_E_RESOURCE, 1, std::nullopt, false}, create, 2},
-      {"create, second install refused", false,
-       {"bcm_field_entry_install", BCM_E_INTERNAL, 2, std::nullopt, false}, create, 2},
-      {"update, its create refused", true,
-       {"bcm_field_entry_create_id", BCM_E_RESOURCE, 1, std::nullopt, false}, update, 2},
-      {"delete, second destroy refused", true,
-       {"bcm_field_entry_destroy", BCM_E_INTERNAL, 2, std::nullopt, false}, remove, 0},
-      {"delete, second detach refused", true,
-       {"bcm_field_entry_stat_detach", BCM_E_INTERNAL, 2, std::nullopt, false}, remove, 0},
-      {"delete, own policer destroy refused", true,
-       {"bcm_policer_destroy", BCM_E_INTERNAL, 1, std::nullopt, false}, remove, 0},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
-    bcmsim::reset();
-    HalFiltersLL::filters_cache_.CleanupCache();
-    filters = std::make_unique<test_support::TestableFilters>(lags, &destinations);
-    ASSERT_EQ(filters->createGroup(FiltersGroup(kEg, 0, 0, 5)), 0);
-    if (row.created_before) {
-      ASSERT_EQ(create(), 0);
-    }
-    bcmsim::inject_fault(row.fault);
-    EXPECT_NE(row.operation(), 0);
-    ASSERT_EQ(bcmsim::pending_faults(), 0);
-    EXPECT_EQ(row.operation(), 0) << "the retry";
-    EXPECT_EQ(installed_ids().size(), row.entries_after);
-    EXPECT_EQ(bcmsim::state().entries.size(), row.entries_after);
-    EXPECT_EQ(bcmsim::state().stats.size(), row.entries_after ? 1u : 0u);
-    EXPECT_EQ(bcmsim::state().policers.size(), row.entries_after ? 2u : 0u);
-    EXPECT_EQ(HalFiltersLL::filters_cache_.entries_info().size(), row.entries_after ? 1u : 0u);
-  }
-}
-
 TEST_F(Entries, TheUndoAlsoRemovesCreatedEntriesBeyondItsPositions) {
   // lag3 has no member: its pool slot comes first and is free, so the positional undo of the
   // two attempted entries stops short of the second one.
@@ -243,6 +154,9 @@ TEST_F(Entries, TheUndoAlsoRemovesCreatedEntriesBeyondItsPositions) {
   EXPECT_EQ(filters->createEntry(
                 kEg, 0, egressEntry(0, ports({limid_lag(3), limid_ethernet(1), limid_ethernet(2)}))),
             -1);
+  EXPECT_TRUE(log.contains(HalCallbacksItf::kError,
+                           "[HAL FILTERS] installHwEntry() Error installing filter with id 2097154: "
+                           "Internal error"));
   EXPECT_TRUE(bcmsim::state().entries.empty());
 }
 

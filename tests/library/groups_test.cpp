@@ -30,19 +30,12 @@ struct TypeRow {
 };
 
 TEST_F(Groups, EveryTypeGetsItsCatalogueQualifierSetAndMode) {
+  // clang-format off
   const TypeRow rows[] = {
       {1, FILTERS_GROUP_STAGE_INGRESS, 16, {6, 7, 12, 13, 15, 18, 29, 43, 68, 98, 111, 113}, 0},
       {2, FILTERS_GROUP_STAGE_INGRESS, 16, {6, 9, 13, 18, 22, 29, 68, 196}, 0},
-      {3,
-       FILTERS_GROUP_STAGE_INGRESS,
-       16,
-       {9, 10, 13, 18, 27, 28, 29, 30, 32, 40, 61, 62, 68, 153},
-       0},
-      {4,
-       FILTERS_GROUP_STAGE_PRE_INGRESS,
-       0,
-       {9, 10, 12, 18, 19, 22, 23, 28, 29, 30, 31, 52, 61, 71},
-       0},
+      {3, FILTERS_GROUP_STAGE_INGRESS, 16, {9, 10, 13, 18, 27, 28, 29, 30, 32, 40, 61, 62, 68, 153}, 0},
+      {4, FILTERS_GROUP_STAGE_PRE_INGRESS, 0, {9, 10, 12, 18, 19, 22, 23, 28, 29, 30, 31, 52, 61, 71}, 0},
       {5, FILTERS_GROUP_STAGE_EGRESS, 32, {7, 12, 18, 22, 23, 29, 72, 86, 142}, 0},
       {6, FILTERS_GROUP_STAGE_PRE_INGRESS, 0, {6, 7, 12, 18, 19, 22, 23, 29, 71, 90}, 0},
       {7, FILTERS_GROUP_STAGE_INGRESS, 16, {7, 13, 28, 29, 30, 35, 61, 62, 68, 79, 113}, 9},
@@ -50,6 +43,7 @@ TEST_F(Groups, EveryTypeGetsItsCatalogueQualifierSetAndMode) {
       {9, FILTERS_GROUP_STAGE_INGRESS, 16, {13, 18, 22, 23, 31, 61, 68, 142}, 0},
       {10, FILTERS_GROUP_STAGE_INGRESS, 16, {9, 10, 13, 29, 68}, 0},
   };
+  // clang-format on
   for (const TypeRow& row : rows) {
     SCOPED_TRACE(testing::Message() << "type " << row.type);
     bcmsim::reset();

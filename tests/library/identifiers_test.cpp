@@ -44,14 +44,14 @@ TEST_F(Identifiers, EntryIdsAndPrioritiesAtEveryStageBoundary) {
   };
   const Row rows[] = {
       {kPre, 0, 0, 0},
-      {kPre, 3, 255, 256 * (256 * 3 + 255)},
+      {kPre, 3, 255, 261888},
       {kPre, 0, 256, -1},
       {kIngress, 0, 0, 1048576},
-      {kIngress, 15, 255, 1048576 + 256 * (256 * 15 + 255)},
+      {kIngress, 15, 255, 2096896},
       {kIngress, 0, 256, -1},
       {kEgress, 0, 0, 2097152},
       {kEgress, 1, 2, 2113792},
-      {kEgress, 0, 127, 2097152 + 127 * 128},
+      {kEgress, 0, 127, 2113408},
       {kEgress, 0, 128, -1},
       {kNone, 0, 0, -1},
       {kEnd, 0, 0, -1},
