@@ -1,10 +1,11 @@
-// Match translation: every match type, its qualifiers, its failures and what it implies.
+// Match translation: every match type on every stage it takes, its qualifiers, its failures
+// and what it implies.
 #include <gtest/gtest.h>
 
 #include <hal_filters_ll/match_translation.h>
 
 #include "support/device_views.h"
-#include "support/match_fixture.h"
+#include "support/filters_fixture.h"
 #include "support/model_builders.h"
 #include "support/sdk_builders.h"
 
@@ -29,28 +30,51 @@ const std::initializer_list<int> kEveryQualifier = {
     bcmFieldQualifyIngressStpState, bcmFieldQualifyL2SrcStatic,   bcmFieldQualifyIntPriority,
     bcmFieldQualifyMyStationHit,    bcmFieldQualifySrcGport};
 
-class MatchTranslation : public test_support::MatchFixture {
+class MatchTranslation : public test_support::FiltersTest {
  protected:
   void SetUp() override {
-    MatchFixture::SetUp();
-    createStageGroups(kEveryQualifier);
+    FiltersTest::SetUp();
+    ASSERT_EQ(test_support::create_group(0, bcmFieldQualifyStageLookup, kEveryQualifier), 0);
+    ASSERT_EQ(test_support::create_group(16, bcmFieldQualifyStageIngress, kEveryQualifier), 0);
+    ASSERT_EQ(test_support::create_group(32, bcmFieldQualifyStageEgress, kEveryQualifier), 0);
     HalBcmCommon& common = HalBcmCommon::GetInstance();
     common.SetVirtualPortGport(limid_vpn_access(1), 0x30000011);
     common.SetServicePortGport(limid_vpn_access(2), 0x04000007);
     common.SetVlanClass(HAL_BD_SVC_VLAN_E_LINE, 0x40, 0xf0);
     common.SetVlanClass(HAL_BD_SVC_VLAN_E_LAN, 0x80, 0xf0);
+    bcm_gport_t remote;
+    BCM_GPORT_MODPORT_SET(remote, 1, 40);
+    common.SetGport(limid_ethernet(40), remote);
+    test_support::make_lag(*lags, 1, {4, 5});
   }
 
+  // Creates hardware entry `eid` in the group of `stage` and translates one match onto it.
   int translate(filtersGroupStage_t stage, const Match& match, int eid = 1000) {
-    return MatchFixture::translate(stage, match, eid);
+    const int group = stage == FILTERS_GROUP_STAGE_PRE_INGRESS ? 0
+                      : stage == FILTERS_GROUP_STAGE_EGRESS    ? 32
+                                                               : 16;
+    EXPECT_EQ(bcm_field_entry_create_id(0, group, eid), 0);
+    log.clear();
+    return filters->createBcmMatch({}, stage, &match, eid);
   }
 };
 
-using Row = test_support::MatchRow;
+struct Row {
+  const char* name;
+  filtersGroupStage_t stage;
+  std::shared_ptr<const Match> match;
+  int result;
+  std::vector<std::string> qualifiers;  // as the device's view writes them
+  std::vector<std::string> lines;       // the log lines
+};
+
+void PrintTo(const Row& row, std::ostream* out) {
+  *out << row.name;
+}
 
 class EveryMatchType : public MatchTranslation, public ::testing::WithParamInterface<Row> {};
 
-TEST_P(EveryMatchType, WritesItsQualifiers) {
+TEST_P(EveryMatchType, WritesItsQualifiersOrFailsWithItsLines) {
   const Row& row = GetParam();
   EXPECT_EQ(translate(row.stage, *row.match), row.result);
   EXPECT_EQ(qualifiers_of(1000), row.qualifiers);
@@ -155,6 +179,72 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"T36AboveTheEnd", kIn, plain(36), 0, {}, {}}),
     [](const auto& test) { return std::string(test.param.name); });
 // clang-format on
+
+std::shared_ptr<const Match> ingress(std::list<limid_t> list,
+                                     std::list<port_type_t> excluded = {}) {
+  return std::make_shared<MatchIngressPorts>(std::move(list), std::move(excluded));
+}
+
+std::shared_ptr<const Match> egress(std::list<limid_t> list) {
+  return std::make_shared<MatchEgressPorts>(std::move(list));
+}
+
+const limid_t eth3 = limid_ethernet(3), eth9 = limid_ethernet(9), eth40 = limid_ethernet(40),
+              eth50 = limid_ethernet(50), lag1 = limid_lag(1);
+
+// Port matches on every stage; eth40 is a remote port, eth50 has no gport, lag1 holds eth4 and
+// eth5.
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(
+    Ports, EveryMatchType,
+    ::testing::Values(
+        Row{"IngressBitmapWithLagMembers", kIn, ingress({eth3, lag1}), 0, {"InPorts={3-5}/{0-32}"}, {}},
+        Row{"IngressAllButCpu", kIn, ingress({}, {PORT_TYPE_CPU}), 0, {"InPorts={1-32}/{0-32}"}, {}},
+        Row{"IngressUnknownPort", kIn, ingress({eth50}), -2, {},
+            {"Error retrieving gport for eth50", "Error adding port eth50 to entry 1000 port bitmap"}},
+        Row{"PreIngressOnePort", kPre, ingress({eth9}), 0, {"InPort=9/0xffff"}, {}},
+        Row{"PreIngressLagAsItStands", kPre, ingress({lag1}), 0, {"InPort=-1/0xffff"}, {}},
+        Row{"PreIngressNoPort", kPre, ingress({}), -2, {}, {"Filters-ll-bcm: too much interfaces on pre-ingress match\n"}},
+        Row{"PreIngressExclusions", kPre, ingress({eth9}, {PORT_TYPE_CPU}), -2, {},
+            {"Filters-ll-bcm: match by excluded port types is not supported at pre-ingress stage\n"}},
+        Row{"PreIngressUnknownPort", kPre, ingress({eth50}), -2, {},
+            {"Filters-ll-bcm: failed to get BCM ports (pre-ingress) - HAL ID not found\n"}},
+        Row{"EgressStageInPort", kEg, ingress({eth9}), 0, {"InPort=9/0xffff"}, {}},
+        Row{"EgressStageRemotePort", kEg, ingress({eth40}), 0, {"InPort=-1/0xffff"}, {}},
+        Row{"EgressStageTwoPorts", kEg, ingress({eth9, eth3}), -2, {}, {"Filters-ll-bcm: too much interfaces on egress match\n"}},
+        Row{"EgressStageExclusions", kEg, ingress({}, {PORT_TYPE_CPU}), -2, {},
+            {"Filters-ll-bcm: match by excluded port types is not supported at egress stage\n"}},
+        Row{"EgressStageUnknownPort", kEg, ingress({eth50}), -2, {},
+            {"Filters-ll-bcm: failed to get BCM ports (egress) - HAL ID not found\n"}},
+        Row{"UnsupportedStage", FILTERS_GROUP_STAGE_NONE, ingress({eth9}), -2, {},
+            {"Filters-ll-bcm: match ingress ports on unsupported stage\n"}},
+        Row{"OutPort", kEg, egress({eth9}), 0, {"OutPort=9/0xff"}, {}},
+        Row{"OutPortRemote", kEg, egress({eth40}), 0, {"OutPort=-1/0xff"}, {}},
+        Row{"OutPortNone", kEg, egress({}), 0, {}, {}},
+        Row{"OutPortLag", kEg, egress({lag1}), 0, {}, {}},
+        Row{"OutPortTwo", kEg, egress({eth9, eth3}), -2, {},
+            {"Filters-ll-bcm: too much interfaces for the same egress hardware filter entry\n"}},
+        Row{"OutPortUnknown", kEg, egress({eth50}), -2, {},
+            {"Filters-ll-bcm: failed to convert port to gport (egress) - HAL ID not found\n"}},
+        Row{"SrcPortRemote", kIn, std::make_shared<MatchSrcPort>(eth40), 0, {"SrcPort=module 0/0x0, port -1/0xffffffff"}, {}},
+        Row{"SrcPortUnknown", kIn, std::make_shared<MatchSrcPort>(eth50), -2, {},
+            {"Filters-ll-bcm: failed to get BCM port for 'eth50' - HAL ID not found\n"}},
+        Row{"VirtualPortFoundAsServicePort", kIn, std::make_shared<MatchVirtualPort>(limid_vpn_access(2)), 0, {"InPorts={7}/{0-32}"}, {}},
+        Row{"VirtualPortUnknown", kIn, std::make_shared<MatchVirtualPort>(limid_vpn_access(3)), -2, {},
+            {"Filters-ll-bcm: Virtual Port not found\n"}}),
+    [](const auto& test) { return std::string(test.param.name); });
+// clang-format on
+
+TEST_F(MatchTranslation, InPortsIsRewrittenFromTheCacheWhichPassesItsOwnCode) {
+  ASSERT_EQ(bcm_field_entry_create_id(0, 16, 1500), 0);
+  log.clear();
+  EXPECT_EQ(HalFiltersLL::ConfigureInPortsMatch(1500), -2);
+  EXPECT_EQ(log.texts(),
+            std::vector<std::string>{"Entry 1500 does not exist on the ingress port bitmap cache"});
+  ASSERT_EQ(HalFiltersLL::filters_cache_.UpdatePortListEntryInformation(ports({lag1}), 1500), 0);
+  EXPECT_EQ(HalFiltersLL::ConfigureInPortsMatch(1500), 0);
+  EXPECT_EQ(qualifiers_of(1500), std::vector<std::string>{"InPorts={4,5}/{0-32}"});
+}
 
 TEST_F(MatchTranslation, AMatchOfTheWrongClassLogsItsCastingError) {
   const std::map<int, std::string> cast_errors = {
