@@ -63,73 +63,35 @@ std::vector<uint8_t> tcpOverIpv4() {
   return Frame().ipv4(0x0a000001, 0x0a000002, capture_frames::kTcp, 46, 63).ports(1234, 80).bytes();
 }
 
+std::vector<uint8_t> doubleTagged() {
+  return Frame().tag(0x88a8, 100, 6).tag(0x8100, 200, 3).ipv4(1, 2, capture_frames::kTcp).ports(22, 23).bytes();
+}
+
+// clang-format off
 INSTANTIATE_TEST_SUITE_P(
     Table, FrameParser,
     ::testing::Values(
-        Row{"UntaggedTcp",
-            tcpOverIpv4(),
-            kWhole,
-            {"dst_mac 02:00:00:00:00:02", "src_mac 02:00:00:00:00:01", "ether_type 0x0800",
-             "src_ip 10.0.0.1", "dst_ip 10.0.0.2", "protocol 6", "dscp 46", "ttl 63",
-             "src_port 1234", "dst_port 80"},
+        Row{"UntaggedTcp", tcpOverIpv4(), kWhole,
+            {"dst_mac 02:00:00:00:00:02", "src_mac 02:00:00:00:00:01", "ether_type 0x0800", "src_ip 10.0.0.1",
+             "dst_ip 10.0.0.2", "protocol 6", "dscp 46", "ttl 63", "src_port 1234", "dst_port 80"},
             {"vlan", "inner_vlan"}},
-        Row{"CustomerTaggedUdp",
-            Frame()
-                .tag(0x8100, 10, 5)
-                .ipv4(0xc0000201, 0xc0000202, capture_frames::kUdp)
-                .ports(5353, 53)
-                .bytes(),
-            kWhole,
-            {"vlan 10", "pcp 5", "ether_type 0x0800", "protocol 17", "src_port 5353",
-             "dst_port 53"},
-            {"inner_vlan"}},
-        Row{"DoubleTagged",
-            Frame()
-                .tag(0x88a8, 100, 6)
-                .tag(0x8100, 200, 3)
-                .ipv4(1, 2, capture_frames::kTcp)
-                .ports(22, 23)
-                .bytes(),
-            kWhole,
-            {"vlan 100", "pcp 6", "inner_vlan 200", "inner_pcp 3", "ether_type 0x0800",
-             "src_port 22", "dst_port 23"},
-            {}},
-        Row{"IcmpHasNoPorts",
-            Frame().ipv4(1, 2, capture_frames::kIcmp).l4({8, 0, 0x12, 0x34}).bytes(),
-            kWhole,
-            {"protocol 1", "src_port 0", "dst_port 0"},
-            {}},
-        Row{"Ipv6Udp",
-            Frame().ipv6(kDocumentationHost, capture_frames::kUdp, 34, 5).ports(4000, 443).bytes(),
-            kWhole,
-            {"ether_type 0x86dd", "dst_ipv6 2001:db8::1", "protocol 17", "dscp 34", "ttl 5",
-             "src_port 4000", "dst_port 443"},
+        Row{"CustomerTaggedUdp", Frame().tag(0x8100, 10, 5).ipv4(0xc0000201, 0xc0000202, capture_frames::kUdp).ports(5353, 53).bytes(), kWhole,
+            {"vlan 10", "pcp 5", "ether_type 0x0800", "protocol 17", "src_port 5353", "dst_port 53"}, {"inner_vlan"}},
+        Row{"DoubleTagged", doubleTagged(), kWhole,
+            {"vlan 100", "pcp 6", "inner_vlan 200", "inner_pcp 3", "ether_type 0x0800", "src_port 22", "dst_port 23"}, {}},
+        Row{"IcmpHasNoPorts", Frame().ipv4(1, 2, capture_frames::kIcmp).l4({8, 0, 0x12, 0x34}).bytes(), kWhole,
+            {"protocol 1", "src_port 0", "dst_port 0"}, {}},
+        Row{"Ipv6Udp", Frame().ipv6(kDocumentationHost, capture_frames::kUdp, 34, 5).ports(4000, 443).bytes(), kWhole,
+            {"ether_type 0x86dd", "dst_ipv6 2001:db8::1", "protocol 17", "dscp 34", "ttl 5", "src_port 4000", "dst_port 443"},
             {"src_ip"}},
-        Row{"Icmpv6",
-            Frame().ipv6(kDocumentationHost, capture_frames::kIcmpv6).l4({128, 0, 0, 0}).bytes(),
-            kWhole,
-            {"protocol 58", "src_port 0", "dst_port 0"},
-            {}},
-        Row{"CutInsideTheIpv4Header",
-            tcpOverIpv4(),
-            14 + 14,
-            {"ether_type 0x0800", "protocol 6", "ttl 63", "src_ip 0.0.0.0", "src_port 0"},
-            {}},
-        Row{"CutInsideTheSourcePort",
-            tcpOverIpv4(),
-            14 + 20 + 1,
-            {"dst_ip 10.0.0.2", "src_port 0"},
-            {}},
-        Row{"CutInsideATag",
-            Frame().tag(0x8100, 10, 5).bytes(),
-            15,
-            {"ether_type 0x8100"},
-            {"vlan", "src_ip"}},
-        Row{"ShorterThanTheAddresses",
-            tcpOverIpv4(),
-            8,
-            {"src_mac 00:00:00:00:00:00"},
-            {"src_ip"}}));
+        Row{"Icmpv6", Frame().ipv6(kDocumentationHost, capture_frames::kIcmpv6).l4({128, 0, 0, 0}).bytes(), kWhole,
+            {"protocol 58", "src_port 0", "dst_port 0"}, {}},
+        Row{"CutInsideTheIpv4Header", tcpOverIpv4(), 14 + 14,
+            {"ether_type 0x0800", "protocol 6", "ttl 63", "src_ip 0.0.0.0", "src_port 0"}, {}},
+        Row{"CutInsideTheSourcePort", tcpOverIpv4(), 14 + 20 + 1, {"dst_ip 10.0.0.2", "src_port 0"}, {}},
+        Row{"CutInsideATag", Frame().tag(0x8100, 10, 5).bytes(), 15, {"ether_type 0x8100"}, {"vlan", "src_ip"}},
+        Row{"ShorterThanTheAddresses", tcpOverIpv4(), 8, {"src_mac 00:00:00:00:00:00"}, {"src_ip"}}));
+// clang-format on
 
 // Every prefix of a frame with every header parses, and the whole frame gives the most fields.
 TEST(FrameParserPrefixes, ParseWithinTheirBytes) {

@@ -83,27 +83,4 @@ TEST(FiltersEntry, MatchesActionsCountersAndGroupEntriesAreOrdered) {
   EXPECT_EQ(ids, (std::vector<unsigned>{4, 30}));
 }
 
-TEST(FiltersEntry, PolicersAreAbsentUntilSet) {
-  FiltersEntry entry(1, 0);
-  EXPECT_EQ(entry.getPolicer().GetId(), 0xFFFFFFFFu);
-  EXPECT_FALSE(entry.getPolicerParent());
-  entry.setPolicer(
-      policer::Policer(4, policer::Policer::STAGE_INGRESS, policer::Mode::Flow(1000, 1500), {}));
-  entry.setPolicerParent(std::make_shared<policer::Policer>());
-  EXPECT_EQ(entry.getPolicer().GetId(), 4u);
-  EXPECT_EQ(entry.getPolicer().GetMode().GetCbs(), 1500u);
-  EXPECT_TRUE(entry.getPolicerParent());
-}
-
-TEST(FiltersEntry, CloneKeepsTheConcreteClass) {
-  const MatchIngressPorts ports(std::list<limid_t>{limid_lag(2)},
-                                std::list<port_type_t>{PORT_TYPE_CPU});
-  std::shared_ptr<const Match> copy = static_cast<const Match&>(ports).clone();
-  auto* same = dynamic_cast<const MatchIngressPorts*>(copy.get());
-  ASSERT_NE(same, nullptr);
-  EXPECT_EQ(same->getPorts(), ports.getPorts());
-  EXPECT_EQ(same->getExcludedPortTypes(), ports.getExcludedPortTypes());
-  EXPECT_EQ(dynamic_cast<const MatchEgressPorts*>(copy.get()), nullptr);
-}
-
 }  // namespace
