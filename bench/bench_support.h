@@ -6,35 +6,21 @@
 #include <vector>
 
 #include <bcmsim/device.h>
-#include <encap/destination_orchestrator.h>
-#include <hal_bcm_common/hal_bcm_common.h>
 #include <hal_callbacks/hal_callbacks_itf.h>
-#include <hal_filters_ll/hal_filters_bcm.h>
-#include <lag/lag_orchestrator.h>
+
+#include "support/filters_instance.h"
 
 namespace bench_support {
 
 using namespace FiltersCommon;
 
-class Filters : public HalFiltersLL::HalFiltersBcm {
- public:
-  Filters(std::shared_ptr<halswitchl2if::LagOrchestrator> lag,
-          hal_encap::DestinationOrchestrator* dest)
-      : HalFiltersBcm(std::move(lag), dest) {}
-};
+using Filters = test_support::TestableFilters;
 
 // The device, ports eth1..eth32 and a filters instance subscribed to LAG events.
 struct Switch {
   explicit Switch(const bcmsim::Config& config = bcmsim::Config{}) {
     bcmsim::reset(config);
-    HalBcmCommon& common = HalBcmCommon::GetInstance();
-    common.Reset();
-    for (int port = 0; port <= 32; ++port) {
-      bcm_gport_t gport;
-      BCM_GPORT_LOCAL_SET(gport, port);
-      common.SetGport(port ? limid_ethernet(port) : limid_cpuport_from_components(1, 1, 0, 1),
-                      gport);
-    }
+    test_support::set_up_ports();
     HalFiltersLL::filters_cache_.CleanupCache();
     HalCallbacksItf::getInstance().setLevel(HalCallbacksItf::kError);
     filters = std::make_unique<Filters>(lags, &destinations);

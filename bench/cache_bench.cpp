@@ -7,14 +7,15 @@ namespace {
 
 using namespace FiltersCommon;
 
-// An egress entry over `ports` ports and `vlans` VLAN ids: a pool of ports x vlans entries.
+// A pre-ingress entry over `ports` ports and `vlans` VLAN ids: a pool of ports x vlans entries,
+// up to the 256 ids of its block.
 FiltersEntry entry_over(int ports, int vlans) {
   std::list<limid_t> port_list;
   for (int port = 1; port <= ports; ++port) port_list.push_back(limid_ethernet(port));
   std::set<unsigned short> vlan_ids;
   for (int vlan = 1; vlan <= vlans; ++vlan) vlan_ids.insert(static_cast<unsigned short>(vlan));
   FiltersEntry entry(1, 0);
-  entry.setMatch(MatchEgressPorts(port_list));
+  entry.setMatch(MatchIngressPorts(port_list));
   entry.setMatch(MatchExternalVlanId(vlan_ids));
   entry.setMatch(MatchDstMac(mac_address_t{0, 1, 2, 3, 4, 5}, mac_address_t{}));
   entry.setAction(Action(FILTERS_ACTION_DROP));
@@ -27,10 +28,10 @@ void BM_InitializeEntriesPool(benchmark::State& state) {
   const int vlans = static_cast<int>(state.range(1));
   const FiltersEntry entry = entry_over(ports, vlans);
   HalFiltersLL::FilterEntriesCache cache;
-  const HalFiltersLL::user_entry_key_t key{FILTERS_GROUP_STAGE_EGRESS, 0, 1};
+  const HalFiltersLL::user_entry_key_t key{FILTERS_GROUP_STAGE_PRE_INGRESS, 0, 1};
   for (auto _ : state) {
-    benchmark::DoNotOptimize(cache.InitializeEntriesPool(key, 2097152, entry));
-    cache.DestroyEntriesPool(2097152);
+    if (cache.InitializeEntriesPool(key, 0, entry) != 0) state.SkipWithError("refused");
+    cache.DestroyEntriesPool(0);
   }
   state.SetItemsProcessed(state.iterations() * ports * vlans);
 }
