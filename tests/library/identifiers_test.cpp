@@ -1,4 +1,6 @@
 // Hardware identifiers at the boundaries of every stage, and SDK results as result codes.
+#include <functional>
+
 #include <gtest/gtest.h>
 
 #include "support/filters_fixture.h"
@@ -76,64 +78,44 @@ TEST_F(Identifiers, EntryIdsAndPrioritiesAtEveryStageBoundary) {
   }
 }
 
-struct ErrorRow {
-  int rv;
-  halFiltersErr_t result;
-  const char* line;  // empty: nothing is logged
-};
-
-TEST_F(Identifiers, GroupErrorsBecomeTheirCodesAndLines) {
-  const ErrorRow rows[] = {
-      {BCM_E_NONE, HalFiltersLL::HAL_FILTERS_OK, ""},
-      {BCM_E_EXISTS, HalFiltersLL::HAL_FILTERS_ERR_FAILED,
-       "Could not create filter group with ID 17, group already exists"},
-      {BCM_E_PARAM, HalFiltersLL::HAL_FILTERS_ERR_FAILED,
-       "Could not create filter group with ID 17, invalid priority 9"},
-      {BCM_E_RESOURCE, HalFiltersLL::HAL_FILTERS_ERR_NO_RESOURCE,
-       "Could not create filter group with ID 17, no resources available"},
-      {BCM_E_BUSY, HalFiltersLL::HAL_FILTERS_ERR_SDK,
-       "Could not create filter group with ID 17, prio 9, bcm error -10\n\t(bcm internal msg: "
-       "Operation still running)"},
-      {-30, HalFiltersLL::HAL_FILTERS_ERR_SDK,
-       "Could not create filter group with ID 17, prio 9, bcm error -30\n\t(bcm internal msg: "
-       "Unknown error)"},
-      {2, HalFiltersLL::HAL_FILTERS_ERR_SDK,
-       "Could not create filter group with ID 17, prio 9, bcm error 2\n\t(bcm internal msg: "
-       "Unknown error)"},
+TEST_F(Identifiers, SdkErrorsBecomeTheirCodesAndErrorLines) {
+  using Handle = std::function<halFiltersErr_t(int)>;
+  const Handle group = [&](int rv) { return filters->handleBcmGroupError(rv, 17, 9, "create"); };
+  const Handle entry = [&](int rv) {
+    return filters->handleBcmEntryError(rv, 16, 1048577, "destroy");
   };
-  for (const ErrorRow& row : rows) {
+  const std::string g = "Could not create filter group with ID 17, ";
+  const std::string e = "Could not destroy filter entry 1048577 on group 16, ";
+  using namespace HalFiltersLL;
+  const struct {
+    const Handle& handle;
+    int rv;
+    halFiltersErr_t result;
+    std::string line;  // empty: nothing is logged
+  } rows[] = {
+      // clang-format off
+      {group, BCM_E_NONE, HAL_FILTERS_OK, ""},
+      {group, BCM_E_EXISTS, HAL_FILTERS_ERR_FAILED, g + "group already exists"},
+      {group, BCM_E_PARAM, HAL_FILTERS_ERR_FAILED, g + "invalid priority 9"},
+      {group, BCM_E_RESOURCE, HAL_FILTERS_ERR_NO_RESOURCE, g + "no resources available"},
+      {group, BCM_E_BUSY, HAL_FILTERS_ERR_SDK, g + "prio 9, bcm error -10\n\t(bcm internal msg: Operation still running)"},
+      {group, -30, HAL_FILTERS_ERR_SDK, g + "prio 9, bcm error -30\n\t(bcm internal msg: Unknown error)"},
+      {group, 2, HAL_FILTERS_ERR_SDK, g + "prio 9, bcm error 2\n\t(bcm internal msg: Unknown error)"},
+      {entry, BCM_E_NONE, HAL_FILTERS_OK, ""},
+      {entry, BCM_E_EXISTS, HAL_FILTERS_ERR_FAILED, e + "entry already exists"},
+      {entry, BCM_E_NOT_FOUND, HAL_FILTERS_ERR_FAILED, e + "invalid group"},
+      {entry, BCM_E_INIT, HAL_FILTERS_ERR_FAILED, e + "bcm unit not initialized"},
+      {entry, BCM_E_RESOURCE, HAL_FILTERS_ERR_SDK, e + "bcm error: -14\n\t(bcm internal msg: No resources for operation)"},
+      {entry, BCM_E_PARTIAL, HAL_FILTERS_ERR_SDK, e + "bcm error: -22\n\t(bcm internal msg: Partial success)"},
+      {entry, -23, HAL_FILTERS_ERR_SDK, e + "bcm error: -23\n\t(bcm internal msg: Unknown error)"},
+      // clang-format on
+  };
+  for (const auto& row : rows) {
     log.clear();
-    EXPECT_EQ(filters->handleBcmGroupError(row.rv, 17, 9, "create"), row.result) << row.rv;
-    EXPECT_EQ(log.texts(HalCallbacksItf::kError),
-              std::string(row.line).empty() ? std::vector<std::string>{}
+    EXPECT_EQ(row.handle(row.rv), row.result) << row.line;
+    EXPECT_EQ(log.texts(), log.texts(HalCallbacksItf::kError)) << row.line;
+    EXPECT_EQ(log.texts(), row.line.empty() ? std::vector<std::string>{}
                                             : std::vector<std::string>{row.line});
-  }
-}
-
-TEST_F(Identifiers, EntryErrorsBecomeTheirCodesAndLines) {
-  const ErrorRow rows[] = {
-      {BCM_E_NONE, HalFiltersLL::HAL_FILTERS_OK, ""},
-      {BCM_E_EXISTS, HalFiltersLL::HAL_FILTERS_ERR_FAILED,
-       "Could not destroy filter entry 1048577 on group 16, entry already exists"},
-      {BCM_E_NOT_FOUND, HalFiltersLL::HAL_FILTERS_ERR_FAILED,
-       "Could not destroy filter entry 1048577 on group 16, invalid group"},
-      {BCM_E_INIT, HalFiltersLL::HAL_FILTERS_ERR_FAILED,
-       "Could not destroy filter entry 1048577 on group 16, bcm unit not initialized"},
-      {BCM_E_RESOURCE, HalFiltersLL::HAL_FILTERS_ERR_SDK,
-       "Could not destroy filter entry 1048577 on group 16, bcm error: -14\n\t(bcm internal msg: "
-       "No resources for operation)"},
-      {BCM_E_PARTIAL, HalFiltersLL::HAL_FILTERS_ERR_SDK,
-       "Could not destroy filter entry 1048577 on group 16, bcm error: -22\n\t(bcm internal msg: "
-       "Partial success)"},
-      {-23, HalFiltersLL::HAL_FILTERS_ERR_SDK,
-       "Could not destroy filter entry 1048577 on group 16, bcm error: -23\n\t(bcm internal msg: "
-       "Unknown error)"},
-  };
-  for (const ErrorRow& row : rows) {
-    log.clear();
-    EXPECT_EQ(filters->handleBcmEntryError(row.rv, 16, 1048577, "destroy"), row.result) << row.rv;
-    EXPECT_EQ(log.texts(), std::string(row.line).empty() ? std::vector<std::string>{}
-                                                         : std::vector<std::string>{row.line});
   }
 }
 

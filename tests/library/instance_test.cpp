@@ -53,7 +53,7 @@ TEST_F(StartUp, EnablesTheCpuPortSwitchesL3EgressModeOnAndCreatesTheBlackHole) {
 struct StartUpFailure {
   const char* name;
   bcmsim::Fault fault;
-  const char* line;
+  std::string line;
   size_t calls_made;  // how many of the start-up calls were made
   bool black_hole;  // whether the black hole egress object exists
 };
@@ -81,27 +81,19 @@ bcmsim::Fault fail(const char* function, int rv, int nth = 1) {
   return {function, rv, nth, std::nullopt, false};
 }
 
+const std::string kCpuPort = "Filters-ll-bcm: Error enabling bcmPortControlFilter";
+
+// clang-format off
 INSTANTIATE_TEST_SUITE_P(
     Table, StartUpFailures,
     ::testing::Values(
-        StartUpFailure{"IngressControl", fail("bcm_port_control_set", BCM_E_PORT, 1),
-                       "Filters-ll-bcm: Error enabling bcmPortControlFilterIngress for CPU port: "
-                       "Invalid port",
-                       6, true},
-        StartUpFailure{"EgressControl", fail("bcm_port_control_set", BCM_E_UNAVAIL, 2),
-                       "Filters-ll-bcm: Error enabling bcmPortControlFilterEgress for CPU port: "
-                       "Feature unavailable",
-                       6, true},
-        StartUpFailure{"LookupControl", fail("bcm_port_control_set", -99, 3),
-                       "Filters-ll-bcm: Error enabling bcmPortControlFilterLookup for CPU port: "
-                       "Unknown error",
-                       6, true},
-        StartUpFailure{"EgressMode", fail("bcm_switch_control_set", BCM_E_FAIL),
-                       "Filters-ll-bcm: error changing L3 egress mode to use VLAN ports", 4, false},
-        StartUpFailure{"BlackHole", fail("bcm_l3_egress_create", BCM_E_FULL),
-                       "Filters-ll-bcm: Error creating L3 egress black hole interface: Table full",
-                       6, false}),
+        StartUpFailure{"IngressControl", fail("bcm_port_control_set", BCM_E_PORT, 1), kCpuPort + "Ingress for CPU port: Invalid port", 6, true},
+        StartUpFailure{"EgressControl", fail("bcm_port_control_set", BCM_E_UNAVAIL, 2), kCpuPort + "Egress for CPU port: Feature unavailable", 6, true},
+        StartUpFailure{"LookupControl", fail("bcm_port_control_set", -99, 3), kCpuPort + "Lookup for CPU port: Unknown error", 6, true},
+        StartUpFailure{"EgressMode", fail("bcm_switch_control_set", BCM_E_FAIL), "Filters-ll-bcm: error changing L3 egress mode to use VLAN ports", 4, false},
+        StartUpFailure{"BlackHole", fail("bcm_l3_egress_create", BCM_E_FULL), "Filters-ll-bcm: Error creating L3 egress black hole interface: Table full", 6, false}),
     [](const auto& test) { return std::string(test.param.name); });
+// clang-format on
 
 // The one instance lives for the whole process, so each of these runs in a child process.
 TEST(Singleton, AFirstCallWithoutOrchestratorsNeverSubscribes) {
