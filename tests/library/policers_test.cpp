@@ -160,12 +160,6 @@ TEST_F(Policers, AttachFailuresReportTheSdkCodeAndTheEntrysOwnPolicer) {
   EXPECT_EQ(policers().size(), 2u) << "created policers stay";
 }
 
-TEST_F(Policers, AnEntryWithoutPolicerInstallsNothing) {
-  FiltersEntry entry(1, 0);
-  EXPECT_EQ(filters->installPolicer(kIn, 1, entry), 0);
-  EXPECT_TRUE(policers().empty());
-}
-
 TEST(PolicerDescriptions, ReadAsTheLogLinesPrintThem) {
   auto describe = [](const Policer& policer) {
     std::ostringstream text;
