@@ -7,8 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <bcm/field.h>
-
 #include "harness.h"
 
 namespace {
@@ -24,8 +22,9 @@ std::string report(uint64_t seed, const std::vector<Operation>& shortest) {
   std::ostringstream text;
   text << "seed " << seed << " fails; the shortest failing sequence has " << shortest.size()
        << " operations:\n";
-  for (size_t k = 0; k < shortest.size(); ++k)
+  for (size_t k = 0; k < shortest.size(); ++k) {
     text << "  " << k << ": " << shortest[k].text() << "\n";
+  }
   text << "what the checks found:\n";
   for (const std::string& violation : run_sequence(shortest).violations) {
     text << "  " << violation << "\n";
@@ -59,13 +58,11 @@ TEST(RandomSequences, KeepTheDeviceAndTheCacheAsTheModelSays) {
 // The checks must see a device that drifts from the model, and the shrinking must keep only
 // what it takes: here a hardware entry destroyed behind the library's back.
 TEST(RandomSequences, ReportAndShrinkADeviceThatDriftsFromTheModel) {
-  EntrySpec spec;
-  spec.stage = FiltersCommon::FILTERS_GROUP_STAGE_EGRESS;
-  spec.ports = {limid_ethernet(3)};
-  spec.vlans = {10};
-  spec.pcps = {1};
   Operation create = Operation::of(Operation::kCreateEntry);
-  create.entry = spec;
+  create.entry.stage = FiltersCommon::FILTERS_GROUP_STAGE_EGRESS;
+  create.entry.ports = {limid_ethernet(3)};
+  create.entry.vlans = {10};
+  create.entry.pcps = {1};
   Operation tamper = create;
   tamper.kind = Operation::kDestroyBehindTheLibrary;
   Operation unrelated = Operation::of(Operation::kAddMember);
