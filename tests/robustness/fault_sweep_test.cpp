@@ -11,7 +11,7 @@
 
 #include <bcm/error.h>
 
-#include "harness.h"
+#include "operations.h"
 
 namespace {
 
@@ -35,58 +35,6 @@ std::vector<int> failure_codes(const std::string& function) {
   return codes == kCodes.end() ? std::vector<int>{BCM_E_INTERNAL} : codes->second;
 }
 
-// Entry `id` of `stage` on port `id` and LAG 1.
-EntrySpec over_lag(filtersGroupStage_t stage, unsigned id, std::set<unsigned short> vlans,
-                   std::vector<std::pair<unsigned short, counter_type_t>> counters) {
-  EntrySpec spec;
-  spec.stage = stage;
-  spec.id = id;
-  spec.ports = {limid_ethernet(id), limid_lag(1)};
-  spec.vlans = std::move(vlans);
-  spec.counters = std::move(counters);
-  return spec;
-}
-
-EntrySpec preIngress() {
-  EntrySpec spec =
-      over_lag(FILTERS_GROUP_STAGE_PRE_INGRESS, 1, {5, 6}, {{104, COUNTER_TYPE_PACKETS}});
-  spec.pcps = {1, 2};
-  spec.pcp = 4;
-  return spec;
-}
-
-EntrySpec ingressPoliced() {
-  EntrySpec spec = over_lag(FILTERS_GROUP_STAGE_INGRESS, 2, {7},
-                            {{208, COUNTER_TYPE_PACKETS}, {209, COUNTER_TYPE_BYTES}});
-  spec.src_ip = 0x0a000000;
-  spec.src_ip_mask = 0xff000000;
-  spec.dscp = 10;
-  spec.new_dst_mac = 0x42;
-  spec.policer = 1;
-  spec.parent_policer = 10;
-  spec.policer_drops_red = true;
-  spec.policer_green_pcp = 3;
-  return spec;
-}
-
-EntrySpec egressPoliced() {
-  EntrySpec spec = over_lag(FILTERS_GROUP_STAGE_EGRESS, 3, {8, 9}, {{312, COUNTER_TYPE_BYTES}});
-  spec.pcps = {5};
-  spec.drop = true;
-  spec.policer = 21;
-  spec.parent_policer = 30;
-  spec.policer_yellow_dscp = 12;
-  return spec;
-}
-
-EntrySpec ingressSwitching() {
-  EntrySpec spec = over_lag(FILTERS_GROUP_STAGE_INGRESS, 4, {11}, {{216, COUNTER_TYPE_PACKETS}});
-  spec.src_ip = 0x0b000000;
-  spec.src_ip_mask = 0xffff0000;
-  spec.destination = 1;
-  return spec;
-}
-
 Operation op(Operation::Kind kind, const EntrySpec& spec = {}, unsigned number = 0) {
   Operation op = Operation::of(kind);
   op.entry = spec;
@@ -101,9 +49,48 @@ struct SweptOperation {
 };
 
 std::vector<SweptOperation> swept_operations() {
+  // Entry `id` of `stage` on port `id` and LAG 1, with a counter.
+  auto over_lag = [](filtersGroupStage_t stage, unsigned id, std::set<unsigned short> vlans) {
+    EntrySpec spec;
+    spec.stage = stage;
+    spec.id = id;
+    spec.ports = {limid_ethernet(id), limid_lag(1)};
+    spec.vlans = std::move(vlans);
+    spec.counters = {{counter_number(stage, id, 0), COUNTER_TYPE_PACKETS}};
+    return spec;
+  };
+  EntrySpec pre_ingress = over_lag(FILTERS_GROUP_STAGE_PRE_INGRESS, 1, {5, 6});
+  pre_ingress.pcps = {1, 2};
+  pre_ingress.pcp = 4;
+  EntrySpec policed = over_lag(FILTERS_GROUP_STAGE_INGRESS, 2, {7});
+  policed.src_ip = 0x0a000000;
+  policed.src_ip_mask = 0xff000000;
+  policed.dscp = 10;
+  policed.new_dst_mac = 0x42;
+  policed.counters.push_back({counter_number(policed.stage, 2, 1), COUNTER_TYPE_BYTES});
+  policed.policer = 1;
+  policed.parent_policer = 10;
+  policed.policer_drops_red = true;
+  policed.policer_green_pcp = 3;
+  EntrySpec egress = over_lag(FILTERS_GROUP_STAGE_EGRESS, 3, {8, 9});
+  egress.pcps = {5};
+  egress.drop = true;
+  egress.counters[0].second = COUNTER_TYPE_BYTES;
+  egress.policer = 21;
+  egress.parent_policer = 30;
+  egress.policer_yellow_dscp = 12;
+  EntrySpec switching = over_lag(FILTERS_GROUP_STAGE_INGRESS, 4, {11});
+  switching.src_ip = 0x0b000000;
+  switching.src_ip_mask = 0xffff0000;
+  switching.destination = 1;
+  EntrySpec changed = policed;
+  changed.ports = {limid_ethernet(5)};
+  changed.counters = {{counter_number(policed.stage, 2, 0), COUNTER_TYPE_BYTES}};
+  changed.parent_policer.reset();
+
   const Operation groups = op(Operation::kCreateGroups);
   std::vector<Operation> three_created = {groups};
-  for (const EntrySpec& spec : {preIngress(), ingressPoliced(), egressPoliced()}) {
+  for (const EntrySpec& spec : {pre_ingress, policed, egress}) {
     three_created.push_back(op(Operation::kCreateEntry, spec));
   }
   auto after_three = [&](const Operation& swept) {
@@ -111,24 +98,19 @@ std::vector<SweptOperation> swept_operations() {
     sequence.push_back(swept);
     return sequence;
   };
-  EntrySpec changed = ingressPoliced();
-  changed.ports = {limid_ethernet(5)};
-  changed.counters = {{208, COUNTER_TYPE_BYTES}};
-  changed.parent_policer.reset();
   Operation groups_with_entries = groups;
-  groups_with_entries.group_entries = {preIngress(), ingressPoliced(), egressPoliced()};
+  groups_with_entries.group_entries = {pre_ingress, policed, egress};
   return {
-      {"create at pre-ingress", {groups, op(Operation::kCreateEntry, preIngress())}},
-      {"create at ingress", {groups, op(Operation::kCreateEntry, ingressPoliced())}},
-      {"create at egress", {groups, op(Operation::kCreateEntry, egressPoliced())}},
+      {"create at pre-ingress", {groups, op(Operation::kCreateEntry, pre_ingress)}},
+      {"create at ingress", {groups, op(Operation::kCreateEntry, policed)}},
+      {"create at egress", {groups, op(Operation::kCreateEntry, egress)}},
       {"update", after_three(op(Operation::kUpdateEntry, changed))},
-      {"delete", after_three(op(Operation::kDeleteEntry, egressPoliced()))},
+      {"delete", after_three(op(Operation::kDeleteEntry, egress))},
       {"LAG member add", after_three(op(Operation::kAddMember, {}, 12))},
       {"LAG member remove", after_three(op(Operation::kRemoveMember, {}, 9))},
       {"LAG destroy", after_three(op(Operation::kDestroyLag))},
       {"destination removal",
-       {groups, op(Operation::kCreateEntry, ingressSwitching()),
-        op(Operation::kRemoveDestination, {}, 1)}},
+       {groups, op(Operation::kCreateEntry, switching), op(Operation::kRemoveDestination, {}, 1)}},
       {"group create with entries", {groups_with_entries}},
   };
 }

@@ -1,4 +1,4 @@
-#include "harness.h"
+#include "operations.h"
 
 #include <algorithm>
 #include <functional>
@@ -54,26 +54,13 @@ EntryContent installed_content(const bcmsim::Entry& entry) {
   return content;
 }
 
-std::map<int, std::string> device_contents() {
-  std::map<int, std::string> contents;
-  for (int id : bcmsim::state().entry_ids()) {
-    contents[id] = installed_content(*bcmsim::state().entry(id)).text();
-  }
-  return contents;
-}
-
 // A library call on one user entry or counter, what it answered, and whether the model expected
 // it to succeed. A user repeats such a call after a failure.
 struct Call {
   std::function<int()> library;
   bool accepted;
-  int rc;
+  int rc = library();
 };
-
-Call call(std::function<int()> library, bool accepted) {
-  const int rc = library();
-  return Call{std::move(library), accepted, rc};
-}
 
 class Run {
  public:
@@ -129,13 +116,11 @@ class Run {
   // after a topology change the user entries it reached are deleted, and a delete that reports a
   // failure is repeated once. The answer that counts is the repeated one.
   void step(const Operation& op, bool record_calls) {
-    std::vector<Key> reached;
-    if (op.kind == Operation::kAddMember || op.kind == Operation::kRemoveMember ||
-        op.kind == Operation::kDestroyLag) {
-      reached = model_->following(op.lag);
-    } else if (op.kind == Operation::kRemoveDestination) {
-      reached = model_->sending_to(op.destination);
-    }
+    const bool lag_change = op.kind == Operation::kAddMember ||
+                            op.kind == Operation::kRemoveMember ||
+                            op.kind == Operation::kDestroyLag;
+    const std::vector<Key> reached =
+        lag_change ? model_->following(op.lag) : model_->sending_to(op.destination);
     if (op.fault) {
       bcmsim::inject_fault(*op.fault);
       ++result_.faults_injected;
@@ -151,13 +136,7 @@ class Run {
       ++result_.faults_fired;
       if (call && call->rc != 0) call->rc = call->library();
       if (op.kind == Operation::kCreateGroups) createGroups(op.group_entries, failed_groups_);
-      for (const Key& key : reached) {
-        if (filters_->deleteEntry(key.stage, 0, key.id) != 0 &&
-            filters_->deleteEntry(key.stage, 0, key.id) != 0) {
-          violation("deleting " + key.text() + " after the fault failed twice");
-        }
-        model_->remove(key);
-      }
+      for (const Key& key : reached) remove(key, 2, "after the fault");
     }
     if (!failed_groups_.empty()) violation("creating a group failed");
     if (call && (call->rc == 0) != call->accepted) {
@@ -168,14 +147,7 @@ class Run {
   }
 
   void finish() {
-    std::vector<Key> live;
-    for (const auto& [key, entry] : model_->entries()) live.push_back(key);
-    for (const Key& key : live) {
-      if (filters_->deleteEntry(key.stage, 0, key.id) != 0) {
-        violation("deleting " + key.text() + " at the end failed");
-      }
-      model_->remove(key);
-    }
+    for (const auto& [key, entry] : std::map(model_->entries())) remove(key, 1, "at the end");
     check();
   }
 
@@ -197,20 +169,20 @@ class Run {
         }
         return std::nullopt;
       case Operation::kCreateEntry:
-        return call([&] { return filters_->createEntry(spec.stage, 0, spec.toEntry()); },
-                    model_->create(spec));
+        return Call{[&] { return filters_->createEntry(spec.stage, 0, spec.toEntry()); },
+                    model_->create(spec)};
       case Operation::kUpdateEntry:
-        return call([&] { return filters_->updateEntry(spec.stage, 0, spec.toEntry()); },
-                    model_->update(spec));
+        return Call{[&] { return filters_->updateEntry(spec.stage, 0, spec.toEntry()); },
+                    model_->update(spec)};
       case Operation::kDeleteEntry:
-        return call([&] { return filters_->deleteEntry(spec.stage, 0, spec.id); },
-                    model_->remove(key_of(spec)));
+        return Call{[&] { return filters_->deleteEntry(spec.stage, 0, spec.id); },
+                    model_->remove(key_of(spec))};
       case Operation::kReadCounter: {
         bool counted = false;
         for (const auto& [key, entry] : model_->entries()) {
           for (const auto& counter : entry.spec.counters) counted |= counter.first == op.counter;
         }
-        return call([&] { return readCounter(op.counter); }, counted);
+        return Call{[&] { return readCounter(op.counter); }, counted};
       }
       case Operation::kAddMember:
         return lagChange(lags_->AddMember(lag, member), model_->addMember(op.lag, port));
@@ -266,6 +238,13 @@ class Run {
     if ((rc != -2) != modelled) violation("the LAG orchestrator and the model disagree");
     return std::nullopt;
   }
+  // Deletes a user entry from the library, in up to `attempts` tries, and from the model.
+  void remove(const Key& key, int attempts, const std::string& when) {
+    int rc = -1;
+    for (int k = 0; k < attempts && rc != 0; ++k) rc = filters_->deleteEntry(key.stage, 0, key.id);
+    if (rc != 0) violation("deleting " + key.text() + " " + when + " failed");
+    model_->remove(key);
+  }
   int readCounter(unsigned short counter) {
     unsigned long long value = 0;
     return filters_->getCounterValue(counter, value);
@@ -276,9 +255,8 @@ class Run {
   // device is emptied, as on a restart, and the library must program every entry afresh: what it
   // had not forgotten would get in the way.
   void clearCache() {
-    const std::map<int, std::string> before = device_contents();
     filters_->clearCache();
-    if (device_contents() != before) violation("clearing the cache changed the device");
+    check();
     const auto& cache = filters_cache_;
     if (!cache.entries_info().empty() || !cache.lag_entries().empty() ||
         !cache.lag_pbmp_entries().empty() || !cache.ingress_pbmp().empty() ||
@@ -386,13 +364,10 @@ class Run {
   }
 
   std::optional<Key> owner(int hw_eid) const {
-    auto block = blocks_.upper_bound(hw_eid);
-    if (block == blocks_.begin()) return std::nullopt;
-    --block;
-    if (hw_eid >= block->first + facts_.entries_per_group[block->second.stage - 1]) {
-      return std::nullopt;
+    for (const auto& [base, key] : blocks_) {
+      if (hw_eid >= base && hw_eid < base + facts_.entries_per_group[key.stage - 1]) return key;
     }
-    return block->second;
+    return std::nullopt;
   }
 
   std::shared_ptr<halswitchl2if::LagOrchestrator> lags_ =

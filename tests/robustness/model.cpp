@@ -27,13 +27,6 @@ bcmsim::Words bitmap(const std::set<int>& ports) {
   return words;
 }
 
-std::string joined(std::vector<std::string> parts) {
-  std::sort(parts.begin(), parts.end());
-  std::string text;
-  for (const std::string& part : parts) text += (text.empty() ? "" : " ") + part;
-  return text;
-}
-
 }  // namespace
 
 void EntryContent::act(int action, uint32_t param0, bcmsim::ActionForm form,
@@ -47,15 +40,17 @@ void EntryContent::act(int action, uint32_t param0, bcmsim::ActionForm form,
 }
 
 std::string EntryContent::text() const {
-  std::vector<std::string> written, added;
+  std::vector<std::string> parts;
   for (const auto& q : qualifiers) {
-    written.push_back(bcmsim::qualifier_name(q.qualifier) + "=" + bcmsim::format_qualifier(q));
+    parts.push_back(bcmsim::qualifier_name(q.qualifier) + "=" + bcmsim::format_qualifier(q));
   }
   for (const auto& a : actions) {
-    added.push_back(bcmsim::action_name(a.action) + "(" + bcmsim::format_action(a) + ")");
+    parts.push_back(bcmsim::action_name(a.action) + "(" + bcmsim::format_action(a) + ")");
   }
-  std::string text = "prio " + std::to_string(priority) + " | " + joined(written) + " | " +
-                     joined(added) + " | stat";
+  std::sort(parts.begin(), parts.end());
+  std::string text = "prio " + std::to_string(priority) + " |";
+  for (const std::string& part : parts) text += " " + part;
+  text += " | stat";
   for (int type : stat_types) text += " " + bcmsim::stat_type_name(type);
   text += " | policers";
   for (const auto& policer : policers) text += " " + (policer ? std::to_string(*policer) : "-");
@@ -65,10 +60,9 @@ std::string EntryContent::text() const {
 bool Model::create(const EntrySpec& spec) {
   if (entries_.count(key_of(spec))) return false;
   ModelEntry entry{spec, {}, false, expand(spec, std::nullopt)};
-  if (spec.stage != FILTERS_GROUP_STAGE_INGRESS || !spec.all_but_cpu) {
-    for (const limid_t& port : spec.ports) {
-      if (auto lag = lag_of(port)) entry.followed_lags.insert(*lag);
-    }
+  const bool all_but_cpu = spec.stage == FILTERS_GROUP_STAGE_INGRESS && spec.all_but_cpu;
+  for (const limid_t& port : all_but_cpu ? std::vector<limid_t>{} : spec.ports) {
+    if (auto lag = lag_of(port)) entry.followed_lags.insert(*lag);
   }
   entries_.emplace(key_of(spec), std::move(entry));
   return true;
@@ -138,18 +132,10 @@ void Model::removeDestination(unsigned destination) {
   for (const Key& key : sending_to(destination)) entries_.at(key).l3_switch_removed = true;
 }
 
-std::vector<Key> Model::following(unsigned lag) const {
+std::vector<Key> Model::where(const std::function<bool(const ModelEntry&)>& holds) const {
   std::vector<Key> keys;
   for (const auto& [key, entry] : entries_) {
-    if (entry.followed_lags.count(lag)) keys.push_back(key);
-  }
-  return keys;
-}
-
-std::vector<Key> Model::sending_to(unsigned destination) const {
-  std::vector<Key> keys;
-  for (const auto& [key, entry] : entries_) {
-    if (entry.spec.destination == destination && !entry.l3_switch_removed) keys.push_back(key);
+    if (holds(entry)) keys.push_back(key);
   }
   return keys;
 }
@@ -157,12 +143,13 @@ std::vector<Key> Model::sending_to(unsigned destination) const {
 std::vector<ExpectedHw> Model::expand(const EntrySpec& spec,
                                       std::optional<LagMember> created_by) const {
   const bool ingress = spec.stage == FILTERS_GROUP_STAGE_INGRESS;
-  if (spec.ports.empty() && !(ingress && spec.all_but_cpu)) return {};  // nothing can match
+  const bool all_but_cpu = ingress && spec.all_but_cpu;
+  if (spec.ports.empty() && !all_but_cpu) return {};  // nothing can match
   // The ingress stage qualifies on one bitmap of ports; the others get one entry per port.
   std::set<int> in_ports;
   std::vector<std::pair<std::optional<int>, std::optional<LagMember>>> ports;
-  if (ingress && spec.all_but_cpu) in_ports = facts_.front_ports;
-  for (const limid_t& port : ingress&& spec.all_but_cpu ? std::vector<limid_t>{} : spec.ports) {
+  if (all_but_cpu) in_ports = facts_.front_ports;
+  for (const limid_t& port : all_but_cpu ? std::vector<limid_t>{} : spec.ports) {
     if (auto lag = lag_of(port)) {
       auto members = lags_.find(*lag);
       for (int member : members == lags_.end() ? std::set<int>{} : members->second) {

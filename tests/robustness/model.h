@@ -4,6 +4,7 @@
 #pragma once
 
 #include <array>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -97,8 +98,14 @@ class Model {
   void removeDestination(unsigned destination);
 
   // The live entries a topology change reaches.
-  std::vector<Key> following(unsigned lag) const;
-  std::vector<Key> sending_to(unsigned destination) const;
+  std::vector<Key> following(unsigned lag) const {
+    return where([lag](const ModelEntry& entry) { return entry.followed_lags.count(lag) > 0; });
+  }
+  std::vector<Key> sending_to(unsigned destination) const {
+    return where([destination](const ModelEntry& entry) {
+      return entry.spec.destination == destination && !entry.l3_switch_removed;
+    });
+  }
 
   const std::map<Key, ModelEntry>& entries() const { return entries_; }
   // The texts of the hardware entries of a user entry.
@@ -107,6 +114,7 @@ class Model {
  private:
   // Every hardware entry of `spec` over the current topology; `created_by`, when given, marks
   // them all as brought by that LAG member.
+  std::vector<Key> where(const std::function<bool(const ModelEntry&)>& holds) const;
   std::vector<ExpectedHw> expand(const EntrySpec& spec, std::optional<LagMember> created_by) const;
   // The entries following `lag` lose the hardware entries its member `ports` brought, and the
   // ports they do not name leave their bitmaps.

@@ -35,26 +35,24 @@ constexpr KindInfo kKinds[] = {
     {"destroy a hardware entry behind the library of", 0, kKey},
 };
 
-const char* const kFaultedFunctions[] = {
-    "bcm_field_entry_create_id",
-    "bcm_field_qualify_InPorts",
-    "bcm_field_qualify_OuterVlanId",
-    "bcm_field_qualify_EtherType_get",
-    "bcm_field_action_add",
-    "bcm_field_action_delete",
-    "bcm_field_entry_prio_set",
-    "bcm_field_entry_install",
-    "bcm_field_entry_reinstall",
-    "bcm_field_entry_destroy",
-    "bcm_field_stat_create",
-    "bcm_field_stat_destroy",
-    "bcm_field_entry_stat_attach",
-    "bcm_field_entry_stat_detach",
-    "bcm_policer_create",
-    "bcm_policer_destroy",
-    "bcm_field_entry_policer_attach",
-    "bcm_port_config_get",
-};
+const char* const kFaultedFunctions[] = {"bcm_field_entry_create_id",
+                                         "bcm_field_qualify_InPorts",
+                                         "bcm_field_qualify_OuterVlanId",
+                                         "bcm_field_qualify_EtherType_get",
+                                         "bcm_field_action_add",
+                                         "bcm_field_action_delete",
+                                         "bcm_field_entry_prio_set",
+                                         "bcm_field_entry_install",
+                                         "bcm_field_entry_reinstall",
+                                         "bcm_field_entry_destroy",
+                                         "bcm_field_stat_create",
+                                         "bcm_field_stat_destroy",
+                                         "bcm_field_entry_stat_attach",
+                                         "bcm_field_entry_stat_detach",
+                                         "bcm_policer_create",
+                                         "bcm_policer_destroy",
+                                         "bcm_field_entry_policer_attach",
+                                         "bcm_port_config_get"};
 
 class Generator {
  public:

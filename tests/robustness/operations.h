@@ -1,5 +1,5 @@
 // The operations of a random sequence, described by plain values so that a sequence can be
-// printed, replayed and shrunk.
+// printed, replayed and shrunk; running and shrinking sequences.
 #pragma once
 
 #include <cstdint>
@@ -86,5 +86,21 @@ inline unsigned short counter_number(FiltersCommon::filtersGroupStage_t stage, u
 
 // A reproducible sequence of `steps` operations for a seed.
 std::vector<Operation> generate(uint64_t seed, int steps);
+
+// Runs a sequence against the library on a fresh bcmsim device, keeps the model alongside and
+// checks the device and the cache after every step (harness.cpp).
+struct RunResult {
+  int steps = 0;                   // operations run, the final clean-up not counted
+  int faults_injected = 0;         // faults planned with an operation
+  int faults_fired = 0;            // of those, the ones the operation ran into
+  std::optional<int> failed_step;  // the operation after which a check failed; steps for the end
+  std::vector<std::string> calls;  // the SDK functions the last operation called, in order
+  std::vector<std::string> violations;
+};
+
+RunResult run_sequence(const std::vector<Operation>& operations);
+
+// The shortest sequence found, by cutting the tail and then single operations, that still fails.
+std::vector<Operation> shrink(std::vector<Operation> operations, int failed_step);
 
 }  // namespace robustness

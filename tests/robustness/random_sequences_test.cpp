@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "harness.h"
+#include "operations.h"
 
 namespace {
 
