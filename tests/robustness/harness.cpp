@@ -163,11 +163,6 @@ class Run {
       case Operation::kCreateGroups:
         createGroups(op.group_entries, {0, 1, 2});
         return std::nullopt;
-      case Operation::kCreateGroupAgain:
-        if (filters_->createGroup(FiltersGroup(FILTERS_GROUP_STAGE_INGRESS, 0, 0, 2)) == 0) {
-          violation("creating an existing group succeeded");
-        }
-        return std::nullopt;
       case Operation::kCreateEntry:
         return Call{[&] { return filters_->createEntry(spec.stage, 0, spec.toEntry()); },
                     model_->create(spec)};

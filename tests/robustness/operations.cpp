@@ -21,8 +21,7 @@ struct KindInfo {
 // Indexed by Operation::Kind.
 constexpr KindInfo kKinds[] = {
     {"create the groups", 0, 0},
-    {"create the ingress group again", 2, 0},
-    {"create", 30, kSpec},
+    {"create", 32, kSpec},
     {"update", 12, kSpec},
     {"delete", 18, kKey},
     {"add to", 12, kLag | kMember},

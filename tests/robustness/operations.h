@@ -48,7 +48,6 @@ struct Operation {
   // In the order of the table of kinds in operations.cpp.
   enum Kind {
     kCreateGroups,
-    kCreateGroupAgain,
     kCreateEntry,
     kUpdateEntry,
     kDeleteEntry,
