@@ -4,24 +4,53 @@
 #pragma once
 
 #include <array>
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
+#include <string>
+#include <tuple>
 #include <vector>
 
-#include "entry_content.h"
+#include <bcmsim/state.h>
+
 #include "operations.h"
 
 namespace robustness {
+
+// What one hardware entry holds, as one comparable line: the model writes it from a user entry,
+// the device check reads it from bcmsim.
+struct EntryContent {
+  int priority = 0;
+  std::vector<bcmsim::QualifierValue> qualifiers;
+  std::vector<bcmsim::ActionValue> actions;
+  std::vector<int> stat_types;  // of the attached statistics object, in its order
+  std::array<std::optional<int>, bcmsim::kPolicerLevels> policers{};
+
+  void qualify(int qualifier, const bcmsim::Words& data, const bcmsim::Words& mask) {
+    qualifiers.push_back(bcmsim::QualifierValue{qualifier, data, mask});
+  }
+  void act(int action, uint32_t param0 = 0, bcmsim::ActionForm form = bcmsim::ActionForm::Params,
+           const bcmsim::Words& mac = {});
+  // Qualifiers and actions sorted, so that the order of writing does not matter.
+  std::string text() const;
+};
 
 struct Key {
   FiltersCommon::filtersGroupStage_t stage;
   unsigned int id;
   bool operator<(const Key& other) const {
-    return stage != other.stage ? stage < other.stage : id < other.id;
+    return std::tie(stage, id) < std::tie(other.stage, other.id);
   }
   bool operator==(const Key& other) const { return stage == other.stage && id == other.id; }
+  std::string text() const {
+    return "stage " + std::to_string(stage) + " entry " + std::to_string(id);
+  }
 };
+
+inline Key key_of(const EntrySpec& spec) {
+  return Key{spec.stage, spec.id};
+}
 
 // Facts of the device and the platform that the expected programming depends on.
 struct DeviceFacts {
@@ -35,7 +64,6 @@ struct DeviceFacts {
 struct LagMember {
   unsigned lag;
   int port;
-  bool operator==(const LagMember& other) const { return lag == other.lag && port == other.port; }
 };
 
 struct ExpectedHw {
@@ -55,38 +83,47 @@ struct ModelEntry {
 
 class Model {
  public:
-  Model(DeviceFacts facts, std::map<unsigned, std::set<int>> lags);
+  Model(DeviceFacts facts, std::map<unsigned, std::set<int>> lags)
+      : facts_(std::move(facts)), lags_(std::move(lags)) {}
 
   // Each answers whether the library is expected to accept the change.
   bool create(const EntrySpec& spec);
-  bool update(const EntrySpec& spec);
-  bool remove(const Key& key);
+  bool update(const EntrySpec& spec) { return remove(key_of(spec)) && create(spec); }
+  bool remove(const Key& key) { return entries_.erase(key) > 0; }
   // Each answers whether the orchestrator makes the change.
-  bool createLag(unsigned lag);
+  bool createLag(unsigned lag) { return lags_.emplace(lag, std::set<int>{}).second; }
   bool addMember(unsigned lag, int port);
   bool removeMember(unsigned lag, int port);
   bool destroyLag(unsigned lag);
   void removeDestination(unsigned destination);
 
   // The live entries a topology change reaches.
-  std::vector<Key> following(unsigned lag) const;
-  std::vector<Key> sending_to(unsigned destination) const;
+  std::vector<Key> following(unsigned lag) const {
+    return where([lag](const ModelEntry& entry) { return entry.followed_lags.count(lag) > 0; });
+  }
+  std::vector<Key> sending_to(unsigned destination) const {
+    return where([destination](const ModelEntry& entry) {
+      return entry.spec.destination == destination && !entry.l3_switch_removed;
+    });
+  }
 
   const std::map<Key, ModelEntry>& entries() const { return entries_; }
-  std::vector<EntryContent> expected(const Key& key) const;
+  // The texts of the hardware entries of a user entry.
+  std::vector<std::string> expected(const ModelEntry& entry) const;
 
  private:
   // Every hardware entry of `spec` over the current topology; `created_by`, when given, marks
   // them all as brought by that LAG member.
+  std::vector<Key> where(const std::function<bool(const ModelEntry&)>& holds) const;
   std::vector<ExpectedHw> expand(const EntrySpec& spec, std::optional<LagMember> created_by) const;
-  const std::set<int>& members(unsigned lag) const;
+  // The entries following `lag` lose the hardware entries its member `ports` brought, and the
+  // ports they do not name leave their bitmaps.
+  void removeMembers(unsigned lag, const std::set<int>& ports);
   EntryContent content(const ModelEntry& entry, const ExpectedHw& hw) const;
 
   DeviceFacts facts_;
   std::map<unsigned, std::set<int>> lags_;  // existing LAGs and their member ports
   std::map<Key, ModelEntry> entries_;
 };
-
-Key key_of(const EntrySpec& spec);
 
 }  // namespace robustness

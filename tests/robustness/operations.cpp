@@ -1,6 +1,7 @@
 #include "operations.h"
 
 #include <algorithm>
+#include <random>
 #include <sstream>
 
 namespace robustness {
@@ -8,30 +9,49 @@ namespace {
 
 using namespace FiltersCommon;
 
-const char* const kFaultedFunctions[] = {
-    "bcm_field_entry_create_id",
-    "bcm_field_qualify_InPorts",
-    "bcm_field_qualify_OuterVlanId",
-    "bcm_field_qualify_EtherType_get",
-    "bcm_field_action_add",
-    "bcm_field_action_delete",
-    "bcm_field_entry_prio_set",
-    "bcm_field_entry_install",
-    "bcm_field_entry_reinstall",
-    "bcm_field_entry_destroy",
-    "bcm_field_stat_create",
-    "bcm_field_stat_destroy",
-    "bcm_field_entry_stat_attach",
-    "bcm_field_entry_stat_detach",
-    "bcm_policer_create",
-    "bcm_policer_destroy",
-    "bcm_field_entry_policer_attach",
-    "bcm_port_config_get",
+// What an operation of each kind names, besides its fault.
+enum Field { kSpec = 1, kKey = 2, kLag = 4, kMember = 8, kDestination = 16, kCounter = 32 };
+
+struct KindInfo {
+  const char* name;
+  int weight;  // in the generated operations, out of 100
+  int fields;
 };
 
-unsigned short counter_number(filtersGroupStage_t stage, unsigned id, int slot) {
-  return static_cast<unsigned short>(stage * 100 + id * 4 + static_cast<unsigned>(slot));
-}
+// Indexed by Operation::Kind.
+constexpr KindInfo kKinds[] = {
+    {"create the groups", 0, 0},
+    {"create", 32, kSpec},
+    {"update", 12, kSpec},
+    {"delete", 18, kKey},
+    {"add to", 12, kLag | kMember},
+    {"remove from", 10, kLag | kMember},
+    {"destroy", 4, kLag},
+    {"create", 3, kLag},
+    {"remove and re-add", 4, kDestination},
+    {"read", 4, kCounter},
+    {"clear the cache", 1, 0},
+    {"destroy a hardware entry behind the library of", 0, kKey},
+};
+
+const char* const kFaultedFunctions[] = {"bcm_field_entry_create_id",
+                                         "bcm_field_qualify_InPorts",
+                                         "bcm_field_qualify_OuterVlanId",
+                                         "bcm_field_qualify_EtherType_get",
+                                         "bcm_field_action_add",
+                                         "bcm_field_action_delete",
+                                         "bcm_field_entry_prio_set",
+                                         "bcm_field_entry_install",
+                                         "bcm_field_entry_reinstall",
+                                         "bcm_field_entry_destroy",
+                                         "bcm_field_stat_create",
+                                         "bcm_field_stat_destroy",
+                                         "bcm_field_entry_stat_attach",
+                                         "bcm_field_entry_stat_detach",
+                                         "bcm_policer_create",
+                                         "bcm_policer_destroy",
+                                         "bcm_field_entry_policer_attach",
+                                         "bcm_port_config_get"};
 
 class Generator {
  public:
@@ -55,9 +75,7 @@ class Generator {
     for (int port : distinct(pick(0, 2), 1, 10)) {
       spec.ports.push_back(limid_ethernet(static_cast<unsigned>(port)));
     }
-    if (chance(0.6)) {
-      spec.ports.push_back(limid_lag(static_cast<unsigned>(pick(1, 3))));
-    }
+    if (chance(0.6)) spec.ports.push_back(limid_lag(static_cast<unsigned>(pick(1, 3))));
     if (stage == FILTERS_GROUP_STAGE_INGRESS) {
       spec.all_but_cpu = chance(0.15);
       const int length = pick(8, 32);
@@ -74,7 +92,7 @@ class Generator {
     }
     spec.drop = chance(0.4);
     spec.copy_to_cpu = stage != FILTERS_GROUP_STAGE_EGRESS && chance(0.2);
-    for (int k = 0, n = pick(0, 2); k < n; ++k) {
+    for (unsigned k = 0, n = static_cast<unsigned>(pick(0, 2)); k < n; ++k) {
       spec.counters.push_back({counter_number(spec.stage, spec.id, k),
                                chance(0.5) ? COUNTER_TYPE_PACKETS : COUNTER_TYPE_BYTES});
     }
@@ -94,46 +112,24 @@ class Generator {
   }
 
   Operation operation() {
-    Operation op;
-    const int roll = pick(0, 99);
-    if (roll < 30) {
-      op.kind = Operation::kCreateEntry;
-      op.entry = entry();
-    } else if (roll < 42) {
-      op.kind = Operation::kUpdateEntry;
-      op.entry = entry();
-    } else if (roll < 60) {
-      op.kind = Operation::kDeleteEntry;
-      op.entry.stage = static_cast<filtersGroupStage_t>(pick(1, 3));
-      op.entry.id = static_cast<unsigned>(pick(0, kEntryIds - 1));
-    } else if (roll < 72) {
-      op.kind = Operation::kAddMember;
-      op.lag = static_cast<unsigned>(pick(1, 3));
-      op.member = static_cast<unsigned>(pick(9, 13));
-    } else if (roll < 82) {
-      op.kind = Operation::kRemoveMember;
-      op.lag = static_cast<unsigned>(pick(1, 3));
-      op.member = static_cast<unsigned>(pick(9, 13));
-    } else if (roll < 86) {
-      op.kind = Operation::kDestroyLag;
-      op.lag = static_cast<unsigned>(pick(1, 3));
-    } else if (roll < 89) {
-      op.kind = Operation::kCreateLag;
-      op.lag = static_cast<unsigned>(pick(1, 3));
-    } else if (roll < 93) {
-      op.kind = Operation::kRemoveDestination;
-      op.destination = static_cast<unsigned>(pick(1, 2));
-    } else if (roll < 98) {
-      op.kind = Operation::kReadCounter;
+    int kind = 0;
+    for (int roll = pick(0, 99); roll >= kKinds[kind].weight; ++kind) roll -= kKinds[kind].weight;
+    Operation op = Operation::of(static_cast<Operation::Kind>(kind));
+    const int fields = kKinds[op.kind].fields;
+    if (fields & (kSpec | kKey)) op.entry = entry();
+    if (fields & kLag) op.lag = static_cast<unsigned>(pick(1, 3));
+    if (fields & kMember) op.member = static_cast<unsigned>(pick(9, 13));
+    if (fields & kDestination) op.destination = static_cast<unsigned>(pick(1, 2));
+    if (fields & kCounter) {
       op.counter = counter_number(static_cast<filtersGroupStage_t>(pick(1, 3)),
-                                  static_cast<unsigned>(pick(0, kEntryIds - 1)), pick(0, 3));
-    } else {
-      op.kind = Operation::kCreateGroupAgain;
+                                  static_cast<unsigned>(pick(0, kEntryIds - 1)),
+                                  static_cast<unsigned>(pick(0, 3)));
     }
-    if (chance(0.12)) {
-      const size_t functions = sizeof(kFaultedFunctions) / sizeof(kFaultedFunctions[0]);
-      op.fault = bcmsim::Fault{kFaultedFunctions[pick(0, static_cast<int>(functions) - 1)],
-                               chance(0.5) ? -1 : -14, pick(1, 3), std::nullopt, false};
+    // Clearing the cache is not an SDK operation; a fault would hit the harness's own calls.
+    if (op.kind != Operation::kClearCache && chance(0.12)) {
+      op.fault = bcmsim::Fault{
+          kFaultedFunctions[pick(0, static_cast<int>(std::size(kFaultedFunctions)) - 1)],
+          chance(0.5) ? -1 : -14, pick(1, 3), std::nullopt, false};
     }
     return op;
   }
@@ -176,26 +172,24 @@ FiltersEntry EntrySpec::toEntry() const {
   if (destination) entry.setAction(ActionL3Switch(*destination));
   if (new_dst_mac) entry.setAction(ActionReplaceDstMac(mac_address_t{2, 0, 0, 0, 0, *new_dst_mac}));
   for (const auto& [counter, type] : counters) entry.addCounter(Counter(counter, type));
-  if (policer) {
-    std::list<policer::Action> actions;
-    if (policer_drops_red) actions.emplace_back(policer::COLOR_RED, policer::Action::TYPE_DROP);
-    if (policer_yellow_dscp) {
-      actions.emplace_back(policer::COLOR_YELLOW, policer::Action::TYPE_SET_DSCP, 0,
-                           *policer_yellow_dscp);
-    }
-    if (policer_green_pcp) {
-      actions.emplace_back(policer::COLOR_GREEN, policer::Action::TYPE_SET_PCP, *policer_green_pcp);
-    }
-    const auto stage_of_policer = stage == FILTERS_GROUP_STAGE_EGRESS
-                                      ? policer::Policer::STAGE_EGRESS
-                                      : policer::Policer::STAGE_INGRESS;
-    entry.setPolicer(
-        policer::Policer(*policer, stage_of_policer, policer::Mode::Flow(1000, 2000), actions));
-    if (parent_policer) {
-      entry.setPolicerParent(std::make_shared<policer::Policer>(*parent_policer, stage_of_policer,
-                                                                policer::Mode::Flow(5000, 8000),
-                                                                std::list<policer::Action>{}));
-    }
+  if (!policer) return entry;
+  std::list<policer::Action> actions;
+  if (policer_drops_red) actions.emplace_back(policer::COLOR_RED, policer::Action::TYPE_DROP);
+  if (policer_yellow_dscp) {
+    actions.emplace_back(policer::COLOR_YELLOW, policer::Action::TYPE_SET_DSCP, 0,
+                         *policer_yellow_dscp);
+  }
+  if (policer_green_pcp) {
+    actions.emplace_back(policer::COLOR_GREEN, policer::Action::TYPE_SET_PCP, *policer_green_pcp);
+  }
+  const auto policer_stage = stage == FILTERS_GROUP_STAGE_EGRESS ? policer::Policer::STAGE_EGRESS
+                                                                 : policer::Policer::STAGE_INGRESS;
+  entry.setPolicer(
+      policer::Policer(*policer, policer_stage, policer::Mode::Flow(1000, 2000), actions));
+  if (parent_policer) {
+    entry.setPolicerParent(std::make_shared<policer::Policer>(*parent_policer, policer_stage,
+                                                              policer::Mode::Flow(5000, 8000),
+                                                              std::list<policer::Action>{}));
   }
   return entry;
 }
@@ -207,10 +201,8 @@ std::string EntrySpec::text() const {
   for (const limid_t& port : ports) out << " " << limid_name(port);
   out << " vlans";
   for (unsigned short vlan : vlans) out << " " << vlan;
-  if (!pcps.empty()) {
-    out << " pcps";
-    for (unsigned char value : pcps) out << " " << int{value};
-  }
+  if (!pcps.empty()) out << " pcps";
+  for (unsigned char value : pcps) out << " " << int{value};
   if (drop) out << " drop";
   if (dscp) out << " dscp " << int{*dscp};
   if (pcp) out << " set-pcp " << int{*pcp};
@@ -225,65 +217,24 @@ std::string EntrySpec::text() const {
 
 std::string Operation::text() const {
   std::ostringstream out;
-  switch (kind) {
-    case kCreateGroups:
-      out << "create the groups";
-      for (const EntrySpec& spec : group_entries) out << "; with " << spec.text();
-      break;
-    case kCreateGroupAgain:
-      out << "create the ingress group again";
-      break;
-    case kCreateEntry:
-      out << "create " << entry.text();
-      break;
-    case kUpdateEntry:
-      out << "update " << entry.text();
-      break;
-    case kDeleteEntry:
-      out << "delete stage " << entry.stage << " entry " << entry.id;
-      break;
-    case kAddMember:
-      out << "add eth" << member << " to lag" << lag;
-      break;
-    case kRemoveMember:
-      out << "remove eth" << member << " from lag" << lag;
-      break;
-    case kDestroyLag:
-      out << "destroy lag" << lag;
-      break;
-    case kCreateLag:
-      out << "create lag" << lag;
-      break;
-    case kRemoveDestination:
-      out << "remove and re-add destination " << destination;
-      break;
-    case kReadCounter:
-      out << "read counter " << counter;
-      break;
-    case kClearCache:
-      out << "clear the cache";
-      break;
-    case kDestroyBehindTheLibrary:
-      out << "destroy a hardware entry of " << entry.text();
-      break;
-  }
+  const int fields = kKinds[kind].fields;
+  out << kKinds[kind].name;
+  for (const EntrySpec& spec : group_entries) out << "; with " << spec.text();
+  if (fields & kSpec) out << " " << entry.text();
+  if (fields & kKey) out << " stage " << entry.stage << " entry " << entry.id;
+  if (fields & kMember) out << " eth" << member;
+  if (fields & kLag) out << " lag" << lag;
+  if (fields & kDestination) out << " destination " << destination;
+  if (fields & kCounter) out << " counter " << counter;
   if (fault)
     out << "  [fault: " << fault->function << " #" << fault->nth << " -> " << fault->rc << "]";
   return out.str();
 }
 
-CounterOwner counter_owner(unsigned short counter) {
-  return CounterOwner{static_cast<filtersGroupStage_t>(counter / 100), counter % 100 / 4u};
-}
-
 std::vector<Operation> generate(uint64_t seed, int steps) {
   Generator generator(seed);
-  std::vector<Operation> operations;
-  operations.push_back(Operation::of(Operation::kCreateGroups));
+  std::vector<Operation> operations = {Operation::of(Operation::kCreateGroups)};
   for (int step = 1; step < steps; ++step) operations.push_back(generator.operation());
-  if (generator.chance(0.2)) {
-    operations.push_back(Operation::of(Operation::kClearCache));
-  }
   return operations;
 }
 

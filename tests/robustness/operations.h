@@ -1,10 +1,9 @@
 // The operations of a random sequence, described by plain values so that a sequence can be
-// printed, replayed and shrunk.
+// printed, replayed and shrunk; running and shrinking sequences.
 #pragma once
 
 #include <cstdint>
 #include <optional>
-#include <random>
 #include <set>
 #include <string>
 #include <vector>
@@ -32,7 +31,7 @@ struct EntrySpec {
   std::optional<unsigned char> dscp;  // ingress
   std::optional<unsigned char> pcp;   // pre-ingress and egress: a new PCP
   bool copy_to_cpu = false;
-  std::optional<unsigned int> destination;  // ingress: an L3 switch
+  std::optional<unsigned int> destination;   // ingress: an L3 switch
   std::optional<unsigned char> new_dst_mac;  // ingress: the last byte of 02:00:00:00:00:xx
   std::vector<std::pair<unsigned short, FiltersCommon::counter_type_t>> counters;
   std::optional<unsigned int> policer;  // ingress and egress
@@ -46,9 +45,9 @@ struct EntrySpec {
 };
 
 struct Operation {
+  // In the order of the table of kinds in operations.cpp.
   enum Kind {
     kCreateGroups,
-    kCreateGroupAgain,
     kCreateEntry,
     kUpdateEntry,
     kDeleteEntry,
@@ -62,7 +61,7 @@ struct Operation {
     kDestroyBehindTheLibrary,  // never generated: shows that the checks see a drifting device
   };
   Kind kind = kCreateGroups;
-  EntrySpec entry;  // create, update; delete uses stage and id
+  EntrySpec entry;  // create, update; delete and the destroy behind the library use stage and id
   std::vector<EntrySpec> group_entries;  // create the groups: the entries they start with
   unsigned lag = 0;
   unsigned member = 0;
@@ -78,14 +77,29 @@ struct Operation {
   std::string text() const;
 };
 
-// The user entry whose counters the generator numbers `counter`: stage, entry id and slot.
-struct CounterOwner {
-  FiltersCommon::filtersGroupStage_t stage;
-  unsigned id;
-};
-CounterOwner counter_owner(unsigned short counter);
+// The generator numbers the counters of a user entry from stage * 100 + id * 4, four slots each.
+inline unsigned short counter_number(FiltersCommon::filtersGroupStage_t stage, unsigned id,
+                                     unsigned slot) {
+  return static_cast<unsigned short>(stage * 100 + id * 4 + slot);
+}
 
 // A reproducible sequence of `steps` operations for a seed.
 std::vector<Operation> generate(uint64_t seed, int steps);
+
+// Runs a sequence against the library on a fresh bcmsim device, keeps the model alongside and
+// checks the device and the cache after every step (harness.cpp).
+struct RunResult {
+  int steps = 0;                   // operations run, the final clean-up not counted
+  int faults_injected = 0;         // faults planned with an operation
+  int faults_fired = 0;            // of those, the ones the operation ran into
+  std::optional<int> failed_step;  // the operation after which a check failed; steps for the end
+  std::vector<std::string> calls;  // the SDK functions the last operation called, in order
+  std::vector<std::string> violations;
+};
+
+RunResult run_sequence(const std::vector<Operation>& operations);
+
+// The shortest sequence found, by cutting the tail and then single operations, that still fails.
+std::vector<Operation> shrink(std::vector<Operation> operations, int failed_step);
 
 }  // namespace robustness

@@ -1,0 +1,227 @@
+// Random sequences of entry, LAG and destination changes with SDK faults, checked after every
+// step against an independent model. FILTERS_RANDOM_SEQUENCES, FILTERS_RANDOM_STEPS and
+// FILTERS_RANDOM_SEED choose what runs; `make soak` runs many more sequences.
+#include <cstdlib>
+#include <iostream>
+#include <map>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include <bcm/error.h>
+
+#include "operations.h"
+
+namespace {
+
+using namespace robustness;
+using namespace FiltersCommon;
+
+long setting(const char* name, long fallback) {
+  const char* value = std::getenv(name);
+  return value ? std::strtol(value, nullptr, 10) : fallback;
+}
+
+std::string report(uint64_t seed, const std::vector<Operation>& shortest) {
+  std::ostringstream text;
+  text << "seed " << seed << " fails; the shortest failing sequence has " << shortest.size()
+       << " operations:\n";
+  for (size_t k = 0; k < shortest.size(); ++k) {
+    text << "  " << k << ": " << shortest[k].text() << "\n";
+  }
+  text << "what the checks found:\n";
+  for (const std::string& violation : run_sequence(shortest).violations) {
+    text << "  " << violation << "\n";
+  }
+  return text.str();
+}
+
+TEST(RandomSequences, KeepTheDeviceAndTheCacheAsTheModelSays) {
+  const long sequences = setting("FILTERS_RANDOM_SEQUENCES", 200);
+  const int steps = static_cast<int>(setting("FILTERS_RANDOM_STEPS", 80));
+  const auto first_seed = static_cast<uint64_t>(setting("FILTERS_RANDOM_SEED", 1));
+  RunResult total;
+  long run = 0;
+  for (; run < sequences; ++run) {
+    const uint64_t seed = first_seed + static_cast<uint64_t>(run);
+    const std::vector<Operation> operations = generate(seed, steps);
+    const RunResult result = run_sequence(operations);
+    total.steps += result.steps;
+    total.faults_injected += result.faults_injected;
+    total.faults_fired += result.faults_fired;
+    if (result.failed_step) {
+      ADD_FAILURE() << report(seed, shrink(operations, *result.failed_step));
+      break;
+    }
+  }
+  std::cout << "sequences " << run << ", steps " << total.steps << ", faults injected "
+            << total.faults_injected << " (fired " << total.faults_fired
+            << ", each followed by a retry or a delete)\n";
+}
+
+// The checks must see a device that drifts from the model, and the shrinking must keep only
+// what it takes: here a hardware entry destroyed behind the library's back.
+TEST(RandomSequences, ReportAndShrinkADeviceThatDriftsFromTheModel) {
+  Operation create = Operation::of(Operation::kCreateEntry);
+  create.entry.stage = FILTERS_GROUP_STAGE_EGRESS;
+  create.entry.ports = {limid_ethernet(3)};
+  create.entry.vlans = {10};
+  create.entry.pcps = {1};
+  Operation tamper = create;
+  tamper.kind = Operation::kDestroyBehindTheLibrary;
+  Operation unrelated = Operation::of(Operation::kAddMember);
+  unrelated.lag = 2;
+  unrelated.member = 12;
+  const std::vector<Operation> operations = {Operation::of(Operation::kCreateGroups), create,
+                                             unrelated, tamper, unrelated};
+
+  const RunResult result = run_sequence(operations);
+  ASSERT_EQ(result.failed_step, 3);
+  EXPECT_NE(result.violations.front().find("lacks"), std::string::npos);
+  const std::vector<Operation> shortest = shrink(operations, *result.failed_step);
+  ASSERT_EQ(shortest.size(), 3u);
+  EXPECT_EQ(shortest[2].kind, Operation::kDestroyBehindTheLibrary);
+}
+
+// The single-fault sweep: each representative operation runs once to learn its SDK calls; then,
+// for every call position, a fresh run makes exactly that call fail (with the codes the call
+// can really return), recovers as a user would (the operation again, or deleting what a
+// topology change reached) and must leave the device and the cache as the model says.
+// FILTERS_SWEEP_STRIDE > 1 fails only every n-th position.
+// The codes a call fails with: what the SDK answers when the chip runs out of room for it, and
+// otherwise the internal error of a failed hardware access.
+std::vector<int> failure_codes(const std::string& function) {
+  static const std::map<std::string, std::vector<int>> kCodes = {
+      {"bcm_field_entry_create_id", {BCM_E_RESOURCE, BCM_E_INTERNAL}},
+      {"bcm_field_entry_install", {BCM_E_RESOURCE, BCM_E_INTERNAL}},
+      {"bcm_field_entry_reinstall", {BCM_E_RESOURCE, BCM_E_INTERNAL}},
+      {"bcm_field_group_config_create", {BCM_E_RESOURCE}},
+      {"bcm_field_stat_create", {BCM_E_RESOURCE}},
+      {"bcm_field_entry_stat_attach", {BCM_E_RESOURCE, BCM_E_INTERNAL}},
+      {"bcm_policer_create", {BCM_E_RESOURCE}},
+      {"bcm_field_entry_policer_attach", {BCM_E_RESOURCE, BCM_E_INTERNAL}},
+  };
+  auto codes = kCodes.find(function);
+  return codes == kCodes.end() ? std::vector<int>{BCM_E_INTERNAL} : codes->second;
+}
+
+Operation op(Operation::Kind kind, const EntrySpec& spec = {}, unsigned number = 0) {
+  Operation op = Operation::of(kind);
+  op.entry = spec;
+  op.lag = 1;
+  op.member = op.destination = number;
+  return op;
+}
+
+struct SweptOperation {
+  std::string name;
+  std::vector<Operation> sequence;  // the last one is swept
+};
+
+std::vector<SweptOperation> swept_operations() {
+  // Entry `id` of `stage` on port `id` and LAG 1, with a counter.
+  auto over_lag = [](filtersGroupStage_t stage, unsigned id, std::set<unsigned short> vlans) {
+    EntrySpec spec;
+    spec.stage = stage;
+    spec.id = id;
+    spec.ports = {limid_ethernet(id), limid_lag(1)};
+    spec.vlans = std::move(vlans);
+    spec.counters = {{counter_number(stage, id, 0), COUNTER_TYPE_PACKETS}};
+    return spec;
+  };
+  EntrySpec pre_ingress = over_lag(FILTERS_GROUP_STAGE_PRE_INGRESS, 1, {5, 6});
+  pre_ingress.pcps = {1, 2};
+  pre_ingress.pcp = 4;
+  EntrySpec policed = over_lag(FILTERS_GROUP_STAGE_INGRESS, 2, {7});
+  policed.src_ip = 0x0a000000;
+  policed.src_ip_mask = 0xff000000;
+  policed.dscp = 10;
+  policed.new_dst_mac = 0x42;
+  policed.counters.push_back({counter_number(policed.stage, 2, 1), COUNTER_TYPE_BYTES});
+  policed.policer = 1;
+  policed.parent_policer = 10;
+  policed.policer_drops_red = true;
+  policed.policer_green_pcp = 3;
+  EntrySpec egress = over_lag(FILTERS_GROUP_STAGE_EGRESS, 3, {8, 9});
+  egress.pcps = {5};
+  egress.drop = true;
+  egress.counters[0].second = COUNTER_TYPE_BYTES;
+  egress.policer = 21;
+  egress.parent_policer = 30;
+  egress.policer_yellow_dscp = 12;
+  EntrySpec switching = over_lag(FILTERS_GROUP_STAGE_INGRESS, 4, {11});
+  switching.src_ip = 0x0b000000;
+  switching.src_ip_mask = 0xffff0000;
+  switching.destination = 1;
+  EntrySpec changed = policed;
+  changed.ports = {limid_ethernet(5)};
+  changed.counters = {{counter_number(policed.stage, 2, 0), COUNTER_TYPE_BYTES}};
+  changed.parent_policer.reset();
+
+  const Operation groups = op(Operation::kCreateGroups);
+  std::vector<Operation> three_created = {groups};
+  for (const EntrySpec& spec : {pre_ingress, policed, egress}) {
+    three_created.push_back(op(Operation::kCreateEntry, spec));
+  }
+  auto after_three = [&](const Operation& swept) {
+    std::vector<Operation> sequence = three_created;
+    sequence.push_back(swept);
+    return sequence;
+  };
+  Operation groups_with_entries = groups;
+  groups_with_entries.group_entries = {pre_ingress, policed, egress};
+  return {
+      {"create at pre-ingress", {groups, op(Operation::kCreateEntry, pre_ingress)}},
+      {"create at ingress", {groups, op(Operation::kCreateEntry, policed)}},
+      {"create at egress", {groups, op(Operation::kCreateEntry, egress)}},
+      {"update", after_three(op(Operation::kUpdateEntry, changed))},
+      {"delete", after_three(op(Operation::kDeleteEntry, egress))},
+      {"LAG member add", after_three(op(Operation::kAddMember, {}, 12))},
+      {"LAG member remove", after_three(op(Operation::kRemoveMember, {}, 9))},
+      {"LAG destroy", after_three(op(Operation::kDestroyLag))},
+      {"destination removal",
+       {groups, op(Operation::kCreateEntry, switching), op(Operation::kRemoveDestination, {}, 1)}},
+      {"group create with entries", {groups_with_entries}},
+  };
+}
+
+TEST(FaultSweep, EverySdkCallFailingOnceIsRecoveredExactly) {
+  const char* stride_setting = std::getenv("FILTERS_SWEEP_STRIDE");
+  const size_t stride = stride_setting ? std::strtoul(stride_setting, nullptr, 10) : 1;
+  int operations = 0, positions = 0, exact_positions = 0, runs = 0;
+  for (const SweptOperation& swept : swept_operations()) {
+    SCOPED_TRACE(swept.name);
+    const RunResult clean = run_sequence(swept.sequence);
+    ASSERT_TRUE(clean.violations.empty()) << clean.violations.front();
+    ASSERT_FALSE(clean.calls.empty());
+    ++operations;
+    std::map<std::string, int> seen;
+    for (size_t k = 0; k < clean.calls.size(); ++k) {
+      const std::string& function = clean.calls[k];
+      const int nth = ++seen[function];
+      // The structure initialisers cannot fail.
+      const bool returns_nothing =
+          function.size() > 7 && function.substr(function.size() - 7) == "_t_init";
+      if (returns_nothing || k % stride != 0) continue;
+      ++positions;
+      bool exact = true;
+      for (int code : failure_codes(function)) {
+        std::vector<Operation> sequence = swept.sequence;
+        sequence.back().fault = bcmsim::Fault{function, code, nth, std::nullopt, false};
+        const RunResult result = run_sequence(sequence);
+        ++runs;
+        EXPECT_EQ(result.faults_fired, 1) << sequence.back().text();
+        if (result.violations.empty()) continue;
+        exact = false;
+        ADD_FAILURE() << "call " << k << " of " << swept.name << ": " << sequence.back().text()
+                      << "\n  " << result.violations.front();
+      }
+      exact_positions += exact;
+    }
+  }
+  std::cout << "operations " << operations << ", call positions failed " << positions << " ("
+            << runs << " runs), positions after which the recovery left the device exact "
+            << exact_positions << "\n";
+}
+
+}  // namespace
