@@ -72,13 +72,13 @@ TEST_F(Groups, EveryTypeGetsItsCatalogueQualifierSetAndMode) {
 }
 
 TEST_F(Groups, PrioritiesAreTranslatedFromTheGroupsOwnPriority) {
-  ASSERT_EQ(create(FILTERS_GROUP_STAGE_EGRESS, 2, 1, 5), HalFiltersLL::HAL_FILTERS_OK);
+  ASSERT_EQ(create(kEg, 2, 1, 5), HalFiltersLL::HAL_FILTERS_OK);
   EXPECT_EQ(bcmsim::state().group(34)->priority, 2);
 }
 
 TEST_F(Groups, ATypeWithoutThisStageGetsTheStageQualifierAlone) {
-  ASSERT_EQ(create(FILTERS_GROUP_STAGE_INGRESS, 3, 0, 4), HalFiltersLL::HAL_FILTERS_OK);
-  ASSERT_EQ(create(FILTERS_GROUP_STAGE_EGRESS, 0, 0, 13), HalFiltersLL::HAL_FILTERS_OK);
+  ASSERT_EQ(create(kIn, 3, 0, 4), HalFiltersLL::HAL_FILTERS_OK);
+  ASSERT_EQ(create(kEg, 0, 0, 13), HalFiltersLL::HAL_FILTERS_OK);
   // Without the catalogue's flags the group is created without its id: the SDK picks one.
   std::map<int, std::string> qsets;
   for (const auto& [id, group] : bcmsim::state().groups) qsets[id] = qset(group);
@@ -88,14 +88,14 @@ TEST_F(Groups, ATypeWithoutThisStageGetsTheStageQualifierAlone) {
 TEST_F(Groups, AFailedGroupGoesWhateverIdTheSdkGaveIt) {
   // Type 4 describes no egress stage: the SDK picks an id, not the group's 32, so the entry
   // finds no group.
-  FiltersGroup group(FILTERS_GROUP_STAGE_EGRESS, 0, 0, 4);
+  FiltersGroup group(kEg, 0, 0, 4);
   group.addEntry(FiltersEntry(0, 0));
   EXPECT_EQ(filters->createGroup(group), HalFiltersLL::HAL_FILTERS_ERR_FAILED);
   EXPECT_TRUE(bcmsim::state().groups.empty());
 }
 
 TEST_F(Groups, AFailedGroupReleasesTheCounterOfItsFailingEntry) {
-  FiltersGroup group(FILTERS_GROUP_STAGE_INGRESS, 0, 0, 2);
+  FiltersGroup group(kIn, 0, 0, 2);
   FiltersEntry entry(0, 0);
   entry.addCounter(Counter(7, COUNTER_TYPE_PACKETS));
   group.addEntry(entry);
@@ -109,7 +109,6 @@ TEST_F(Groups, AFailedGroupReleasesTheCounterOfItsFailingEntry) {
 struct FailureRow {
   const char* name;
   FiltersGroup group;
-  halFiltersErr_t result;
   const char* line;
 };
 
@@ -121,42 +120,32 @@ class GroupFailures : public test_support::FiltersTest,
                       public ::testing::WithParamInterface<FailureRow> {};
 
 TEST_P(GroupFailures, FailWithTheirLineAndCreateNothing) {
-  ASSERT_EQ(filters->createGroup(FiltersGroup(FILTERS_GROUP_STAGE_PRE_INGRESS, 0, 0, 4)),
-            HalFiltersLL::HAL_FILTERS_OK);
+  ASSERT_EQ(filters->createGroup(FiltersGroup(kPre, 0, 0, 4)), HalFiltersLL::HAL_FILTERS_OK);
   for (unsigned short id = 0; id < 4; ++id) {
-    ASSERT_EQ(filters->createGroup(FiltersGroup(FILTERS_GROUP_STAGE_EGRESS, id, id, 5)),
-              HalFiltersLL::HAL_FILTERS_OK);
+    ASSERT_EQ(filters->createGroup(FiltersGroup(kEg, id, id, 5)), HalFiltersLL::HAL_FILTERS_OK);
   }
   const size_t groups = bcmsim::state().groups.size();
   log.clear();
-  EXPECT_EQ(filters->createGroup(GetParam().group), GetParam().result);
+  EXPECT_EQ(filters->createGroup(GetParam().group), HalFiltersLL::HAL_FILTERS_ERR_FAILED);
   EXPECT_TRUE(log.contains(HalCallbacksItf::kError, GetParam().line))
       << testing::PrintToString(log.texts());
   EXPECT_EQ(bcmsim::state().groups.size(), groups);
 }
 
+// clang-format off
 INSTANTIATE_TEST_SUITE_P(
     Table, GroupFailures,
     ::testing::Values(
-        FailureRow{"TypeZero", FiltersGroup(FILTERS_GROUP_STAGE_INGRESS, 1, 0, 0),
-                   HalFiltersLL::HAL_FILTERS_ERR_FAILED, "Filters group type unknown"},
-        FailureRow{"TypeTwelve", FiltersGroup(FILTERS_GROUP_STAGE_INGRESS, 1, 0, 12),
-                   HalFiltersLL::HAL_FILTERS_ERR_FAILED, "Filters group type unknown"},
-        FailureRow{"TypeEleven", FiltersGroup(FILTERS_GROUP_STAGE_INGRESS, 1, 0, 11),
-                   HalFiltersLL::HAL_FILTERS_ERR_FAILED, "Filters group 11 only supported on DNX"},
-        FailureRow{"StageZero", FiltersGroup(FILTERS_GROUP_STAGE_NONE, 0, 0, 1),
-                   HalFiltersLL::HAL_FILTERS_ERR_FAILED, "Hardware group ID translation failed"},
-        FailureRow{"GroupIdSixteen", FiltersGroup(FILTERS_GROUP_STAGE_INGRESS, 16, 0, 1),
-                   HalFiltersLL::HAL_FILTERS_ERR_FAILED, "Hardware group ID translation failed"},
-        FailureRow{"PriorityFourAtEgress", FiltersGroup(FILTERS_GROUP_STAGE_EGRESS, 1, 4, 5),
-                   HalFiltersLL::HAL_FILTERS_ERR_FAILED,
-                   "Hardware group priority translation failed"},
-        FailureRow{"GroupExists", FiltersGroup(FILTERS_GROUP_STAGE_PRE_INGRESS, 0, 1, 4),
-                   HalFiltersLL::HAL_FILTERS_ERR_FAILED,
-                   "Could not create filter group with ID 0, group already exists"},
-        FailureRow{"StageFull", FiltersGroup(FILTERS_GROUP_STAGE_EGRESS, 4, 0, 5),
-                   HalFiltersLL::HAL_FILTERS_ERR_FAILED, "Hardware group ID translation failed"}),
+        FailureRow{"TypeZero", FiltersGroup(kIn, 1, 0, 0), "Filters group type unknown"},
+        FailureRow{"TypeTwelve", FiltersGroup(kIn, 1, 0, 12), "Filters group type unknown"},
+        FailureRow{"TypeEleven", FiltersGroup(kIn, 1, 0, 11), "Filters group 11 only supported on DNX"},
+        FailureRow{"StageZero", FiltersGroup(FILTERS_GROUP_STAGE_NONE, 0, 0, 1), "Hardware group ID translation failed"},
+        FailureRow{"GroupIdSixteen", FiltersGroup(kIn, 16, 0, 1), "Hardware group ID translation failed"},
+        FailureRow{"PriorityFourAtEgress", FiltersGroup(kEg, 1, 4, 5), "Hardware group priority translation failed"},
+        FailureRow{"GroupExists", FiltersGroup(kPre, 0, 1, 4), "Could not create filter group with ID 0, group already exists"},
+        FailureRow{"StageFull", FiltersGroup(kEg, 4, 0, 5), "Hardware group ID translation failed"}),
     [](const auto& test) { return std::string(test.param.name); });
+// clang-format on
 
 TEST_F(Groups, AStageWithoutAStageQualifierIsRefused) {
   bcm_field_group_config_t config;
@@ -171,9 +160,8 @@ TEST_F(Groups, TheSdkRunningOutOfGroupsIsNoResource) {
   bcmsim::Config small;
   small.slices_per_stage = {4, 1, 4};
   bcmsim::reset(small);
-  ASSERT_EQ(create(FILTERS_GROUP_STAGE_INGRESS, 0, 0, 1), HalFiltersLL::HAL_FILTERS_OK);
-  EXPECT_EQ(create(FILTERS_GROUP_STAGE_INGRESS, 1, 1, 1),
-            HalFiltersLL::HAL_FILTERS_ERR_NO_RESOURCE);
+  ASSERT_EQ(create(kIn, 0, 0, 1), HalFiltersLL::HAL_FILTERS_OK);
+  EXPECT_EQ(create(kIn, 1, 1, 1), HalFiltersLL::HAL_FILTERS_ERR_NO_RESOURCE);
   EXPECT_TRUE(log.contains(HalCallbacksItf::kError,
                            "Could not create filter group with ID 17, no resources available"));
 }
@@ -199,7 +187,7 @@ class FailingEntryFilters : public test_support::TestableFilters {
 TEST_F(Groups, AFailingEntryUndoesTheEntriesBeforeItAndTheGroup) {
   FailingEntryFilters recording(nullptr, nullptr);
   recording.failing = 3;
-  FiltersGroup group(FILTERS_GROUP_STAGE_INGRESS, 2, 0, 10);
+  FiltersGroup group(kIn, 2, 0, 10);
   for (unsigned int id : {5u, 3u, 1u, 4u, 2u}) group.addEntry(FiltersEntry(id, 0));
   EXPECT_EQ(recording.createGroup(group), HalFiltersLL::HAL_FILTERS_ERR_FAILED)
       << "whatever code the entry returned";
