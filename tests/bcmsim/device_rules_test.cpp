@@ -96,6 +96,14 @@ TEST_P(DeviceRules, RefusesWithTheSdkCodeAndChangesNothing) {
 
 bcm_mac_t kMac = {0, 1, 2, 3, 4, 5};
 
+int create_l3_egress(int intf, bcm_if_t* id = nullptr) {
+  bcm_l3_egress_t egress;
+  bcm_l3_egress_t_init(&egress);
+  egress.intf = intf;
+  bcm_if_t unused = 0;
+  return bcm_l3_egress_create(0, 0, &egress, id ? id : &unused);
+}
+
 // A group and entry 300 at `stage`.
 void entry_at(bcm_field_qualify_t stage) {
   create_group(2, stage, {});
@@ -111,11 +119,9 @@ const Refusal kRefusals[] = {
        for (int id = 0; id < 4; ++id) create_group(id, bcmFieldQualifyStageLookup, {});
      }},
     {"GroupBadPriority", [] { return create_ingress_group(20, -5); }, BCM_E_PARAM},
-    {"GroupDestroyUnknown", [] { return bcm_field_group_destroy(0, 3); }, BCM_E_NOT_FOUND},
     {"GroupDestroyWithEntries", [] { return bcm_field_group_destroy(0, kGroup); }, BCM_E_BUSY},
     {"EntryIdInUseOnTheUnit", [] { return bcm_field_entry_create_id(0, 17, kEntry); }, BCM_E_EXISTS,
      [] { create_ingress_group(17, 2); }},
-    {"EntryGroupUnknown", [] { return bcm_field_entry_create_id(0, 30, 500); }, BCM_E_NOT_FOUND},
     {"QualifierNotInQset", [] { return bcm_field_qualify_SrcMac(0, kEntry, kMac, kMac); },
      BCM_E_PARAM},
     {"QualifierNotInQsetAtEgress", [] { return bcm_field_qualify_SrcMac(0, 300, kMac, kMac); },
@@ -137,7 +143,6 @@ const Refusal kRefusals[] = {
     {"ActionPairTheFamilyRefuses",
      [] { return bcm_field_action_add(0, kEntry, bcmFieldActionRpDrop, 0, 0); }, BCM_E_CONFIG,
      [] { bcm_field_action_add(0, kEntry, bcmFieldActionDrop, 0, 0); }},
-    {"StatCreateUnknownGroup", [] { return create_stat(3, bcmFieldStatBytes); }, BCM_E_NOT_FOUND},
     {"StatCreateBadType", [] { return create_stat(kGroup, static_cast<bcm_field_stat_t>(14)); },
      BCM_E_PARAM},
     {"StatDestroyWhileAttached", [] { return bcm_field_stat_destroy(0, stat_of_entry()); },
@@ -173,14 +178,7 @@ const Refusal kRefusals[] = {
      BCM_E_BUSY},
     {"PolicerCommittedWithAPeak", [] { return create_policer(0, 0, bcmPolicerModeCommitted, 100); },
      BCM_E_PARAM},
-    {"L3EgressBeforeEgressMode",
-     [] {
-       bcm_l3_egress_t egress;
-       bcm_l3_egress_t_init(&egress);
-       bcm_if_t id;
-       return bcm_l3_egress_create(0, 0, &egress, &id);
-     },
-     BCM_E_DISABLED},
+    {"L3EgressBeforeEgressMode", [] { return create_l3_egress(0); }, BCM_E_DISABLED},
     {"PortControlUnknownPort",
      [] { return bcm_port_control_set(0, 40, bcmPortControlFilterIngress, 1); }, BCM_E_PORT},
 };
@@ -188,8 +186,11 @@ const Refusal kRefusals[] = {
 INSTANTIATE_TEST_SUITE_P(Table, DeviceRules, ::testing::ValuesIn(kRefusals),
                          [](const auto& test) { return test.param.name; });
 
-TEST_F(DeviceRules, EveryCallOnAnEntryRefusesAnUnknownOne) {
+TEST_F(DeviceRules, CallsOnAnUnknownGroupOrEntryAreNotFound) {
   const std::string before = bcmsim::dump_json();
+  EXPECT_EQ(bcm_field_group_destroy(0, 3), BCM_E_NOT_FOUND);
+  EXPECT_EQ(bcm_field_entry_create_id(0, 30, 500), BCM_E_NOT_FOUND);
+  EXPECT_EQ(create_stat(3, bcmFieldStatBytes), BCM_E_NOT_FOUND);
   uint16 data, mask;
   EXPECT_EQ(bcm_field_qualify_EtherType(0, kUnknown, 0x800, 0xffff), BCM_E_NOT_FOUND);
   EXPECT_EQ(bcm_field_qualify_EtherType_get(0, kUnknown, &data, &mask), BCM_E_NOT_FOUND);
@@ -265,12 +266,9 @@ TEST(DeviceRulesOfL3, EgressObjectsAreNumberedFromTheSdkBase) {
   ASSERT_EQ(bcm_l3_intf_create(0, &intf), BCM_E_NONE);
   bcm_l3_intf_t same = intf;
   EXPECT_EQ(bcm_l3_intf_create(0, &same), BCM_E_EXISTS) << "same MAC and VLAN";
-  bcm_l3_egress_t egress;
-  bcm_l3_egress_t_init(&egress);
-  egress.intf = intf.l3a_intf_id;
   bcm_if_t first = 0, second = 0;
-  ASSERT_EQ(bcm_l3_egress_create(0, 0, &egress, &first), BCM_E_NONE);
-  ASSERT_EQ(bcm_l3_egress_create(0, 0, &egress, &second), BCM_E_NONE);
+  ASSERT_EQ(create_l3_egress(intf.l3a_intf_id, &first), BCM_E_NONE);
+  ASSERT_EQ(create_l3_egress(intf.l3a_intf_id, &second), BCM_E_NONE);
   EXPECT_EQ(std::vector<int>({first, second}), std::vector<int>({100002, 100003}));
   EXPECT_EQ(bcm_l3_egress_destroy(0, first), BCM_E_NONE);
   EXPECT_EQ(bcm_l3_egress_destroy(0, first), BCM_E_NOT_FOUND);
