@@ -205,8 +205,8 @@ class MeteredEffects : public Metering {
            {bcmFieldActionYpDscpNew, 10},
            {bcmFieldActionRpDrop, 0}});
     bcm_field_stat_t types[] = {bcmFieldStatGreenPackets, bcmFieldStatYellowPackets,
-                                bcmFieldStatRedBytes};
-    ASSERT_EQ(bcm_field_stat_create(0, 1, 3, types, &stat_), 0);
+                                bcmFieldStatRedBytes, bcmFieldStatNotRedBytes, bcmFieldStatPackets};
+    ASSERT_EQ(bcm_field_stat_create(0, 1, 5, types, &stat_), 0);
     ASSERT_EQ(bcm_field_entry_stat_attach(0, 1, stat_), 0);
     ASSERT_EQ(bcm_field_entry_reinstall(0, 1), 0);
   }
@@ -225,7 +225,7 @@ TEST_F(MeteredEffects, TheMeteredColourReplacesThePacketsForActionsAndStatistics
   EXPECT_EQ(yellow.dscp, 10);
   EXPECT_FALSE(yellow.internal_priority);
   EXPECT_TRUE(red.drop);
-  EXPECT_EQ(counts(), (std::vector<uint64_t>{1, 1, 100}));
+  EXPECT_EQ(counts(), (std::vector<uint64_t>{1, 1, 100, 2000, 3}));
 }
 
 TEST_F(MeteredEffects, WithoutAnArrivalTimeThePacketsColourRulesAndNoBucketPays) {
@@ -237,7 +237,7 @@ TEST_F(MeteredEffects, WithoutAnArrivalTimeThePacketsColourRulesAndNoBucketPays)
     EXPECT_FALSE(result.hits.at(0).metered);
     EXPECT_EQ(result.verdict.dscp, 10);
   }
-  EXPECT_EQ(counts(), (std::vector<uint64_t>{0, 3, 0}));
+  EXPECT_EQ(counts(), (std::vector<uint64_t>{0, 3, 0, 3000, 3}));
   EXPECT_EQ(colours({{0, 1000}}), "G") << "the buckets are still full";
 }
 
