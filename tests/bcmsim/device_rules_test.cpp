@@ -245,8 +245,10 @@ TEST(DeviceRulesOfGroups, StageComesFromTheQualifierSetAndAnEmptyActionSetAllows
   ASSERT_EQ(create_group(1, bcmFieldQualifyStageLookup, {}), BCM_E_NONE);
   ASSERT_EQ(create_group(2, bcmFieldQualifyStageEgress, {}), BCM_E_NONE);
   bcm_field_group_config_t config;
+  config.priority = 9;
   bcm_field_group_config_t_init(&config);
   ASSERT_EQ(bcm_field_group_config_create(0, &config), BCM_E_NONE);
+  EXPECT_EQ(bcmsim::state().group(3)->priority, 0) << "the initialiser zeroes every field";
   EXPECT_EQ(config.group, 3) << "without an id the lowest free one is given";
   EXPECT_EQ(bcmsim::state().group(1)->stage, bcmsim::Stage::PreIngress);
   EXPECT_EQ(bcmsim::state().group(2)->stage, bcmsim::Stage::Egress);
