@@ -26,7 +26,10 @@ constexpr int kGroup = 16;
 constexpr int kEntry = 100;       // holds a stat and policer 7 at level 0
 constexpr int kOtherEntry = 101;  // holds nothing
 constexpr int kUnknown = 999;     // no such entry
+constexpr int kLookupEntry = 300;
+constexpr int kEgressEntry = 301;
 constexpr bcm_policer_t kPolicer = 7;
+bcm_field_IpType_t ip_type;  // where reads of the IP type go
 
 int create_policer(uint32 flags, bcm_policer_t id, bcm_policer_mode_t mode = bcmPolicerModeSrTcm,
                    uint32 pkbits_sec = 0) {
@@ -47,12 +50,17 @@ int stat_of_entry() {
   return *bcmsim::state().entry(kEntry)->staged.stat;
 }
 
-int create_ingress_group(int id, int priority) {
-  return create_group(id, bcmFieldQualifyStageIngress, {}, {}, priority);
+int create_l3_egress(int intf, bcm_if_t* id = nullptr) {
+  bcm_l3_egress_t egress;
+  bcm_l3_egress_t_init(&egress);
+  egress.intf = intf;
+  bcm_if_t unused = 0;
+  return bcm_l3_egress_create(0, 0, &egress, id ? id : &unused);
 }
 
-// An ingress group with EtherType and drops in its action set, and its two entries; a second
-// stat of the group is left unattached.
+// Ingress group 16 with EtherType and drops in its action set, its entries 100 and 101, and a
+// spare stat; ingress group 17; the four groups the lookup stage holds, entry 300 in one of them;
+// egress entry 301.
 void standard_setup() {
   ASSERT_EQ(create_group(kGroup, bcmFieldQualifyStageIngress, {bcmFieldQualifyEtherType},
                          {bcmFieldActionDrop, bcmFieldActionRpDrop}),
@@ -60,19 +68,24 @@ void standard_setup() {
   for (int entry : {kEntry, kOtherEntry}) {
     ASSERT_EQ(bcm_field_entry_create_id(0, kGroup, entry), BCM_E_NONE);
   }
+  ASSERT_EQ(bcm_field_action_add(0, kOtherEntry, bcmFieldActionDrop, 0, 0), BCM_E_NONE);
   int stat = 0, spare = 0;
   ASSERT_EQ(create_stat(kGroup, bcmFieldStatPackets, &stat), BCM_E_NONE);
   ASSERT_EQ(bcm_field_entry_stat_attach(0, kEntry, stat), BCM_E_NONE);
   ASSERT_EQ(create_stat(kGroup, bcmFieldStatBytes, &spare), BCM_E_NONE);
   ASSERT_EQ(create_policer(BCM_POLICER_WITH_ID, kPolicer), BCM_E_NONE);
   ASSERT_EQ(bcm_field_entry_policer_attach(0, kEntry, 0, kPolicer), BCM_E_NONE);
+  ASSERT_EQ(create_group(17, bcmFieldQualifyStageIngress, {}), BCM_E_NONE);
+  for (int id = 1; id <= 4; ++id) ASSERT_EQ(create_group(id, bcmFieldQualifyStageLookup, {}), 0);
+  ASSERT_EQ(create_group(20, bcmFieldQualifyStageEgress, {}), BCM_E_NONE);
+  ASSERT_EQ(bcm_field_entry_create_id(0, 1, kLookupEntry), BCM_E_NONE);
+  ASSERT_EQ(bcm_field_entry_create_id(0, 20, kEgressEntry), BCM_E_NONE);
 }
 
 struct Refusal {
   std::string name;
   std::function<int()> call;
   int expected;
-  std::function<void()> prepare = [] {};
 };
 
 void PrintTo(const Refusal& refusal, std::ostream* out) {
@@ -88,7 +101,6 @@ class DeviceRules : public ::testing::TestWithParam<Refusal> {
 };
 
 TEST_P(DeviceRules, RefusesWithTheSdkCodeAndChangesNothing) {
-  GetParam().prepare();
   const std::string before = bcmsim::dump_json();
   EXPECT_EQ(GetParam().call(), GetParam().expected);
   EXPECT_EQ(bcmsim::dump_json(), before);
@@ -96,91 +108,66 @@ TEST_P(DeviceRules, RefusesWithTheSdkCodeAndChangesNothing) {
 
 bcm_mac_t kMac = {0, 1, 2, 3, 4, 5};
 
-int create_l3_egress(int intf, bcm_if_t* id = nullptr) {
-  bcm_l3_egress_t egress;
-  bcm_l3_egress_t_init(&egress);
-  egress.intf = intf;
-  bcm_if_t unused = 0;
-  return bcm_l3_egress_create(0, 0, &egress, id ? id : &unused);
-}
-
-// A group and entry 300 at `stage`.
-void entry_at(bcm_field_qualify_t stage) {
-  create_group(2, stage, {});
-  bcm_field_entry_create_id(0, 2, 300);
-}
+// A row: its name, the code, and the refused call as an expression.
+// clang-format off
+#define REFUSAL(name, code, call) Refusal{#name, [] { return call; }, code}
+// clang-format on
 
 const Refusal kRefusals[] = {
-    {"UnknownUnit", [] { return bcm_field_entry_install(3, kEntry); }, BCM_E_UNIT},
-    {"GroupIdInUse", [] { return create_ingress_group(kGroup, 1); }, BCM_E_EXISTS},
-    {"GroupStageFull", [] { return create_group(4, bcmFieldQualifyStageLookup, {}); },
-     BCM_E_RESOURCE,
-     [] {
-       for (int id = 0; id < 4; ++id) create_group(id, bcmFieldQualifyStageLookup, {});
-     }},
-    {"GroupBadPriority", [] { return create_ingress_group(20, -5); }, BCM_E_PARAM},
-    {"GroupDestroyWithEntries", [] { return bcm_field_group_destroy(0, kGroup); }, BCM_E_BUSY},
-    {"EntryIdInUseOnTheUnit", [] { return bcm_field_entry_create_id(0, 17, kEntry); }, BCM_E_EXISTS,
-     [] { create_ingress_group(17, 2); }},
-    {"QualifierNotInQset", [] { return bcm_field_qualify_SrcMac(0, kEntry, kMac, kMac); },
-     BCM_E_PARAM},
-    {"QualifierNotInQsetAtEgress", [] { return bcm_field_qualify_SrcMac(0, 300, kMac, kMac); },
-     BCM_E_NOT_FOUND, [] { entry_at(bcmFieldQualifyStageEgress); }},
-    {"QualifierGetNotInQset",
-     [] {
-       bcm_field_IpType_t type;
-       return bcm_field_qualify_IpType_get(0, kEntry, &type);
-     },
-     BCM_E_NOT_FOUND},
-    {"ActionNotInAset",
-     [] { return bcm_field_action_add(0, kEntry, bcmFieldActionCopyToCpu, 0, 0); }, BCM_E_UNAVAIL},
-    {"ActionDeleteNotOnEntry",
-     [] { return bcm_field_action_delete(0, kEntry, bcmFieldActionDrop, 0, 0); }, BCM_E_NOT_FOUND},
-    {"BitmapActionThroughActionAdd",
-     [] { return bcm_field_action_add(0, kUnknown, bcmFieldActionEgressMask, 0, 0); }, BCM_E_PARAM},
-    {"ActionTwice", [] { return bcm_field_action_add(0, kEntry, bcmFieldActionDrop, 0, 0); },
-     BCM_E_CONFIG, [] { bcm_field_action_add(0, kEntry, bcmFieldActionDrop, 0, 0); }},
-    {"ActionPairTheFamilyRefuses",
-     [] { return bcm_field_action_add(0, kEntry, bcmFieldActionRpDrop, 0, 0); }, BCM_E_CONFIG,
-     [] { bcm_field_action_add(0, kEntry, bcmFieldActionDrop, 0, 0); }},
-    {"StatCreateBadType", [] { return create_stat(kGroup, static_cast<bcm_field_stat_t>(14)); },
-     BCM_E_PARAM},
-    {"StatDestroyWhileAttached", [] { return bcm_field_stat_destroy(0, stat_of_entry()); },
-     BCM_E_BUSY},
-    {"StatAttachEntryHasOne",
-     [] { return bcm_field_entry_stat_attach(0, kEntry, stat_of_entry() + 1); }, BCM_E_EXISTS},
-    {"StatDetachNoneAttached",
-     [] { return bcm_field_entry_stat_detach(0, kOtherEntry, stat_of_entry()); }, BCM_E_EMPTY},
-    {"StatDetachAnotherAttached",
-     [] { return bcm_field_entry_stat_detach(0, kEntry, stat_of_entry() + 1); }, BCM_E_PARAM},
-    {"StatSetBeforeAnyInstall",
-     [] { return bcm_field_stat_set(0, stat_of_entry(), bcmFieldStatPackets, 5); }, BCM_E_UNAVAIL},
-    {"PolicerAttachUnknownPolicer", [] { return bcm_field_entry_policer_attach(0, kEntry, 1, 99); },
-     BCM_E_NOT_FOUND},
-    {"PolicerAttachLevelInUse",
-     [] { return bcm_field_entry_policer_attach(0, kEntry, 0, kPolicer); }, BCM_E_EXISTS},
-    {"PolicerAttachBadLevelBeforeTheEntry",
-     [] { return bcm_field_entry_policer_attach(0, kUnknown, 2, kPolicer); }, BCM_E_PARAM},
-    {"PolicerAttachOnePolicerTwoLevels",
-     [] { return bcm_field_entry_policer_attach(0, kEntry, 1, kPolicer); }, BCM_E_PARAM},
-    {"PolicerAttachAtTheLookupStage",
-     [] { return bcm_field_entry_policer_attach(0, 300, 0, kPolicer); }, BCM_E_UNAVAIL,
-     [] { entry_at(bcmFieldQualifyStageLookup); }},
-    {"PolicerSharedAtAnotherLevel",
-     [] { return bcm_field_entry_policer_attach(0, kOtherEntry, 1, kPolicer); }, BCM_E_PARAM},
-    {"PolicerDetachEmptyLevel", [] { return bcm_field_entry_policer_detach(0, kEntry, 1); },
-     BCM_E_EMPTY},
-    {"PolicerDestroyWhileAttached", [] { return bcm_policer_destroy(0, kPolicer); }, BCM_E_BUSY},
-    {"PolicerCreateWithIdInUse", [] { return create_policer(BCM_POLICER_WITH_ID, kPolicer); },
-     BCM_E_EXISTS},
-    {"PolicerReplaceWhileAttached",
-     [] { return create_policer(BCM_POLICER_WITH_ID | BCM_POLICER_REPLACE, kPolicer); },
-     BCM_E_BUSY},
-    {"PolicerCommittedWithAPeak", [] { return create_policer(0, 0, bcmPolicerModeCommitted, 100); },
-     BCM_E_PARAM},
-    {"L3EgressBeforeEgressMode", [] { return create_l3_egress(0); }, BCM_E_DISABLED},
-    {"PortControlUnknownPort",
-     [] { return bcm_port_control_set(0, 40, bcmPortControlFilterIngress, 1); }, BCM_E_PORT},
+    REFUSAL(UnknownUnit, BCM_E_UNIT, bcm_field_entry_install(3, kEntry)),
+    REFUSAL(GroupIdInUse, BCM_E_EXISTS, create_group(kGroup, bcmFieldQualifyStageIngress, {})),
+    REFUSAL(GroupStageFull, BCM_E_RESOURCE, create_group(5, bcmFieldQualifyStageLookup, {})),
+    REFUSAL(GroupBadPriority, BCM_E_PARAM,
+            create_group(21, bcmFieldQualifyStageIngress, {}, {}, -5)),
+    REFUSAL(GroupDestroyWithEntries, BCM_E_BUSY, bcm_field_group_destroy(0, kGroup)),
+    REFUSAL(EntryIdInUseOnTheUnit, BCM_E_EXISTS, bcm_field_entry_create_id(0, 17, kEntry)),
+    REFUSAL(QualifierNotInQset, BCM_E_PARAM, bcm_field_qualify_SrcMac(0, kEntry, kMac, kMac)),
+    REFUSAL(QualifierNotInQsetAtEgress, BCM_E_NOT_FOUND,
+            bcm_field_qualify_SrcMac(0, kEgressEntry, kMac, kMac)),
+    REFUSAL(QualifierGetNotInQset, BCM_E_NOT_FOUND,
+            bcm_field_qualify_IpType_get(0, kEntry, &ip_type)),
+    REFUSAL(ActionNotInAset, BCM_E_UNAVAIL,
+            bcm_field_action_add(0, kEntry, bcmFieldActionCopyToCpu, 0, 0)),
+    REFUSAL(ActionDeleteNotOnEntry, BCM_E_NOT_FOUND,
+            bcm_field_action_delete(0, kEntry, bcmFieldActionDrop, 0, 0)),
+    REFUSAL(BitmapActionThroughActionAdd, BCM_E_PARAM,
+            bcm_field_action_add(0, kUnknown, bcmFieldActionEgressMask, 0, 0)),
+    REFUSAL(ActionTwice, BCM_E_CONFIG,
+            bcm_field_action_add(0, kOtherEntry, bcmFieldActionDrop, 0, 0)),
+    REFUSAL(ActionPairTheFamilyRefuses, BCM_E_CONFIG,
+            bcm_field_action_add(0, kOtherEntry, bcmFieldActionRpDrop, 0, 0)),
+    REFUSAL(StatCreateBadType, BCM_E_PARAM, create_stat(kGroup, static_cast<bcm_field_stat_t>(14))),
+    REFUSAL(StatDestroyWhileAttached, BCM_E_BUSY, bcm_field_stat_destroy(0, stat_of_entry())),
+    REFUSAL(StatAttachEntryHasOne, BCM_E_EXISTS,
+            bcm_field_entry_stat_attach(0, kEntry, stat_of_entry() + 1)),
+    REFUSAL(StatDetachNoneAttached, BCM_E_EMPTY,
+            bcm_field_entry_stat_detach(0, kOtherEntry, stat_of_entry())),
+    REFUSAL(StatDetachAnotherAttached, BCM_E_PARAM,
+            bcm_field_entry_stat_detach(0, kEntry, stat_of_entry() + 1)),
+    REFUSAL(StatSetBeforeAnyInstall, BCM_E_UNAVAIL,
+            bcm_field_stat_set(0, stat_of_entry(), bcmFieldStatPackets, 5)),
+    REFUSAL(PolicerAttachUnknownPolicer, BCM_E_NOT_FOUND,
+            bcm_field_entry_policer_attach(0, kEntry, 1, 99)),
+    REFUSAL(PolicerAttachLevelInUse, BCM_E_EXISTS,
+            bcm_field_entry_policer_attach(0, kEntry, 0, kPolicer)),
+    REFUSAL(PolicerAttachBadLevelBeforeTheEntry, BCM_E_PARAM,
+            bcm_field_entry_policer_attach(0, kUnknown, 2, kPolicer)),
+    REFUSAL(PolicerAttachOnePolicerTwoLevels, BCM_E_PARAM,
+            bcm_field_entry_policer_attach(0, kEntry, 1, kPolicer)),
+    REFUSAL(PolicerAttachAtTheLookupStage, BCM_E_UNAVAIL,
+            bcm_field_entry_policer_attach(0, kLookupEntry, 0, kPolicer)),
+    REFUSAL(PolicerSharedAtAnotherLevel, BCM_E_PARAM,
+            bcm_field_entry_policer_attach(0, kOtherEntry, 1, kPolicer)),
+    REFUSAL(PolicerDetachEmptyLevel, BCM_E_EMPTY, bcm_field_entry_policer_detach(0, kEntry, 1)),
+    REFUSAL(PolicerDestroyWhileAttached, BCM_E_BUSY, bcm_policer_destroy(0, kPolicer)),
+    REFUSAL(PolicerCreateWithIdInUse, BCM_E_EXISTS, create_policer(BCM_POLICER_WITH_ID, kPolicer)),
+    REFUSAL(PolicerReplaceWhileAttached, BCM_E_BUSY,
+            create_policer(BCM_POLICER_WITH_ID | BCM_POLICER_REPLACE, kPolicer)),
+    REFUSAL(PolicerCommittedWithAPeak, BCM_E_PARAM,
+            create_policer(0, 0, bcmPolicerModeCommitted, 100)),
+    REFUSAL(L3EgressBeforeEgressMode, BCM_E_DISABLED, create_l3_egress(0)),
+    REFUSAL(PortControlUnknownPort, BCM_E_PORT,
+            bcm_port_control_set(0, 40, bcmPortControlFilterIngress, 1)),
 };
 
 INSTANTIATE_TEST_SUITE_P(Table, DeviceRules, ::testing::ValuesIn(kRefusals),
@@ -188,9 +175,9 @@ INSTANTIATE_TEST_SUITE_P(Table, DeviceRules, ::testing::ValuesIn(kRefusals),
 
 TEST_F(DeviceRules, CallsOnAnUnknownGroupOrEntryAreNotFound) {
   const std::string before = bcmsim::dump_json();
-  EXPECT_EQ(bcm_field_group_destroy(0, 3), BCM_E_NOT_FOUND);
+  EXPECT_EQ(bcm_field_group_destroy(0, 30), BCM_E_NOT_FOUND);
   EXPECT_EQ(bcm_field_entry_create_id(0, 30, 500), BCM_E_NOT_FOUND);
-  EXPECT_EQ(create_stat(3, bcmFieldStatBytes), BCM_E_NOT_FOUND);
+  EXPECT_EQ(create_stat(30, bcmFieldStatBytes), BCM_E_NOT_FOUND);
   uint16 data, mask;
   EXPECT_EQ(bcm_field_qualify_EtherType(0, kUnknown, 0x800, 0xffff), BCM_E_NOT_FOUND);
   EXPECT_EQ(bcm_field_qualify_EtherType_get(0, kUnknown, &data, &mask), BCM_E_NOT_FOUND);
