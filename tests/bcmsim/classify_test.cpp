@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <bcm/error.h>
 #include <bcm/field.h>
 #include <bcm/l3.h>
 #include <bcm/policer.h>
@@ -27,9 +26,7 @@ void install(int group, int eid, int priority, const std::function<int(int)>& qu
              const Actions& actions) {
   ASSERT_EQ(bcm_field_entry_create_id(0, group, eid), 0);
   ASSERT_EQ(qualify ? qualify(eid) : 0, 0);
-  for (const auto& [action, param] : actions) {
-    ASSERT_EQ(bcm_field_action_add(0, eid, action, param, 0), 0);
-  }
+  for (auto [action, param] : actions) ASSERT_EQ(bcm_field_action_add(0, eid, action, param, 0), 0);
   ASSERT_EQ(bcm_field_entry_prio_set(0, eid, priority), 0);
   ASSERT_EQ(bcm_field_entry_install(0, eid), 0);
 }
@@ -177,23 +174,20 @@ TEST(Tcam, AnInstallBetweenOccupiedSlotsShiftsToTheNearestFreeSlot) {
   config.entries_per_slice = {4, 4, 4};
   bcmsim::reset(config);
   ASSERT_EQ(create_group(16, bcmFieldQualifyStageIngress, {}), 0);
-  auto slots = [] {
-    std::vector<int> entries;
-    for (const auto& slot : bcmsim::state().group(16)->slots) entries.push_back(slot.entry);
-    return entries;
+  using Layout = std::pair<std::vector<int>, uint64_t>;  // entries by slot, and moves so far
+  auto layout = [] {
+    Layout out{{}, bcmsim::state().tcam_moves};
+    for (const auto& slot : bcmsim::state().group(16)->slots) out.first.push_back(slot.entry);
+    return out;
   };
-  install(16, 1, 30, nullptr, {});
-  install(16, 2, 10, nullptr, {});
-  install(16, 3, 20, nullptr, {});
-  EXPECT_EQ(slots(), (std::vector<int>{1, 3, 2, -1})) << "one entry moved down";
-  EXPECT_EQ(bcmsim::state().tcam_moves, 1u);
-  install(16, 4, 40, nullptr, {});
-  EXPECT_EQ(slots(), (std::vector<int>{4, 1, 3, 2}));
-  EXPECT_EQ(bcmsim::state().tcam_moves, 4u);
+  for (auto [eid, priority] : {std::pair{1, 30}, {2, 10}, {3, 20}})
+    install(16, eid, priority, {}, {});
+  EXPECT_EQ(layout(), Layout({1, 3, 2, -1}, 1)) << "one entry moved down";
+  install(16, 4, 40, {}, {});
+  EXPECT_EQ(layout(), Layout({4, 1, 3, 2}, 4));
   ASSERT_EQ(bcm_field_entry_destroy(0, 1), 0);
   ASSERT_EQ(bcm_field_entry_prio_set(0, 2, 35), 0);
-  EXPECT_EQ(slots(), (std::vector<int>{4, 2, 3, -1})) << "a new priority takes a free place";
-  EXPECT_EQ(bcmsim::state().tcam_moves, 4u);
+  EXPECT_EQ(layout(), Layout({4, 2, 3, -1}, 4)) << "a new priority takes a free place";
 }
 
 TEST_F(Classify, AnExplanationNamesTheHitTheClosestMissesAndOverriddenActions) {
@@ -203,16 +197,15 @@ TEST_F(Classify, AnExplanationNamesTheHitTheClosestMissesAndOverriddenActions) {
 
   const auto missed = bcmsim::explain(to(0x0c000001), 1);
   ASSERT_GE(missed.size(), 2u);
-  EXPECT_EQ(missed[0].group, 17) << "the group of higher priority first";
-  EXPECT_EQ(missed[0].hit, 7);
+  EXPECT_EQ(std::make_pair(missed[0].group, missed[0].hit), std::make_pair(17, std::optional(7)))
+      << "the group of higher priority first";
   const bcmsim::GroupExplanation& miss = missed[1];
-  EXPECT_FALSE(miss.hit);
-  EXPECT_EQ(miss.installed, 2);
+  EXPECT_EQ(std::make_pair(miss.hit, miss.installed), std::make_pair(std::optional<int>(), 2));
   ASSERT_EQ(miss.closest.size(), 1u);
-  EXPECT_EQ(miss.closest[0].entry, 2) << "equally close: the entry of higher priority";
-  EXPECT_EQ(miss.closest[0].qualifier, "DstIp");
-  EXPECT_EQ(miss.closest[0].packet_value, "12.0.0.1/255.0.0.0");
-  EXPECT_EQ(miss.closest[0].entry_value, "11.0.0.0/255.0.0.0");
+  const bcmsim::NearMiss& near = miss.closest[0];
+  EXPECT_EQ(near.entry, 2) << "equally close: the entry of higher priority";
+  EXPECT_EQ(near.qualifier + " " + near.packet_value + " " + near.entry_value,
+            "DstIp 12.0.0.1/255.0.0.0 11.0.0.0/255.0.0.0");
 
   const auto hit = bcmsim::explain(to(0x0a000001));
   EXPECT_EQ(hit[1].hit, 1);

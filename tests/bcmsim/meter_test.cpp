@@ -70,12 +70,12 @@ class Metering : public ::testing::Test {
   static void entry(int eid, int group, std::vector<bcm_policer_t> policers,
                     std::vector<std::pair<bcm_field_action_t, uint32_t>> actions = {}) {
     ASSERT_EQ(bcm_field_entry_create_id(0, group, eid), 0);
-    for (int level = 0; level < static_cast<int>(policers.size()); ++level) {
-      ASSERT_EQ(bcm_field_entry_policer_attach(0, eid, level, policers[level]), 0);
+    for (size_t level = 0; level < policers.size(); ++level) {
+      ASSERT_EQ(bcm_field_entry_policer_attach(0, eid, static_cast<int>(level), policers[level]),
+                0);
     }
-    for (const auto& [action, param] : actions) {
+    for (auto [action, param] : actions)
       ASSERT_EQ(bcm_field_action_add(0, eid, action, param, 0), 0);
-    }
     ASSERT_EQ(bcm_field_entry_install(0, eid), 0);
   }
 
@@ -136,7 +136,6 @@ const ModeCase kModeCases[] = {
     mode("TrTcmColourAware",
          {bcmPolicerModeTrTcm, 0, kByteAMicrosecond, 8, 2 * kByteAMicrosecond, 16}, "YGR",
          {{0, 1000, kYellow}, {0, 1000}, {0, 1}}),
-    mode("TrTcmColourBlind", kTrTcm, "GYR", {{0, 1000, kYellow}, {0, 1000}, {0, 1}}),
 };
 
 TEST_F(Metering, EachModeColoursArrivalsByItsBuckets) {
