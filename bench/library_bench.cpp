@@ -113,12 +113,29 @@ void BM_FullDeviceTeardown(benchmark::State& state) {
 }
 BENCHMARK(BM_FullDeviceTeardown)->Unit(benchmark::kMillisecond);
 
+// Room for 1,024 hardware entries a slice at ingress and egress.
+bcmsim::Config roomyDevice() {
+  bcmsim::Config config;
+  config.entries_per_slice = {256, 1024, 1024};
+  return config;
+}
+
+// Items are member events: eth21 added to `lag` and removed again, one pair an iteration.
+void timeMemberEvents(benchmark::State& state, Switch& sw, const limid_t& lag) {
+  const uint64_t before = bcmsim::state().tcam_moves;
+  for (auto _ : state) {
+    sw.lags->AddMember(lag, limid_ethernet(21));
+    sw.lags->RemoveMember(lag, limid_ethernet(21));
+  }
+  state.SetItemsProcessed(state.iterations() * 2);
+  reportMoves(state, bcmsim::state().tcam_moves - before,
+              static_cast<double>(state.iterations()) * 2);
+}
+
 // A LAG on which 1,000 hardware entries depend (ingress bitmaps: 100 user entries of 10), with
 // `unrelated` other hardware entries installed. One item is one member event (add or remove).
 void BM_LagEvent(benchmark::State& state) {
-  bcmsim::Config config;
-  config.entries_per_slice = {256, 1024, 1024};
-  Switch sw(config);
+  Switch sw(roomyDevice());
   const limid_t lag = limid_lag(1);
   sw.lags->CreateLag(lag);
   sw.lags->AddMember(lag, limid_ethernet(20));
@@ -135,24 +152,15 @@ void BM_LagEvent(benchmark::State& state) {
         kIngress, static_cast<unsigned short>(4 + id / 100),
         ingressEntry(static_cast<unsigned int>(id % 100), 10, frontPorts(1, 4)));
   }
-  const uint64_t before = bcmsim::state().tcam_moves;
-  for (auto _ : state) {
-    sw.lags->AddMember(lag, limid_ethernet(21));
-    sw.lags->RemoveMember(lag, limid_ethernet(21));
-  }
-  state.SetItemsProcessed(state.iterations() * 2);
+  timeMemberEvents(state, sw, lag);
   state.counters["dependent_hw_entries"] = 1000;
-  reportMoves(state, bcmsim::state().tcam_moves - before,
-              static_cast<double>(state.iterations()) * 2);
 }
 BENCHMARK(BM_LagEvent)->ArgName("unrelated")->Arg(0)->Arg(5000)->Unit(benchmark::kMillisecond);
 
 // The same with expansion: 100 egress user entries of 10 VLANs over a LAG, so that each event
 // creates or deletes 1,000 hardware entries.
 void BM_LagEventExpansion(benchmark::State& state) {
-  bcmsim::Config config;
-  config.entries_per_slice = {256, 1024, 1024};
-  Switch sw(config);
+  Switch sw(roomyDevice());
   const limid_t lag = limid_lag(1);
   sw.lags->CreateLag(lag);
   sw.lags->AddMember(lag, limid_ethernet(20));
@@ -167,14 +175,7 @@ void BM_LagEventExpansion(benchmark::State& state) {
     sw.filters->createEntry(FILTERS_GROUP_STAGE_EGRESS, static_cast<unsigned short>(id / 25),
                             entry);
   }
-  const uint64_t before = bcmsim::state().tcam_moves;
-  for (auto _ : state) {
-    sw.lags->AddMember(lag, limid_ethernet(21));
-    sw.lags->RemoveMember(lag, limid_ethernet(21));
-  }
-  state.SetItemsProcessed(state.iterations() * 2);
-  reportMoves(state, bcmsim::state().tcam_moves - before,
-              static_cast<double>(state.iterations()) * 2);
+  timeMemberEvents(state, sw, lag);
 }
 BENCHMARK(BM_LagEventExpansion)->Unit(benchmark::kMillisecond);
 

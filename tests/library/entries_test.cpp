@@ -191,45 +191,4 @@ TEST_F(Entries, APoolLargerThanItsIdBlockIsRefusedUntouched) {
   EXPECT_TRUE(HalFiltersLL::filters_cache_.entries_info().empty());
 }
 
-TEST_F(Entries, DeletingEveryEntryLeavesNothingTheLibraryCreated) {
-  test_support::make_lag(*lags, 1, {2, 3});
-  ASSERT_EQ(destinations.AddDestination(5, 100010), 0);
-  ASSERT_EQ(filters->createGroup(FiltersGroup(kIn, 1, 1, 10)), 0);
-  FiltersEntry over_lag = egressEntry(0, ports({limid_lag(1)}));
-  over_lag.setMatch(MatchExternalVlanId(std::set<unsigned short>{10, 20}));
-  over_lag.addCounter(Counter(1, COUNTER_TYPE_BYTES));
-  over_lag.setPolicer(policer::Policer(9, policer::Policer::STAGE_EGRESS, policer::Mode::Flow(1, 1),
-                                       {{policer::COLOR_RED, policer::Action::TYPE_SET_DSCP, 0, 8}}));
-  over_lag.setPolicerParent(std::make_shared<policer::Policer>(
-      10, policer::Policer::STAGE_EGRESS, policer::Mode::Flow(2, 2), std::list<policer::Action>{}));
-  FiltersEntry switching(3, 0);
-  switching.setMatch(MatchIngressPorts(ports({limid_ethernet(1), limid_lag(1)})));
-  switching.setMatch(MatchSrcIPv4(0x0a000000u, 0xff000000u));
-  switching.setAction(ActionL3Switch(5u));
-  switching.addCounter(Counter(2, COUNTER_TYPE_PACKETS));
-  ASSERT_EQ(filters->createEntry(kEg, 0, over_lag), 0);
-  ASSERT_EQ(filters->createEntry(kIn, 1, switching), 0);
-  unsigned short vlan = 7;
-  unsigned char mac[6] = {2, 0, 0, 0, 0, 1};
-  ASSERT_EQ(filters->createChangeL2FieldsAction(kEgressBase, {kEg, 0, 0}, mac, mac, vlan), 0);
-  ASSERT_EQ(lags->AddMember(limid_lag(1), limid_ethernet(4)), 0);
-  EXPECT_EQ(installed_ids().size(), 7u);
-
-  ASSERT_EQ(filters->deleteEntry(kEg, 0, 0), 0);
-  ASSERT_EQ(filters->deleteEntry(kIn, 1, 3), 0);
-  const bcmsim::State& device = bcmsim::state();
-  EXPECT_TRUE(device.entries.empty());
-  EXPECT_TRUE(device.stats.empty());
-  EXPECT_TRUE(device.policers.empty());
-  EXPECT_TRUE(device.l3_intfs.empty());
-  EXPECT_EQ(device.l3_egresses.size(), 1u) << "only the black hole";
-  const auto& cache = HalFiltersLL::filters_cache_;
-  EXPECT_TRUE(cache.entries_info().empty() && cache.lag_entries().empty() &&
-              cache.lag_pbmp_entries().empty() && cache.ingress_pbmp().empty() &&
-              cache.l3_destination_entries().empty());
-  unsigned long long value = 0;
-  EXPECT_NE(filters->getCounterValue(1, value), 0);
-  EXPECT_NE(filters->getCounterValue(2, value), 0);
-}
-
 }  // namespace
