@@ -119,6 +119,9 @@ TEST_F(Classify, PortBitmapsIpTypesAndTheEgressStage) {
   packet.ether_type = 0x0800;
   EXPECT_EQ(bcmsim::classify(packet).verdict.text(), "dropped");
   EXPECT_EQ(bcmsim::classify(packet).hits.back().stage, bcmsim::Stage::Egress);
+  // A packet dropped at ingress never reaches the egress stage.
+  install(17, 3, 0, ipv4, {{bcmFieldActionDrop, 0}});
+  EXPECT_EQ(hit_entries(bcmsim::classify(packet)), std::vector<int>{3});
 }
 
 TEST_F(Classify, APerColourActionNeedsAMeterOnTheInstalledEntry) {
