@@ -18,23 +18,11 @@
 
 namespace robustness {
 
-// What one hardware entry holds, as one comparable line: the model writes it from a user entry,
-// the device check reads it from bcmsim.
-struct EntryContent {
-  int priority = 0;
-  std::vector<bcmsim::QualifierValue> qualifiers;
-  std::vector<bcmsim::ActionValue> actions;
-  std::vector<int> stat_types;  // of the attached statistics object, in its order
-  std::array<std::optional<int>, bcmsim::kPolicerLevels> policers{};
-
-  void qualify(int qualifier, const bcmsim::Words& data, const bcmsim::Words& mask) {
-    qualifiers.push_back(bcmsim::QualifierValue{qualifier, data, mask});
-  }
-  void act(int action, uint32_t param0 = 0, bcmsim::ActionForm form = bcmsim::ActionForm::Params,
-           const bcmsim::Words& mac = {});
-  // Qualifiers and actions sorted, so that the order of writing does not matter.
-  std::string text() const;
-};
+// What one hardware entry holds, as one comparable line: the priority, the qualifiers and actions
+// sorted (the order of writing does not matter), the types of the statistics object in its order
+// and the policers. The model writes it for a user entry, the device check for a bcmsim entry.
+std::string describe(int priority, const bcmsim::EntryView& view,
+                     const std::vector<bcm_field_stat_t>& stat_types);
 
 struct Key {
   FiltersCommon::filtersGroupStage_t stage;
@@ -112,14 +100,13 @@ class Model {
   std::vector<std::string> expected(const ModelEntry& entry) const;
 
  private:
+  std::vector<Key> where(const std::function<bool(const ModelEntry&)>& holds) const;
   // Every hardware entry of `spec` over the current topology; `created_by`, when given, marks
   // them all as brought by that LAG member.
-  std::vector<Key> where(const std::function<bool(const ModelEntry&)>& holds) const;
   std::vector<ExpectedHw> expand(const EntrySpec& spec, std::optional<LagMember> created_by) const;
   // The entries following `lag` lose the hardware entries its member `ports` brought, and the
   // ports they do not name leave their bitmaps.
   void removeMembers(unsigned lag, const std::set<int>& ports);
-  EntryContent content(const ModelEntry& entry, const ExpectedHw& hw) const;
 
   DeviceFacts facts_;
   std::map<unsigned, std::set<int>> lags_;  // existing LAGs and their member ports
