@@ -152,7 +152,7 @@ class Run {
                     model_->update(spec)};
       case Operation::kDeleteEntry:
         return Call{[&] { return filters_->deleteEntry(spec.stage, 0, spec.id); },
-                    model_->remove(key_of(spec))};
+                    model_->remove(spec)};
       case Operation::kReadCounter: {
         bool counted = false;
         for (const auto& [key, entry] : model_->entries())
@@ -178,7 +178,7 @@ class Run {
         return std::nullopt;
       case Operation::kDestroyBehindTheLibrary:
         for (int id : bcmsim::state().entry_ids()) {
-          if (owner(id) == key_of(spec)) {
+          if (owner(id) == Key(spec)) {
             bcm_field_entry_destroy(bcmsim::config().unit, id);
             break;
           }

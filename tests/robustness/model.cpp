@@ -50,13 +50,13 @@ std::string describe(int priority, const bcmsim::EntryView& view,
 }
 
 bool Model::create(const EntrySpec& spec) {
-  if (entries_.count(key_of(spec))) return false;
+  if (entries_.count(spec)) return false;
   ModelEntry entry{spec, {}, false, expand(spec, std::nullopt)};
   const bool all_but_cpu = spec.stage == FILTERS_GROUP_STAGE_INGRESS && spec.all_but_cpu;
   for (const limid_t& port : all_but_cpu ? std::vector<limid_t>{} : spec.ports) {
     if (auto lag = lag_of(port)) entry.followed_lags.insert(*lag);
   }
-  entries_.emplace(key_of(spec), std::move(entry));
+  entries_.emplace(Key(spec), std::move(entry));
   return true;
 }
 

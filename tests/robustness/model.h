@@ -9,7 +9,6 @@
 #include <optional>
 #include <set>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include <bcmsim/state.h>
@@ -23,22 +22,6 @@ namespace robustness {
 // and the policers. The model writes it for a user entry, the device check for a bcmsim entry.
 std::string describe(int priority, const bcmsim::EntryView& view,
                      const std::vector<bcm_field_stat_t>& stat_types);
-
-struct Key {
-  FiltersCommon::filtersGroupStage_t stage;
-  unsigned int id;
-  bool operator<(const Key& other) const {
-    return std::tie(stage, id) < std::tie(other.stage, other.id);
-  }
-  bool operator==(const Key& other) const { return stage == other.stage && id == other.id; }
-  std::string text() const {
-    return "stage " + std::to_string(stage) + " entry " + std::to_string(id);
-  }
-};
-
-inline Key key_of(const EntrySpec& spec) {
-  return Key{spec.stage, spec.id};
-}
 
 // Facts of the device and the platform that the expected programming depends on.
 struct DeviceFacts {
@@ -76,7 +59,7 @@ class Model {
 
   // Each answers whether the library is expected to accept the change.
   bool create(const EntrySpec& spec);
-  bool update(const EntrySpec& spec) { return remove(key_of(spec)) && create(spec); }
+  bool update(const EntrySpec& spec) { return remove(spec) && create(spec); }
   bool remove(const Key& key) { return entries_.erase(key) > 0; }
   // Each answers whether the orchestrator makes the change.
   bool createLag(unsigned lag) { return lags_.emplace(lag, std::set<int>{}).second; }

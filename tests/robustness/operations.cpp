@@ -110,7 +110,7 @@ class Generator {
   Operation operation() {
     int kind = 0;
     for (int roll = pick(0, 99); roll >= kKinds[kind].weight; ++kind) roll -= kKinds[kind].weight;
-    Operation op = Operation::of(static_cast<Operation::Kind>(kind));
+    Operation op = Operation(static_cast<Operation::Kind>(kind));
     const int fields = kKinds[op.kind].fields;
     if (fields & (kSpec | kKey)) op.entry = entry();
     if (fields & kLag) op.lag = number<unsigned>(1, 3);
@@ -216,7 +216,7 @@ std::string Operation::text() const {
   out << kKinds[kind].name;
   for (const EntrySpec& spec : group_entries) out << "; with " << spec.text();
   if (fields & kSpec) out << " " << entry.text();
-  if (fields & kKey) out << " stage " << entry.stage << " entry " << entry.id;
+  if (fields & kKey) out << " " << entry.Key::text();
   if (fields & kMember) out << " eth" << member;
   if (fields & kLag) out << " lag" << lag;
   if (fields & kDestination) out << " destination " << destination;
@@ -228,7 +228,7 @@ std::string Operation::text() const {
 
 std::vector<Operation> generate(uint64_t seed, int steps) {
   Generator generator(seed);
-  std::vector<Operation> operations = {Operation::of(Operation::kCreateGroups)};
+  std::vector<Operation> operations = {Operation(Operation::kCreateGroups)};
   for (int step = 1; step < steps; ++step) operations.push_back(generator.operation());
   return operations;
 }

@@ -6,6 +6,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <bcmsim/fault_plan.h>
@@ -16,10 +17,21 @@ namespace robustness {
 // User entry ids 0 to kEntryIds - 1 in group 0 of every stage.
 constexpr unsigned kEntryIds = 6;
 
-// A user entry as the generator writes it; the model and the library both start from it.
-struct EntrySpec {
+// A user entry: its stage and id.
+struct Key {
   FiltersCommon::filtersGroupStage_t stage = FiltersCommon::FILTERS_GROUP_STAGE_INGRESS;
   unsigned int id = 0;
+  bool operator<(const Key& other) const {
+    return std::tie(stage, id) < std::tie(other.stage, other.id);
+  }
+  bool operator==(const Key& other) const { return stage == other.stage && id == other.id; }
+  std::string text() const {
+    return "stage " + std::to_string(stage) + " entry " + std::to_string(id);
+  }
+};
+
+// A user entry as the generator writes it; the model and the library both start from it.
+struct EntrySpec : Key {
   unsigned short priority = 0;
   std::vector<limid_t> ports;  // ingress ports (pre-ingress, ingress) or egress ports (egress)
   bool all_but_cpu = false;    // ingress: every port except the CPU port instead of `ports`
@@ -69,11 +81,7 @@ struct Operation {
   unsigned short counter = 0;
   std::optional<bcmsim::Fault> fault;
 
-  static Operation of(Kind kind) {
-    Operation op;
-    op.kind = kind;
-    return op;
-  }
+  explicit Operation(Kind of = kCreateGroups, EntrySpec on = {}) : kind(of), entry(std::move(on)) {}
   std::string text() const;
 };
 

@@ -60,21 +60,26 @@ TEST(RandomSequences, KeepTheDeviceAndTheCacheAsTheModelSays) {
             << ", each followed by a retry or a delete)\n";
 }
 
+// An operation on LAG 1; `number` is the member or the destination it names.
+Operation op(Operation::Kind kind, const EntrySpec& spec = {}, unsigned number = 0) {
+  Operation op(kind, spec);
+  op.lag = 1;
+  op.member = op.destination = number;
+  return op;
+}
+
 // The checks must see a device that drifts from the model, and the shrinking must keep only
 // what it takes: here a hardware entry destroyed behind the library's back.
 TEST(RandomSequences, ReportAndShrinkADeviceThatDriftsFromTheModel) {
-  Operation create = Operation::of(Operation::kCreateEntry);
-  create.entry.stage = FILTERS_GROUP_STAGE_EGRESS;
-  create.entry.ports = {limid_ethernet(3)};
-  create.entry.vlans = {10};
-  create.entry.pcps = {1};
-  Operation tamper = create;
-  tamper.kind = Operation::kDestroyBehindTheLibrary;
-  Operation unrelated = Operation::of(Operation::kAddMember);
-  unrelated.lag = 2;
-  unrelated.member = 12;
-  const std::vector<Operation> operations = {Operation::of(Operation::kCreateGroups), create,
-                                             unrelated, tamper, unrelated};
+  EntrySpec spec;
+  spec.stage = FILTERS_GROUP_STAGE_EGRESS;
+  spec.ports = {limid_ethernet(3)};
+  spec.vlans = {10};
+  spec.pcps = {1};
+  const Operation unrelated = op(Operation::kAddMember, {}, 12);
+  const std::vector<Operation> operations = {
+      op(Operation::kCreateGroups), op(Operation::kCreateEntry, spec), unrelated,
+      op(Operation::kDestroyBehindTheLibrary, spec), unrelated};
 
   const RunResult result = run_sequence(operations);
   ASSERT_EQ(result.failed_step, 3);
@@ -101,14 +106,6 @@ std::vector<int> failure_codes(const std::string& function) {
   if (named("install") || named("_attach") || named("_create"))
     return {BCM_E_RESOURCE, BCM_E_INTERNAL};
   return {BCM_E_INTERNAL};
-}
-
-Operation op(Operation::Kind kind, const EntrySpec& spec = {}, unsigned number = 0) {
-  Operation op = Operation::of(kind);
-  op.entry = spec;
-  op.lag = 1;
-  op.member = op.destination = number;
-  return op;
 }
 
 // The representative operations, each after what it needs: the last operation of each sequence is
