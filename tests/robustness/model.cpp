@@ -52,10 +52,8 @@ std::string describe(int priority, const bcmsim::EntryView& view,
 bool Model::create(const EntrySpec& spec) {
   if (entries_.count(spec)) return false;
   ModelEntry entry{spec, {}, false, expand(spec, std::nullopt)};
-  const bool all_but_cpu = spec.stage == FILTERS_GROUP_STAGE_INGRESS && spec.all_but_cpu;
-  for (const limid_t& port : all_but_cpu ? std::vector<limid_t>{} : spec.ports) {
+  for (const limid_t& port : spec.all_but_cpu ? std::vector<limid_t>{} : spec.ports)
     if (auto lag = lag_of(port)) entry.followed_lags.insert(*lag);
-  }
   entries_.emplace(Key(spec), std::move(entry));
   return true;
 }
@@ -122,16 +120,14 @@ void Model::removeDestination(unsigned destination) {
 
 std::vector<Key> Model::where(const std::function<bool(const ModelEntry&)>& holds) const {
   std::vector<Key> keys;
-  for (const auto& [key, entry] : entries_) {
+  for (const auto& [key, entry] : entries_)
     if (holds(entry)) keys.push_back(key);
-  }
   return keys;
 }
 
 std::vector<ExpectedHw> Model::expand(const EntrySpec& spec,
                                       std::optional<LagMember> created_by) const {
-  const bool ingress = spec.stage == FILTERS_GROUP_STAGE_INGRESS;
-  const bool all_but_cpu = ingress && spec.all_but_cpu;
+  const bool ingress = spec.stage == FILTERS_GROUP_STAGE_INGRESS, all_but_cpu = spec.all_but_cpu;
   if (spec.ports.empty() && !all_but_cpu) return {};  // nothing can match
   // The ingress stage qualifies on one bitmap of ports; the others get one entry per port.
   std::set<int> in_ports;

@@ -168,23 +168,19 @@ FiltersEntry EntrySpec::toEntry() const {
   if (new_dst_mac) entry.setAction(ActionReplaceDstMac(mac_address_t{2, 0, 0, 0, 0, *new_dst_mac}));
   for (const auto& [counter, type] : counters) entry.addCounter(Counter(counter, type));
   if (!policer) return entry;
-  std::list<policer::Action> actions;
-  if (policer_drops_red) actions.emplace_back(policer::COLOR_RED, policer::Action::TYPE_DROP);
-  if (policer_yellow_dscp) {
-    actions.emplace_back(policer::COLOR_YELLOW, policer::Action::TYPE_SET_DSCP, 0,
-                         *policer_yellow_dscp);
-  }
-  if (policer_green_pcp) {
-    actions.emplace_back(policer::COLOR_GREEN, policer::Action::TYPE_SET_PCP, *policer_green_pcp);
-  }
-  const auto policer_stage = stage == FILTERS_GROUP_STAGE_EGRESS ? policer::Policer::STAGE_EGRESS
-                                                                 : policer::Policer::STAGE_INGRESS;
-  entry.setPolicer(
-      policer::Policer(*policer, policer_stage, policer::Mode::Flow(1000, 2000), actions));
+  using policer::Action;
+  std::list<Action> colours;
+  if (policer_drops_red) colours.emplace_back(policer::COLOR_RED, Action::TYPE_DROP);
+  if (policer_yellow_dscp)
+    colours.emplace_back(policer::COLOR_YELLOW, Action::TYPE_SET_DSCP, 0, *policer_yellow_dscp);
+  if (policer_green_pcp)
+    colours.emplace_back(policer::COLOR_GREEN, Action::TYPE_SET_PCP, *policer_green_pcp);
+  const auto on = stage == FILTERS_GROUP_STAGE_EGRESS ? policer::Policer::STAGE_EGRESS
+                                                      : policer::Policer::STAGE_INGRESS;
+  entry.setPolicer(policer::Policer(*policer, on, policer::Mode::Flow(1000, 2000), colours));
   if (parent_policer) {
-    entry.setPolicerParent(std::make_shared<policer::Policer>(*parent_policer, policer_stage,
-                                                              policer::Mode::Flow(5000, 8000),
-                                                              std::list<policer::Action>{}));
+    entry.setPolicerParent(std::make_shared<policer::Policer>(
+        *parent_policer, on, policer::Mode::Flow(5000, 8000), std::list<Action>{}));
   }
   return entry;
 }
