@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <sstream>
 
 #include <bcm/field.h>
 #include <bcm/l3.h>
@@ -39,21 +40,6 @@ std::vector<std::string> missing_from(std::vector<std::string> from,
   return missing;
 }
 
-// The installed view of a device entry with its statistics and policers.
-EntryContent installed_content(const bcmsim::Entry& entry) {
-  EntryContent content;
-  content.priority = entry.priority;
-  if (!entry.installed) return content;
-  content.qualifiers = entry.installed->qualifiers;
-  content.actions = entry.installed->actions;
-  if (const bcmsim::Stat* stat =
-          entry.installed->stat ? bcmsim::state().stat(*entry.installed->stat) : nullptr) {
-    content.stat_types.assign(stat->types.begin(), stat->types.end());
-  }
-  content.policers = entry.installed->policers;
-  return content;
-}
-
 // A library call on one user entry or counter, what it answered, and whether the model expected
 // it to succeed. A user repeats such a call after a failure.
 struct Call {
@@ -76,32 +62,29 @@ class Run {
     facts_.entries_per_group = {static_cast<int>(HalFiltersLL::getHWEntriesPerPreIngressGroup()),
                                 static_cast<int>(HalFiltersLL::getHWEntriesPerIngressGroup()),
                                 static_cast<int>(HalFiltersLL::getHWEntriesPerEgressGroup())};
-    facts_.front_ports.insert(bcmsim::config().front_ports.begin(),
-                              bcmsim::config().front_ports.end());
+    const bcmsim::Config& device = bcmsim::config();
+    facts_.front_ports.insert(device.front_ports.begin(), device.front_ports.end());
     facts_.all_ports = facts_.front_ports;
-    facts_.all_ports.insert(bcmsim::config().cpu_port);
+    facts_.all_ports.insert(device.cpu_port);
     // Destinations with real egress objects, created once the instance has set the L3 egress mode.
     for (unsigned destination : kDestinations) {
       bcm_l3_egress_t egress;
       bcm_l3_egress_t_init(&egress);
       egress.port = static_cast<bcm_port_t>(20 + destination);
       bcm_if_t egress_id = 0;
-      bcm_l3_egress_create(bcmsim::config().unit, 0, &egress, &egress_id);
+      bcm_l3_egress_create(device.unit, 0, &egress, &egress_id);
       destinations_.AddDestination(static_cast<int>(destination), egress_id);
       facts_.egress_of_destination[destination] = egress_id;
     }
     const std::map<unsigned, std::set<int>> lags = {{1, {9, 10}}, {2, {11}}, {3, {}}};
     for (const auto& [lag, members] : lags) {
       lags_->CreateLag(limid_lag(lag));
-      for (int member : members) {
-        lags_->AddMember(limid_lag(lag), limid_ethernet(static_cast<unsigned>(member)));
-      }
+      for (int member : members) lags_->AddMember(limid_lag(lag), limid_ethernet(member));
     }
     model_ = std::make_unique<Model>(facts_, lags);
     for (filtersGroupStage_t stage : kStages) {
-      for (unsigned id = 0; id < kEntryIds; ++id) {
+      for (unsigned id = 0; id < kEntryIds; ++id)
         blocks_[filters_->getBaseHwEid(stage, 0, id)] = {stage, id};
-      }
     }
   }
 
@@ -121,10 +104,8 @@ class Run {
                             op.kind == Operation::kDestroyLag;
     const std::vector<Key> reached =
         lag_change ? model_->following(op.lag) : model_->sending_to(op.destination);
-    if (op.fault) {
-      bcmsim::inject_fault(*op.fault);
-      ++result_.faults_injected;
-    }
+    if (op.fault) bcmsim::inject_fault(*op.fault);
+    result_.faults_injected += op.fault.has_value();
     bcmsim::set_call_log(record_calls);
     bcmsim::clear_calls();
     std::optional<Call> call = apply(op);
@@ -140,8 +121,8 @@ class Run {
     }
     if (!failed_groups_.empty()) violation("creating a group failed");
     if (call && (call->rc == 0) != call->accepted) {
-      violation(op.text() + " returned " + std::to_string(call->rc) + ", expected " +
-                (call->accepted ? "success" : "a failure"));
+      violation(op.text(), " returned ", call->rc, ", expected ",
+                call->accepted ? "success" : "a failure");
     }
     check();
   }
@@ -171,12 +152,11 @@ class Run {
                     model_->update(spec)};
       case Operation::kDeleteEntry:
         return Call{[&] { return filters_->deleteEntry(spec.stage, 0, spec.id); },
-                    model_->remove(key_of(spec))};
+                    model_->remove(spec)};
       case Operation::kReadCounter: {
         bool counted = false;
-        for (const auto& [key, entry] : model_->entries()) {
-          for (const auto& counter : entry.spec.counters) counted |= counter.first == op.counter;
-        }
+        for (const auto& [key, entry] : model_->entries())
+          for (const auto& [counter, type] : entry.spec.counters) counted |= counter == op.counter;
         return Call{[&] { return readCounter(op.counter); }, counted};
       }
       case Operation::kAddMember:
@@ -198,7 +178,7 @@ class Run {
         return std::nullopt;
       case Operation::kDestroyBehindTheLibrary:
         for (int id : bcmsim::state().entry_ids()) {
-          if (owner(id) == key_of(spec)) {
+          if (owner(id) == Key(spec)) {
             bcm_field_entry_destroy(bcmsim::config().unit, id);
             break;
           }
@@ -217,12 +197,10 @@ class Run {
       for (const EntrySpec& spec : entries) {
         if (spec.stage == kStages[k]) group.addEntry(spec.toEntry());
       }
-      if (filters_->createGroup(group) != 0) {
-        failed_groups_.push_back(k);
-        continue;
-      }
+      const bool created = filters_->createGroup(group) == 0;
+      if (!created) failed_groups_.push_back(k);
       for (const EntrySpec& spec : entries) {
-        if (spec.stage == kStages[k]) model_->create(spec);
+        if (created && spec.stage == kStages[k]) model_->create(spec);
       }
     }
   }
@@ -237,14 +215,19 @@ class Run {
   void remove(const Key& key, int attempts, const std::string& when) {
     int rc = -1;
     for (int k = 0; k < attempts && rc != 0; ++k) rc = filters_->deleteEntry(key.stage, 0, key.id);
-    if (rc != 0) violation("deleting " + key.text() + " " + when + " failed");
+    if (rc != 0) violation("deleting ", key.text(), " ", when, " failed");
     model_->remove(key);
   }
   int readCounter(unsigned short counter) {
     unsigned long long value = 0;
     return filters_->getCounterValue(counter, value);
   }
-  void violation(const std::string& text) { result_.violations.push_back(text); }
+  template <class... Parts>
+  void violation(const Parts&... parts) {
+    std::ostringstream text;
+    (text << ... << parts);
+    result_.violations.push_back(text.str());
+  }
 
   // Clearing the cache forgets every entry and counter and leaves the device as it was. Then the
   // device is emptied, as on a restart, and the library must program every entry afresh: what it
@@ -259,11 +242,8 @@ class Run {
       violation("clearing the cache left records in it");
     }
     for (const auto& [key, entry] : model_->entries()) {
-      for (const auto& counter : entry.spec.counters) {
-        if (readCounter(counter.first) == 0) {
-          violation("counter " + std::to_string(counter.first) +
-                    " is read after clearing the cache");
-        }
+      for (const auto& [counter, type] : entry.spec.counters) {
+        if (readCounter(counter) == 0) violation("counter ", counter, " reads after the clear");
       }
     }
     const bcmsim::State& state = bcmsim::state();
@@ -271,12 +251,11 @@ class Run {
     for (int id : state.entry_ids()) bcm_field_entry_destroy(unit, id);
     for (const auto& [id, stat] : std::map(state.stats)) bcm_field_stat_destroy(unit, id);
     for (const auto& [id, policer] : std::map(state.policers)) bcm_policer_destroy(unit, id);
-    const std::map<Key, ModelEntry> entries = model_->entries();
-    for (const auto& [key, entry] : entries) {
+    for (const auto& [key, entry] : std::map(model_->entries())) {
       model_->remove(key);
       model_->create(entry.spec);
       if (filters_->createEntry(key.stage, 0, entry.spec.toEntry()) != 0) {
-        violation("creating " + key.text() + " after clearing the cache failed");
+        violation("creating ", key.text(), " after clearing the cache failed");
       }
     }
   }
@@ -288,72 +267,69 @@ class Run {
     for (int id : state.entry_ids()) {
       const std::optional<Key> key = owner(id);
       const bcmsim::Entry& entry = *state.entry(id);
-      const std::string name = "hardware entry " + std::to_string(id);
       if (!key) {
-        violation(name + " lies outside every user entry's ids");
+        violation("hardware entry ", id, " lies outside every user entry's ids");
       } else if (!model_->entries().count(*key)) {
-        violation(name + " is left of deleted " + key->text());
+        violation("hardware entry ", id, " is left of deleted ", key->text());
       } else if (!entry.installed || !(*entry.installed == entry.staged)) {
-        violation(name + " is not installed as written");
+        violation("hardware entry ", id, " is not installed as written");
       } else if (entry.group != filters_->getHwGid(key->stage, 0)) {
-        violation(name + " is in the wrong group");
+        violation("hardware entry ", id, " is in the wrong group");
       } else {
-        contents[*key].push_back(installed_content(entry).text());
+        const bcmsim::Stat* stat =
+            entry.installed->stat ? state.stat(*entry.installed->stat) : nullptr;
+        contents[*key].push_back(describe(entry.priority, *entry.installed,
+                                          stat ? stat->types : std::vector<bcm_field_stat_t>{}));
       }
     }
     // One statistics object per user entry with counters, shared by its hardware entries; the
     // policers its hardware entries use and no more; the L3 objects of the black hole and the
     // destinations.
     size_t stats = 0;
-    std::set<int> policers;
+    std::set<unsigned> policers;
     for (const auto& [key, entry] : model_->entries()) {
       const std::vector<std::string> expected = model_->expected(entry);
       const auto lacks = missing_from(expected, contents[key]);
       const auto unexpected = missing_from(contents[key], expected);
       for (size_t k = 0; k < kReportedDifferences; ++k) {
-        if (k < lacks.size()) violation(key.text() + " lacks: " + lacks[k]);
-        if (k < unexpected.size()) violation(key.text() + " has unexpected: " + unexpected[k]);
+        if (k < lacks.size()) violation(key.text(), " lacks: ", lacks[k]);
+        if (k < unexpected.size()) violation(key.text(), " has unexpected: ", unexpected[k]);
       }
       stats += !entry.spec.counters.empty();
       if (entry.hw.empty() || !entry.spec.policer) continue;
-      policers.insert(static_cast<int>(*entry.spec.policer));
-      if (entry.spec.parent_policer) policers.insert(static_cast<int>(*entry.spec.parent_policer));
+      policers.insert(*entry.spec.policer);
+      policers.insert(entry.spec.parent_policer.value_or(*entry.spec.policer));
     }
     if (state.stats.size() != stats) {
-      violation("the device holds " + std::to_string(state.stats.size()) +
-                " statistics objects, expected " + std::to_string(stats));
+      violation("the device holds ", state.stats.size(), " statistics objects, expected ", stats);
     }
     for (const auto& [id, policer] : state.policers) {
-      if (!policers.count(id))
-        violation("policer " + std::to_string(id) + " is left on the device");
+      if (!policers.count(id)) violation("policer ", id, " is left on the device");
     }
     if (state.l3_egresses.size() != 1 + std::size(kDestinations)) {
-      violation("the device holds " + std::to_string(state.l3_egresses.size()) + " L3 egresses");
+      violation("the device holds ", state.l3_egresses.size(), " L3 egresses");
     }
 
     // A record that outlives its hardware entry would let a later topology event touch an id
     // that is gone, or has been given to another entry since.
     const auto& cache = filters_cache_;
     auto live = [&](const char* index, int id, bool alive) {
-      if (!alive) violation(std::string(index) + " names dead id " + std::to_string(id));
+      if (!alive) violation(index, " names dead id ", id);
     };
-    for (const auto& [lag, bases] : cache.lag_entries()) {
-      for (const auto& [base, members] : bases) {
-        for (const auto& [port, ids] : members) {
+    for (const auto& [lag, bases] : cache.lag_entries())
+      for (const auto& [base, members] : bases)
+        for (const auto& [port, ids] : members)
           for (int id : ids) live("the LAG member index", id, state.entry(id));
-        }
-      }
-    }
-    for (const auto& [lag, ids] : cache.lag_pbmp_entries()) {
+    for (const auto& [lag, ids] : cache.lag_pbmp_entries())
       for (int id : ids) live("the LAG bitmap index", id, cache.ingress_pbmp().count(id));
-    }
     for (const auto& [id, bitmap] : cache.ingress_pbmp())
       live("the bitmap index", id, state.entry(id));
     for (const auto& [destination, bases] : cache.l3_destination_entries()) {
       const std::vector<Key> sending = model_->sending_to(destination);
       for (int base : bases) {
+        const auto key = owner(base);
         live("the destination index", base,
-             owner(base) && std::count(sending.begin(), sending.end(), *owner(base)));
+             key && std::count(sending.begin(), sending.end(), *key));
       }
     }
   }

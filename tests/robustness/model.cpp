@@ -29,42 +29,32 @@ bcmsim::Words bitmap(const std::set<int>& ports) {
 
 }  // namespace
 
-void EntryContent::act(int action, uint32_t param0, bcmsim::ActionForm form,
-                       const bcmsim::Words& mac) {
-  bcmsim::ActionValue value;
-  value.action = action;
-  value.form = form;
-  value.param0 = param0;
-  value.words = mac;
-  actions.push_back(value);
-}
-
-std::string EntryContent::text() const {
+std::string describe(int priority, const bcmsim::EntryView& view,
+                     const std::vector<bcm_field_stat_t>& stat_types) {
   std::vector<std::string> parts;
-  for (const auto& q : qualifiers) {
+  for (const auto& q : view.qualifiers) {
     parts.push_back(bcmsim::qualifier_name(q.qualifier) + "=" + bcmsim::format_qualifier(q));
   }
-  for (const auto& a : actions) {
+  for (const auto& a : view.actions) {
     parts.push_back(bcmsim::action_name(a.action) + "(" + bcmsim::format_action(a) + ")");
   }
   std::sort(parts.begin(), parts.end());
   std::string text = "prio " + std::to_string(priority) + " |";
   for (const std::string& part : parts) text += " " + part;
   text += " | stat";
-  for (int type : stat_types) text += " " + bcmsim::stat_type_name(type);
+  for (bcm_field_stat_t type : stat_types) text += " " + bcmsim::stat_type_name(type);
   text += " | policers";
-  for (const auto& policer : policers) text += " " + (policer ? std::to_string(*policer) : "-");
+  for (const auto& policer : view.policers)
+    text += " " + (policer ? std::to_string(*policer) : "-");
   return text;
 }
 
 bool Model::create(const EntrySpec& spec) {
-  if (entries_.count(key_of(spec))) return false;
+  if (entries_.count(spec)) return false;
   ModelEntry entry{spec, {}, false, expand(spec, std::nullopt)};
-  const bool all_but_cpu = spec.stage == FILTERS_GROUP_STAGE_INGRESS && spec.all_but_cpu;
-  for (const limid_t& port : all_but_cpu ? std::vector<limid_t>{} : spec.ports) {
+  for (const limid_t& port : spec.all_but_cpu ? std::vector<limid_t>{} : spec.ports)
     if (auto lag = lag_of(port)) entry.followed_lags.insert(*lag);
-  }
-  entries_.emplace(key_of(spec), std::move(entry));
+  entries_.emplace(Key(spec), std::move(entry));
   return true;
 }
 
@@ -83,9 +73,7 @@ bool Model::addMember(unsigned lag, int port) {
     // Rule: only egress port lists are narrowed to the new member; a pre-ingress entry gets its
     // whole expansion again, all of it standing for the new member.
     EntrySpec narrowed = entry.spec;
-    if (entry.spec.stage == FILTERS_GROUP_STAGE_EGRESS) {
-      narrowed.ports = {limid_ethernet(static_cast<unsigned>(port))};
-    }
+    if (entry.spec.stage == FILTERS_GROUP_STAGE_EGRESS) narrowed.ports = {limid_ethernet(port)};
     for (ExpectedHw& hw : expand(narrowed, LagMember{lag, port})) entry.hw.push_back(hw);
   }
   return true;
@@ -112,12 +100,10 @@ void Model::removeMembers(unsigned lag, const std::set<int>& ports) {
   for (const Key& key : following(lag)) {
     ModelEntry& entry = entries_.at(key);
     auto& hw = entry.hw;
-    hw.erase(std::remove_if(hw.begin(), hw.end(),
-                            [&](const ExpectedHw& e) {
-                              return e.created_by && e.created_by->lag == lag &&
-                                     ports.count(e.created_by->port);
-                            }),
-             hw.end());
+    auto brought = [&](const ExpectedHw& e) {
+      return e.created_by && e.created_by->lag == lag && ports.count(e.created_by->port);
+    };
+    hw.erase(std::remove_if(hw.begin(), hw.end(), brought), hw.end());
     // Rule: a port leaves the bitmap even when another LAG of the entry still holds it.
     for (int port : ports) {
       if (names_port(entry.spec, port)) continue;
@@ -134,16 +120,14 @@ void Model::removeDestination(unsigned destination) {
 
 std::vector<Key> Model::where(const std::function<bool(const ModelEntry&)>& holds) const {
   std::vector<Key> keys;
-  for (const auto& [key, entry] : entries_) {
+  for (const auto& [key, entry] : entries_)
     if (holds(entry)) keys.push_back(key);
-  }
   return keys;
 }
 
 std::vector<ExpectedHw> Model::expand(const EntrySpec& spec,
                                       std::optional<LagMember> created_by) const {
-  const bool ingress = spec.stage == FILTERS_GROUP_STAGE_INGRESS;
-  const bool all_but_cpu = ingress && spec.all_but_cpu;
+  const bool ingress = spec.stage == FILTERS_GROUP_STAGE_INGRESS, all_but_cpu = spec.all_but_cpu;
   if (spec.ports.empty() && !all_but_cpu) return {};  // nothing can match
   // The ingress stage qualifies on one bitmap of ports; the others get one entry per port.
   std::set<int> in_ports;
@@ -177,60 +161,67 @@ std::vector<ExpectedHw> Model::expand(const EntrySpec& spec,
 }
 
 std::vector<std::string> Model::expected(const ModelEntry& entry) const {
-  std::vector<std::string> texts;
-  for (const ExpectedHw& hw : entry.hw) texts.push_back(content(entry, hw).text());
-  return texts;
-}
-
-EntryContent Model::content(const ModelEntry& entry, const ExpectedHw& hw) const {
   const EntrySpec& spec = entry.spec;
-  EntryContent c;
-  c.priority = facts_.entries_per_group[spec.stage - 1] - 1 - spec.priority;
-  c.qualify(bcmFieldQualifyOuterVlanId, {hw.vlan}, {0xfff});
-  switch (spec.stage) {
-    case FILTERS_GROUP_STAGE_PRE_INGRESS:
-      if (hw.port) c.qualify(bcmFieldQualifyInPort, {static_cast<uint32_t>(*hw.port)}, {0xffff});
-      if (hw.pcp) c.qualify(bcmFieldQualifyOuterVlanPri, {*hw.pcp}, {0x7});
-      c.qualify(bcmFieldQualifySrcMac, {0x0200, spec.id}, {0xffff, 0xffffffff});
-      break;
-    case FILTERS_GROUP_STAGE_INGRESS:
-      c.qualify(bcmFieldQualifyInPorts, bitmap(hw.in_ports), bitmap(facts_.all_ports));
-      c.qualify(bcmFieldQualifySrcIp, {spec.src_ip}, {spec.src_ip_mask});
-      c.qualify(bcmFieldQualifyEtherType, {0x0800}, {0xffff});
-      break;
-    default:
-      if (hw.port) c.qualify(bcmFieldQualifyOutPort, {static_cast<uint32_t>(*hw.port)}, {0xff});
-      if (hw.pcp) c.qualify(bcmFieldQualifyIntPriority, {*hw.pcp}, {0x7});
-  }
-  if (spec.drop) c.act(bcmFieldActionDrop);
-  if (spec.dscp) c.act(bcmFieldActionDscpNew, *spec.dscp);
-  if (spec.pcp) c.act(bcmFieldActionPrioPktNew, *spec.pcp);
-  if (spec.copy_to_cpu) c.act(bcmFieldActionCopyToCpu);
+  bcmsim::EntryView common;  // what every hardware entry of the user entry holds
+  auto act = [&](int action, uint32_t param0 = 0) {
+    common.actions.push_back({action, bcmsim::ActionForm::Params, param0});
+  };
+  if (spec.drop) act(bcmFieldActionDrop);
+  if (spec.dscp) act(bcmFieldActionDscpNew, *spec.dscp);
+  if (spec.pcp) act(bcmFieldActionPrioPktNew, *spec.pcp);
+  if (spec.copy_to_cpu) act(bcmFieldActionCopyToCpu);
   if (spec.destination && !entry.l3_switch_removed) {
-    c.act(bcmFieldActionL3Switch,
-          static_cast<uint32_t>(facts_.egress_of_destination.at(*spec.destination)));
+    act(bcmFieldActionL3Switch,
+        static_cast<uint32_t>(facts_.egress_of_destination.at(*spec.destination)));
   }
   if (spec.new_dst_mac) {
-    c.act(bcmFieldActionDstMacNew, 0, bcmsim::ActionForm::Mac, {0x0200, *spec.new_dst_mac});
+    common.actions.push_back(
+        {bcmFieldActionDstMacNew, bcmsim::ActionForm::Mac, 0, 0, {0x0200, *spec.new_dst_mac}});
   }
   if (spec.policer) {
-    c.policers = {static_cast<int>(*spec.policer), spec.parent_policer};
-    if (spec.policer_drops_red) c.act(bcmFieldActionRpDrop);
-    if (spec.policer_yellow_dscp) c.act(bcmFieldActionYpDscpNew, *spec.policer_yellow_dscp);
+    common.policers = {static_cast<int>(*spec.policer), spec.parent_policer};
+    if (spec.policer_drops_red) act(bcmFieldActionRpDrop);
+    if (spec.policer_yellow_dscp) act(bcmFieldActionYpDscpNew, *spec.policer_yellow_dscp);
     if (spec.policer_green_pcp && spec.stage == FILTERS_GROUP_STAGE_EGRESS) {
-      c.act(bcmFieldActionGpOuterVlanPrioNew, *spec.policer_green_pcp);
+      act(bcmFieldActionGpOuterVlanPrioNew, *spec.policer_green_pcp);
     } else if (spec.policer_green_pcp) {
-      c.act(bcmFieldActionGpPrioPktNew, *spec.policer_green_pcp);
-      c.act(bcmFieldActionGpPrioIntNew, *spec.policer_green_pcp);
+      act(bcmFieldActionGpPrioPktNew, *spec.policer_green_pcp);
+      act(bcmFieldActionGpPrioIntNew, *spec.policer_green_pcp);
     }
   }
   auto counters = spec.counters;
   std::sort(counters.begin(), counters.end());
-  for (const auto& counter : counters) {
-    c.stat_types.push_back(counter.second == COUNTER_TYPE_PACKETS ? bcmFieldStatPackets
-                                                                  : bcmFieldStatBytes);
+  std::vector<bcm_field_stat_t> stat_types;
+  for (const auto& [counter, type] : counters) {
+    stat_types.push_back(type == COUNTER_TYPE_PACKETS ? bcmFieldStatPackets : bcmFieldStatBytes);
   }
-  return c;
+  const int priority = facts_.entries_per_group[spec.stage - 1] - 1 - spec.priority;
+
+  std::vector<std::string> texts;
+  for (const ExpectedHw& hw : entry.hw) {
+    bcmsim::EntryView view = common;
+    auto qualify = [&view](int qualifier, bcmsim::Words data, bcmsim::Words mask) {
+      view.qualifiers.push_back({qualifier, data, mask});
+    };
+    qualify(bcmFieldQualifyOuterVlanId, {hw.vlan}, {0xfff});
+    switch (spec.stage) {
+      case FILTERS_GROUP_STAGE_PRE_INGRESS:
+        if (hw.port) qualify(bcmFieldQualifyInPort, {static_cast<uint32_t>(*hw.port)}, {0xffff});
+        if (hw.pcp) qualify(bcmFieldQualifyOuterVlanPri, {*hw.pcp}, {0x7});
+        qualify(bcmFieldQualifySrcMac, {0x0200, spec.id}, {0xffff, 0xffffffff});
+        break;
+      case FILTERS_GROUP_STAGE_INGRESS:
+        qualify(bcmFieldQualifyInPorts, bitmap(hw.in_ports), bitmap(facts_.all_ports));
+        qualify(bcmFieldQualifySrcIp, {spec.src_ip}, {spec.src_ip_mask});
+        qualify(bcmFieldQualifyEtherType, {0x0800}, {0xffff});
+        break;
+      default:
+        if (hw.port) qualify(bcmFieldQualifyOutPort, {static_cast<uint32_t>(*hw.port)}, {0xff});
+        if (hw.pcp) qualify(bcmFieldQualifyIntPriority, {*hw.pcp}, {0x7});
+    }
+    texts.push_back(describe(priority, view, stat_types));
+  }
+  return texts;
 }
 
 }  // namespace robustness

@@ -9,7 +9,6 @@
 #include <optional>
 #include <set>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include <bcmsim/state.h>
@@ -18,39 +17,11 @@
 
 namespace robustness {
 
-// What one hardware entry holds, as one comparable line: the model writes it from a user entry,
-// the device check reads it from bcmsim.
-struct EntryContent {
-  int priority = 0;
-  std::vector<bcmsim::QualifierValue> qualifiers;
-  std::vector<bcmsim::ActionValue> actions;
-  std::vector<int> stat_types;  // of the attached statistics object, in its order
-  std::array<std::optional<int>, bcmsim::kPolicerLevels> policers{};
-
-  void qualify(int qualifier, const bcmsim::Words& data, const bcmsim::Words& mask) {
-    qualifiers.push_back(bcmsim::QualifierValue{qualifier, data, mask});
-  }
-  void act(int action, uint32_t param0 = 0, bcmsim::ActionForm form = bcmsim::ActionForm::Params,
-           const bcmsim::Words& mac = {});
-  // Qualifiers and actions sorted, so that the order of writing does not matter.
-  std::string text() const;
-};
-
-struct Key {
-  FiltersCommon::filtersGroupStage_t stage;
-  unsigned int id;
-  bool operator<(const Key& other) const {
-    return std::tie(stage, id) < std::tie(other.stage, other.id);
-  }
-  bool operator==(const Key& other) const { return stage == other.stage && id == other.id; }
-  std::string text() const {
-    return "stage " + std::to_string(stage) + " entry " + std::to_string(id);
-  }
-};
-
-inline Key key_of(const EntrySpec& spec) {
-  return Key{spec.stage, spec.id};
-}
+// What one hardware entry holds, as one comparable line: the priority, the qualifiers and actions
+// sorted (the order of writing does not matter), the types of the statistics object in its order
+// and the policers. The model writes it for a user entry, the device check for a bcmsim entry.
+std::string describe(int priority, const bcmsim::EntryView& view,
+                     const std::vector<bcm_field_stat_t>& stat_types);
 
 // Facts of the device and the platform that the expected programming depends on.
 struct DeviceFacts {
@@ -88,7 +59,7 @@ class Model {
 
   // Each answers whether the library is expected to accept the change.
   bool create(const EntrySpec& spec);
-  bool update(const EntrySpec& spec) { return remove(key_of(spec)) && create(spec); }
+  bool update(const EntrySpec& spec) { return remove(spec) && create(spec); }
   bool remove(const Key& key) { return entries_.erase(key) > 0; }
   // Each answers whether the orchestrator makes the change.
   bool createLag(unsigned lag) { return lags_.emplace(lag, std::set<int>{}).second; }
@@ -112,14 +83,13 @@ class Model {
   std::vector<std::string> expected(const ModelEntry& entry) const;
 
  private:
+  std::vector<Key> where(const std::function<bool(const ModelEntry&)>& holds) const;
   // Every hardware entry of `spec` over the current topology; `created_by`, when given, marks
   // them all as brought by that LAG member.
-  std::vector<Key> where(const std::function<bool(const ModelEntry&)>& holds) const;
   std::vector<ExpectedHw> expand(const EntrySpec& spec, std::optional<LagMember> created_by) const;
   // The entries following `lag` lose the hardware entries its member `ports` brought, and the
   // ports they do not name leave their bitmaps.
   void removeMembers(unsigned lag, const std::set<int>& ports);
-  EntryContent content(const ModelEntry& entry, const ExpectedHw& hw) const;
 
   DeviceFacts facts_;
   std::map<unsigned, std::set<int>> lags_;  // existing LAGs and their member ports

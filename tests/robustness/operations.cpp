@@ -1,6 +1,7 @@
 #include "operations.h"
 
 #include <algorithm>
+#include <iterator>
 #include <random>
 #include <sstream>
 
@@ -34,24 +35,18 @@ constexpr KindInfo kKinds[] = {
     {"destroy a hardware entry behind the library of", 0, kKey},
 };
 
-const char* const kFaultedFunctions[] = {"bcm_field_entry_create_id",
-                                         "bcm_field_qualify_InPorts",
-                                         "bcm_field_qualify_OuterVlanId",
-                                         "bcm_field_qualify_EtherType_get",
-                                         "bcm_field_action_add",
-                                         "bcm_field_action_delete",
-                                         "bcm_field_entry_prio_set",
-                                         "bcm_field_entry_install",
-                                         "bcm_field_entry_reinstall",
-                                         "bcm_field_entry_destroy",
-                                         "bcm_field_stat_create",
-                                         "bcm_field_stat_destroy",
-                                         "bcm_field_entry_stat_attach",
-                                         "bcm_field_entry_stat_detach",
-                                         "bcm_policer_create",
-                                         "bcm_policer_destroy",
-                                         "bcm_field_entry_policer_attach",
-                                         "bcm_port_config_get"};
+// The SDK functions a generated fault hits.
+const std::vector<std::string>& faulted_functions() {
+  static std::istringstream list(
+      "bcm_field_entry_create_id bcm_field_qualify_InPorts bcm_field_qualify_OuterVlanId "
+      "bcm_field_qualify_EtherType_get bcm_field_action_add bcm_field_action_delete "
+      "bcm_field_entry_prio_set bcm_field_entry_install bcm_field_entry_reinstall "
+      "bcm_field_entry_destroy bcm_field_stat_create bcm_field_stat_destroy "
+      "bcm_field_entry_stat_attach bcm_field_entry_stat_detach bcm_policer_create "
+      "bcm_policer_destroy bcm_field_entry_policer_attach bcm_port_config_get");
+  static const std::vector<std::string> functions{std::istream_iterator<std::string>(list), {}};
+  return functions;
+}
 
 class Generator {
  public:
@@ -59,54 +54,55 @@ class Generator {
 
   int pick(int low, int high) { return std::uniform_int_distribution<int>(low, high)(random_); }
   bool chance(double probability) { return std::bernoulli_distribution(probability)(random_); }
+  template <class T>
+  T number(int low, int high) {
+    return static_cast<T>(pick(low, high));
+  }
+  template <class T>
+  void maybe(std::optional<T>& field, double probability, int low, int high) {
+    if (chance(probability)) field = number<T>(low, high);
+  }
 
   EntrySpec entry() {
     EntrySpec spec;
-    const int stage = pick(1, 3);
-    spec.stage = static_cast<filtersGroupStage_t>(stage);
-    spec.id = static_cast<unsigned>(pick(0, kEntryIds - 1));
-    spec.priority = static_cast<unsigned short>(pick(0, 20));
-    for (int vlan : distinct(pick(1, 2), 1, 40))
-      spec.vlans.insert(static_cast<unsigned short>(vlan));
-    if (stage != FILTERS_GROUP_STAGE_INGRESS) {
-      for (int pcp : distinct(pick(1, 2), 0, 7)) spec.pcps.insert(static_cast<unsigned char>(pcp));
+    spec.stage = number<filtersGroupStage_t>(1, 3);
+    const bool ingress = spec.stage == FILTERS_GROUP_STAGE_INGRESS;
+    spec.id = number<unsigned>(0, kEntryIds - 1);
+    spec.priority = number<unsigned short>(0, 20);
+    for (int vlan : distinct(pick(1, 2), 1, 40)) spec.vlans.insert(vlan);
+    if (!ingress) {
+      for (int pcp : distinct(pick(1, 2), 0, 7)) spec.pcps.insert(pcp);
     }
     // Up to two ports, and at most one LAG: LAG members are ports 9 to 13.
-    for (int port : distinct(pick(0, 2), 1, 10)) {
-      spec.ports.push_back(limid_ethernet(static_cast<unsigned>(port)));
-    }
-    if (chance(0.6)) spec.ports.push_back(limid_lag(static_cast<unsigned>(pick(1, 3))));
-    if (stage == FILTERS_GROUP_STAGE_INGRESS) {
+    for (int port : distinct(pick(0, 2), 1, 10)) spec.ports.push_back(limid_ethernet(port));
+    if (chance(0.6)) spec.ports.push_back(limid_lag(number<unsigned>(1, 3)));
+    if (ingress) {
       spec.all_but_cpu = chance(0.15);
       const int length = pick(8, 32);
       spec.src_ip_mask = length == 32 ? 0xffffffffu : ~(0xffffffffu >> length);
       spec.src_ip = static_cast<uint32_t>(random_()) & spec.src_ip_mask;
-      if (chance(0.4)) spec.dscp = static_cast<unsigned char>(pick(0, 63));
-      if (chance(0.3)) spec.destination = static_cast<unsigned>(pick(1, 2));
+      maybe(spec.dscp, 0.4, 0, 63);
+      maybe(spec.destination, 0.3, 1, 2);
       // The chip refuses a new destination MAC beside an L3 switch.
-      if (!spec.destination && chance(0.3)) {
-        spec.new_dst_mac = static_cast<unsigned char>(pick(1, 255));
-      }
-    } else if (chance(0.4)) {
-      spec.pcp = static_cast<unsigned char>(pick(0, 7));
+      if (!spec.destination) maybe(spec.new_dst_mac, 0.3, 1, 255);
+    } else {
+      maybe(spec.pcp, 0.4, 0, 7);
     }
     spec.drop = chance(0.4);
-    spec.copy_to_cpu = stage != FILTERS_GROUP_STAGE_EGRESS && chance(0.2);
-    for (unsigned k = 0, n = static_cast<unsigned>(pick(0, 2)); k < n; ++k) {
+    spec.copy_to_cpu = spec.stage != FILTERS_GROUP_STAGE_EGRESS && chance(0.2);
+    for (unsigned k = 0, n = number<unsigned>(0, 2); k < n; ++k) {
       spec.counters.push_back({counter_number(spec.stage, spec.id, k),
                                chance(0.5) ? COUNTER_TYPE_PACKETS : COUNTER_TYPE_BYTES});
     }
-    if (stage != FILTERS_GROUP_STAGE_PRE_INGRESS && chance(0.4)) {
+    if (spec.stage != FILTERS_GROUP_STAGE_PRE_INGRESS && chance(0.4)) {
       // A policer serves one stage and one level on the chip: each stage has its own ids.
-      const int base = stage == FILTERS_GROUP_STAGE_INGRESS ? 0 : 20;
-      spec.policer = static_cast<unsigned>(base + pick(1, 3));
-      if (chance(0.5)) spec.parent_policer = static_cast<unsigned>(base + pick(10, 11));
+      const int base = ingress ? 0 : 20;
+      spec.policer = number<unsigned>(base + 1, base + 3);
+      maybe(spec.parent_policer, 0.5, base + 10, base + 11);
       // The chip refuses a colour's drop or DSCP beside the entry's own.
       spec.policer_drops_red = !spec.drop && chance(0.5);
-      if (!spec.dscp && chance(0.5)) {
-        spec.policer_yellow_dscp = static_cast<unsigned char>(pick(0, 63));
-      }
-      if (chance(0.5)) spec.policer_green_pcp = static_cast<unsigned char>(pick(0, 7));
+      if (!spec.dscp) maybe(spec.policer_yellow_dscp, 0.5, 0, 63);
+      maybe(spec.policer_green_pcp, 0.5, 0, 7);
     }
     return spec;
   }
@@ -114,22 +110,21 @@ class Generator {
   Operation operation() {
     int kind = 0;
     for (int roll = pick(0, 99); roll >= kKinds[kind].weight; ++kind) roll -= kKinds[kind].weight;
-    Operation op = Operation::of(static_cast<Operation::Kind>(kind));
+    Operation op = Operation(static_cast<Operation::Kind>(kind));
     const int fields = kKinds[op.kind].fields;
     if (fields & (kSpec | kKey)) op.entry = entry();
-    if (fields & kLag) op.lag = static_cast<unsigned>(pick(1, 3));
-    if (fields & kMember) op.member = static_cast<unsigned>(pick(9, 13));
-    if (fields & kDestination) op.destination = static_cast<unsigned>(pick(1, 2));
+    if (fields & kLag) op.lag = number<unsigned>(1, 3);
+    if (fields & kMember) op.member = number<unsigned>(9, 13);
+    if (fields & kDestination) op.destination = number<unsigned>(1, 2);
     if (fields & kCounter) {
-      op.counter = counter_number(static_cast<filtersGroupStage_t>(pick(1, 3)),
-                                  static_cast<unsigned>(pick(0, kEntryIds - 1)),
-                                  static_cast<unsigned>(pick(0, 3)));
+      op.counter = counter_number(number<filtersGroupStage_t>(1, 3),
+                                  number<unsigned>(0, kEntryIds - 1), number<unsigned>(0, 3));
     }
     // Clearing the cache is not an SDK operation; a fault would hit the harness's own calls.
     if (op.kind != Operation::kClearCache && chance(0.12)) {
-      op.fault = bcmsim::Fault{
-          kFaultedFunctions[pick(0, static_cast<int>(std::size(kFaultedFunctions)) - 1)],
-          chance(0.5) ? -1 : -14, pick(1, 3), std::nullopt, false};
+      const auto& functions = faulted_functions();
+      op.fault = bcmsim::Fault{functions[number<size_t>(0, static_cast<int>(functions.size()) - 1)],
+                               chance(0.5) ? -1 : -14, pick(1, 3), std::nullopt, false};
     }
     return op;
   }
@@ -173,23 +168,19 @@ FiltersEntry EntrySpec::toEntry() const {
   if (new_dst_mac) entry.setAction(ActionReplaceDstMac(mac_address_t{2, 0, 0, 0, 0, *new_dst_mac}));
   for (const auto& [counter, type] : counters) entry.addCounter(Counter(counter, type));
   if (!policer) return entry;
-  std::list<policer::Action> actions;
-  if (policer_drops_red) actions.emplace_back(policer::COLOR_RED, policer::Action::TYPE_DROP);
-  if (policer_yellow_dscp) {
-    actions.emplace_back(policer::COLOR_YELLOW, policer::Action::TYPE_SET_DSCP, 0,
-                         *policer_yellow_dscp);
-  }
-  if (policer_green_pcp) {
-    actions.emplace_back(policer::COLOR_GREEN, policer::Action::TYPE_SET_PCP, *policer_green_pcp);
-  }
-  const auto policer_stage = stage == FILTERS_GROUP_STAGE_EGRESS ? policer::Policer::STAGE_EGRESS
-                                                                 : policer::Policer::STAGE_INGRESS;
-  entry.setPolicer(
-      policer::Policer(*policer, policer_stage, policer::Mode::Flow(1000, 2000), actions));
+  using policer::Action;
+  std::list<Action> colours;
+  if (policer_drops_red) colours.emplace_back(policer::COLOR_RED, Action::TYPE_DROP);
+  if (policer_yellow_dscp)
+    colours.emplace_back(policer::COLOR_YELLOW, Action::TYPE_SET_DSCP, 0, *policer_yellow_dscp);
+  if (policer_green_pcp)
+    colours.emplace_back(policer::COLOR_GREEN, Action::TYPE_SET_PCP, *policer_green_pcp);
+  const auto on = stage == FILTERS_GROUP_STAGE_EGRESS ? policer::Policer::STAGE_EGRESS
+                                                      : policer::Policer::STAGE_INGRESS;
+  entry.setPolicer(policer::Policer(*policer, on, policer::Mode::Flow(1000, 2000), colours));
   if (parent_policer) {
-    entry.setPolicerParent(std::make_shared<policer::Policer>(*parent_policer, policer_stage,
-                                                              policer::Mode::Flow(5000, 8000),
-                                                              std::list<policer::Action>{}));
+    entry.setPolicerParent(std::make_shared<policer::Policer>(
+        *parent_policer, on, policer::Mode::Flow(5000, 8000), std::list<Action>{}));
   }
   return entry;
 }
@@ -221,7 +212,7 @@ std::string Operation::text() const {
   out << kKinds[kind].name;
   for (const EntrySpec& spec : group_entries) out << "; with " << spec.text();
   if (fields & kSpec) out << " " << entry.text();
-  if (fields & kKey) out << " stage " << entry.stage << " entry " << entry.id;
+  if (fields & kKey) out << " " << entry.Key::text();
   if (fields & kMember) out << " eth" << member;
   if (fields & kLag) out << " lag" << lag;
   if (fields & kDestination) out << " destination " << destination;
@@ -233,7 +224,7 @@ std::string Operation::text() const {
 
 std::vector<Operation> generate(uint64_t seed, int steps) {
   Generator generator(seed);
-  std::vector<Operation> operations = {Operation::of(Operation::kCreateGroups)};
+  std::vector<Operation> operations = {Operation(Operation::kCreateGroups)};
   for (int step = 1; step < steps; ++step) operations.push_back(generator.operation());
   return operations;
 }

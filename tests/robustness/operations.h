@@ -6,6 +6,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <bcmsim/fault_plan.h>
@@ -16,17 +17,27 @@ namespace robustness {
 // User entry ids 0 to kEntryIds - 1 in group 0 of every stage.
 constexpr unsigned kEntryIds = 6;
 
-// A user entry as the generator writes it; the model and the library both start from it.
-struct EntrySpec {
+// A user entry: its stage and id.
+struct Key {
   FiltersCommon::filtersGroupStage_t stage = FiltersCommon::FILTERS_GROUP_STAGE_INGRESS;
   unsigned int id = 0;
+  bool operator<(const Key& other) const {
+    return std::tie(stage, id) < std::tie(other.stage, other.id);
+  }
+  bool operator==(const Key& other) const { return stage == other.stage && id == other.id; }
+  std::string text() const {
+    return "stage " + std::to_string(stage) + " entry " + std::to_string(id);
+  }
+};
+
+// A user entry as the generator writes it; the model and the library both start from it.
+struct EntrySpec : Key {
   unsigned short priority = 0;
   std::vector<limid_t> ports;  // ingress ports (pre-ingress, ingress) or egress ports (egress)
-  bool all_but_cpu = false;    // ingress: every port except the CPU port instead of `ports`
+  bool all_but_cpu = false;    // ingress only: every port but the CPU port instead of `ports`
   std::set<unsigned short> vlans;
-  std::set<unsigned char> pcps;  // pre-ingress and egress
-  uint32_t src_ip = 0;           // ingress
-  uint32_t src_ip_mask = 0;
+  std::set<unsigned char> pcps;          // pre-ingress and egress
+  uint32_t src_ip = 0, src_ip_mask = 0;  // ingress
   bool drop = false;
   std::optional<unsigned char> dscp;  // ingress
   std::optional<unsigned char> pcp;   // pre-ingress and egress: a new PCP
@@ -34,11 +45,9 @@ struct EntrySpec {
   std::optional<unsigned int> destination;   // ingress: an L3 switch
   std::optional<unsigned char> new_dst_mac;  // ingress: the last byte of 02:00:00:00:00:xx
   std::vector<std::pair<unsigned short, FiltersCommon::counter_type_t>> counters;
-  std::optional<unsigned int> policer;  // ingress and egress
-  std::optional<unsigned int> parent_policer;
+  std::optional<unsigned int> policer, parent_policer;  // ingress and egress
   bool policer_drops_red = false;
-  std::optional<unsigned char> policer_yellow_dscp;
-  std::optional<unsigned char> policer_green_pcp;
+  std::optional<unsigned char> policer_yellow_dscp, policer_green_pcp;
 
   FiltersCommon::FiltersEntry toEntry() const;
   std::string text() const;
@@ -63,17 +72,11 @@ struct Operation {
   Kind kind = kCreateGroups;
   EntrySpec entry;  // create, update; delete and the destroy behind the library use stage and id
   std::vector<EntrySpec> group_entries;  // create the groups: the entries they start with
-  unsigned lag = 0;
-  unsigned member = 0;
-  unsigned destination = 0;
+  unsigned lag = 0, member = 0, destination = 0;
   unsigned short counter = 0;
   std::optional<bcmsim::Fault> fault;
 
-  static Operation of(Kind kind) {
-    Operation op;
-    op.kind = kind;
-    return op;
-  }
+  explicit Operation(Kind of = kCreateGroups, EntrySpec on = {}) : kind(of), entry(std::move(on)) {}
   std::string text() const;
 };
 
