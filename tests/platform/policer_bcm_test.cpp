@@ -64,28 +64,24 @@ TEST_P(PolicerDriverCodes, AnswersTheManagerCode) {
   EXPECT_EQ(bcmsim::state().policers.size(), GetParam().expected == 0 ? 1u : 0u);
 }
 
+const std::list<Action> kTwoRedDscps = {Action(policer::COLOR_RED, Action::TYPE_SET_DSCP, 0, 1),
+                                        Action(policer::COLOR_RED, Action::TYPE_SET_DSCP, 0, 2)};
+const std::list<Action> kRedDropAndPcp = {Action(policer::COLOR_RED, Action::TYPE_DROP),
+                                          Action(policer::COLOR_RED, Action::TYPE_SET_PCP, 3)};
+
+// clang-format off
 INSTANTIATE_TEST_SUITE_P(
     Table, PolicerDriverCodes,
     ::testing::Values(
         CodeCase{"Created", policer_with(1, Mode::SrTcm(1, 1, 1)), 0, mgr::POLICER_MGR_OK},
-        CodeCase{"NoId", policer_with(Policer::kNoId, Mode::Flow(1, 1)), 0,
-                 mgr::POLICER_MGR_INVALID_PARAMETER},
+        CodeCase{"NoId", policer_with(Policer::kNoId, Mode::Flow(1, 1)), 0, mgr::POLICER_MGR_INVALID_PARAMETER},
         CodeCase{"NoMode", policer_with(1, Mode()), 0, mgr::POLICER_MGR_INVALID_PARAMETER},
-        CodeCase{"TwoActionsOfOneKindOnAColour",
-                 policer_with(1, Mode::Flow(1, 1),
-                              {Action(policer::COLOR_RED, Action::TYPE_SET_DSCP, 0, 1),
-                               Action(policer::COLOR_RED, Action::TYPE_SET_DSCP, 0, 2)}),
-                 0, mgr::POLICER_MGR_ACTION_CONFLICT},
-        CodeCase{"DropAndRewriteOnAColour",
-                 policer_with(1, Mode::Flow(1, 1),
-                              {Action(policer::COLOR_RED, Action::TYPE_DROP),
-                               Action(policer::COLOR_RED, Action::TYPE_SET_PCP, 3)}),
-                 0, mgr::POLICER_MGR_ACTION_CONFLICT},
-        CodeCase{"SdkRefusesParameters", policer_with(1, Mode::Flow(1, 1)), BCM_E_PARAM,
-                 mgr::POLICER_MGR_INVALID_PARAMETER},
-        CodeCase{"SdkRefusesOtherwise", policer_with(1, Mode::Flow(1, 1)), BCM_E_RESOURCE,
-                 mgr::POLICER_MGR_GENERIC_ERROR}),
+        CodeCase{"TwoActionsOfOneKindOnAColour", policer_with(1, Mode::Flow(1, 1), kTwoRedDscps), 0, mgr::POLICER_MGR_ACTION_CONFLICT},
+        CodeCase{"DropAndRewriteOnAColour", policer_with(1, Mode::Flow(1, 1), kRedDropAndPcp), 0, mgr::POLICER_MGR_ACTION_CONFLICT},
+        CodeCase{"SdkRefusesParameters", policer_with(1, Mode::Flow(1, 1)), BCM_E_PARAM, mgr::POLICER_MGR_INVALID_PARAMETER},
+        CodeCase{"SdkRefusesOtherwise", policer_with(1, Mode::Flow(1, 1)), BCM_E_RESOURCE, mgr::POLICER_MGR_GENERIC_ERROR}),
     [](const auto& test) { return std::string(test.param.name); });
+// clang-format on
 
 TEST_F(PolicerDriver, DestroyReportsTheSdkRefusalAsAManagerError) {
   EXPECT_EQ(driver.Destroy(9), mgr::POLICER_MGR_GENERIC_ERROR);
