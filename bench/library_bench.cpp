@@ -17,18 +17,19 @@ void reportMoves(benchmark::State& state, uint64_t moves, double operations) {
   state.counters["tcam_moves_per_op"] = benchmark::Counter(static_cast<double>(moves) / operations);
 }
 
-// Items are hardware entries programmed (created, qualified, installed); one iteration fills an
-// ingress group of 256 with user entries of `pool` hardware entries each.
-void BM_ProgramEntries(benchmark::State& state) {
-  const int pool = static_cast<int>(state.range(0));
-  const int user_entries = 256 / pool;
-  Switch sw;
-  sw.filters->createGroup(FiltersGroup(kIngress, 0, 0, 2));
+// `count` ingress user entries of `pool` hardware entries each, priority rising with the id.
+std::vector<FiltersEntry> ingressEntries(int count, int pool) {
   std::vector<FiltersEntry> entries;
-  for (int id = 0; id < user_entries; ++id) {
+  for (int id = 0; id < count; ++id) {
     entries.push_back(ingressEntry(static_cast<unsigned int>(id), pool, frontPorts(1, 8)));
   }
-  bcmsim::set_call_log(state.range(1) != 0);
+  return entries;
+}
+
+// Times the creation of `entries` in ingress group 0, in the given order; they are deleted
+// between iterations, outside the timing. Reports TCAM moves per hardware entry.
+template <class Entries>
+void timeCreation(benchmark::State& state, Switch& sw, const Entries& entries, int hw_entries) {
   uint64_t moves = 0;
   for (auto _ : state) {
     const uint64_t before = bcmsim::state().tcam_moves;
@@ -41,11 +42,22 @@ void BM_ProgramEntries(benchmark::State& state) {
     bcmsim::clear_calls();
     state.ResumeTiming();
   }
+  state.SetItemsProcessed(state.iterations() * hw_entries);
+  reportMoves(state, moves, static_cast<double>(state.iterations()) * hw_entries);
+}
+
+// Items are hardware entries programmed (created, qualified, installed); one iteration fills an
+// ingress group of 256 with user entries of `pool` hardware entries each.
+void BM_ProgramEntries(benchmark::State& state) {
+  const int pool = static_cast<int>(state.range(0));
+  const int user_entries = 256 / pool;
+  Switch sw;
+  sw.filters->createGroup(FiltersGroup(kIngress, 0, 0, 2));
+  bcmsim::set_call_log(state.range(1) != 0);
+  timeCreation(state, sw, ingressEntries(user_entries, pool), 256);
   bcmsim::set_call_log(false);
-  state.SetItemsProcessed(state.iterations() * 256);
   state.counters["user_entries_per_second"] = benchmark::Counter(
       static_cast<double>(state.iterations() * user_entries), benchmark::Counter::kIsRate);
-  reportMoves(state, moves, static_cast<double>(state.iterations()) * 256);
 }
 BENCHMARK(BM_ProgramEntries)
     ->ArgNames({"pool", "call_log"})
@@ -57,23 +69,8 @@ BENCHMARK(BM_ProgramEntries)
 void BM_ProgramEntriesRisingPriority(benchmark::State& state) {
   Switch sw;
   sw.filters->createGroup(FiltersGroup(kIngress, 0, 0, 2));
-  std::vector<FiltersEntry> entries;
-  for (int id = 0; id < 256; ++id) {
-    entries.push_back(ingressEntry(static_cast<unsigned int>(id), 1, frontPorts(1, 8)));
-  }
-  uint64_t moves = 0;
-  for (auto _ : state) {
-    const uint64_t before = bcmsim::state().tcam_moves;
-    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
-      sw.filters->createEntry(kIngress, 0, *entry);
-    }
-    moves += bcmsim::state().tcam_moves - before;
-    state.PauseTiming();
-    for (const FiltersEntry& entry : entries) sw.filters->deleteEntry(kIngress, 0, entry.getId());
-    state.ResumeTiming();
-  }
-  state.SetItemsProcessed(state.iterations() * 256);
-  reportMoves(state, moves, static_cast<double>(state.iterations()) * 256);
+  const std::vector<FiltersEntry> entries = ingressEntries(256, 1);
+  timeCreation(state, sw, std::vector<FiltersEntry>(entries.rbegin(), entries.rend()), 256);
 }
 BENCHMARK(BM_ProgramEntriesRisingPriority)->Unit(benchmark::kMicrosecond);
 

@@ -197,22 +197,20 @@ TEST(Replay, RefusesWhatItCannotReplay) {
   fs::create_directories(dir);
   std::ofstream(dir / "text.pcap") << "not a capture\n";
   { capture_frames::CaptureWriter raw((dir / "raw.pcap").string(), DLT_RAW); }
-  const std::string place = (dir / "s.yaml").string() + ":2:21: ";
+  const auto path = [&](const char* name) { return (dir / name).string(); };
+  const std::string place = path("s.yaml") + ":2:21: ";
   const struct {
     const char* step;
     std::string error;
   } rows[] = {
-      {"{pcap: missing.pcap}", place + "cannot replay " + (dir / "missing.pcap").string() + ": " +
-                                   (dir / "missing.pcap").string() + ": No such file or directory"},
-      {"{pcap: text.pcap}",
-       place + "cannot replay " + (dir / "text.pcap").string() + ": unknown file format"},
-      {"{pcap: raw.pcap}", place + "cannot replay " + (dir / "raw.pcap").string() +
-                               ": the capture's link type is RAW, not Ethernet (EN10MB)"},
-      {"{pcap: raw.pcap, vlan: 10}",
-       (dir / "s.yaml").string() +
-           ":2:31: unknown key 'vlan' in packets (known: pcap, in_port, out_port, packet_res, "
-           "stp_state, forwarding_type, vrf, l3_routable, my_station_hit, drop, l2_src_static, "
-           "mpls_terminated, interface_class, virtual_port, int_priority)"},
+      // clang-format off
+      {"{pcap: missing.pcap}", place + "cannot replay " + path("missing.pcap") + ": " + path("missing.pcap") + ": No such file or directory"},
+      {"{pcap: text.pcap}", place + "cannot replay " + path("text.pcap") + ": unknown file format"},
+      {"{pcap: raw.pcap}", place + "cannot replay " + path("raw.pcap") + ": the capture's link type is RAW, not Ethernet (EN10MB)"},
+      {"{pcap: raw.pcap, vlan: 10}", path("s.yaml") + ":2:31: unknown key 'vlan' in packets (known: pcap, in_port, out_port, packet_res, "
+                                     "stp_state, forwarding_type, vrf, l3_routable, my_station_hit, drop, l2_src_static, "
+                                     "mpls_terminated, interface_class, virtual_port, int_priority)"},
+      // clang-format on
   };
   for (const auto& row : rows) {
     try {

@@ -86,16 +86,6 @@ TEST_F(Counters, TheNewestUserEntryTakesASharedCounterIdOver) {
   EXPECT_EQ(read(7), std::nullopt) << "deleting either entry drops the id";
 }
 
-TEST_F(Counters, AnEntryWithoutCountersMakesNoSdkCall) {
-  bcmsim::set_call_log(true);
-  EXPECT_EQ(filters->createCounter(first, FiltersEntry(1, 0)), 0);
-  EXPECT_EQ(filters->attachCounter(first, 1), 0);
-  EXPECT_EQ(filters->detachCounter(first, 1), 0);
-  EXPECT_EQ(filters->removeCounter(first), 0);
-  bcmsim::set_call_log(false);
-  EXPECT_TRUE(bcmsim::calls().empty());
-}
-
 TEST_F(Counters, FailuresAreReportedWithTheSdkCode) {
   unsigned long long value;
   EXPECT_EQ(filters->getCounterValue(4, value), -1);
