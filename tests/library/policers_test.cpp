@@ -18,7 +18,6 @@ using PolicerAction = policer::Action;
 
 constexpr auto kPre = FILTERS_GROUP_STAGE_PRE_INGRESS;
 constexpr auto kIn = FILTERS_GROUP_STAGE_INGRESS;
-constexpr auto kEg = FILTERS_GROUP_STAGE_EGRESS;
 
 Policer flow(unsigned id, std::list<PolicerAction> actions = {}) {
   return Policer(id, Policer::STAGE_INGRESS, Mode::Flow(1000, 1500), std::move(actions));
@@ -37,9 +36,7 @@ class Policers : public test_support::FiltersTest {
     FiltersTest::SetUp();
     ASSERT_EQ(test_support::create_group(0, bcmFieldQualifyStageLookup, {}), 0);
     ASSERT_EQ(test_support::create_group(16, bcmFieldQualifyStageIngress, {}), 0);
-    ASSERT_EQ(test_support::create_group(32, bcmFieldQualifyStageEgress, {}), 0);
     for (int eid : {1, 2}) ASSERT_EQ(bcm_field_entry_create_id(0, 16, eid), 0);
-    ASSERT_EQ(bcm_field_entry_create_id(0, 32, 3), 0);
     ASSERT_EQ(bcm_field_entry_create_id(0, 0, 4), 0);
     log.clear();
   }
@@ -84,20 +81,6 @@ TEST_F(Policers, OneIdAsParentAndAsChildIsTwoUsesAndTwoCreations) {
                              "[HAL FILTERS] installPolicer() Failed to create policer for filter "
                              "entry 2: Generic error.\nPolicer Id: 6\nStage: Ingress\nMode: Flow "
                              "(CIR: 1000 kbits/s, CBS: 1500 bytes)\nActions:"});
-}
-
-TEST_F(Policers, SetPcpIsTwoActionsAtIngressAndOneAtEgress) {
-  const PolicerAction set_pcp(policer::COLOR_GREEN, PolicerAction::TYPE_SET_PCP, 3);
-  const PolicerAction drop_red(policer::COLOR_RED, PolicerAction::TYPE_DROP);
-  const PolicerAction yellow_dscp(policer::COLOR_YELLOW, PolicerAction::TYPE_SET_DSCP, 0, 10);
-  ASSERT_EQ(filters->installPolicer(kIn, 1, entryWith(flow(5, {set_pcp, drop_red, yellow_dscp}))),
-            0);
-  ASSERT_EQ(filters->installPolicer(kEg, 3, entryWith(flow(8, {set_pcp, drop_red}))), 0);
-  EXPECT_EQ(test_support::actions_of(1),
-            (std::vector<std::string>{"GpPrioPktNew(3, 0)", "GpPrioIntNew(3, 0)", "RpDrop(0, 0)",
-                                      "YpDscpNew(10, 0)"}));
-  EXPECT_EQ(test_support::actions_of(3),
-            (std::vector<std::string>{"GpOuterVlanPrioNew(3, 0)", "RpDrop(0, 0)"}));
 }
 
 TEST_F(Policers, PreIngressHasNoMetersNorPolicerActions) {
