@@ -77,20 +77,31 @@ TEST_F(Entries, AnEntryWithoutInstallableHardwareEntriesLivesOnlyInSoftware) {
   EXPECT_TRUE(HalFiltersLL::filters_cache_.entries_info().empty());
 }
 
-TEST_F(Entries, APriorityBeyondTheGroupFailsAfterProgrammingAndIsUndone) {
-  FiltersEntry entry(0, 256);
-  entry.setMatch(MatchIngressPorts(ports({limid_ethernet(1)})));
-  EXPECT_EQ(filters->createEntry(kIn, 0, entry), -2);
-  EXPECT_TRUE(
-      log.contains("[HAL FILTERS] installHwEntry() Hardware entry priority translation failed"));
-  EXPECT_TRUE(bcmsim::state().entries.empty());
-}
-
-TEST_F(Entries, AnEntryIdOutsideTheGroupIsRefusedAfterThePoolIsTried) {
-  EXPECT_EQ(filters->createEntry(kIn, 0, FiltersEntry(256, 0)), -2);
-  EXPECT_TRUE(log.contains("Hardware entry ID translation failed"));
+TEST_F(Entries, EntriesTheGroupCannotTakeAreRefusedWithTheirErrorLine) {
+  FiltersEntry beyond_priorities(0, 256);
+  beyond_priorities.setMatch(MatchIngressPorts(ports({limid_ethernet(1)})));
+  FiltersEntry excluded_types_alone(1, 0);
+  excluded_types_alone.setMatch(
+      MatchIngressPorts(std::list<limid_t>{}, std::list<port_type_t>{PORT_TYPE_CPU}));
+  const struct {
+    filtersGroupStage_t stage;
+    FiltersEntry entry;
+    const char* line;
+  } rows[] = {
+      // clang-format off
+      {kIn, beyond_priorities, "[HAL FILTERS] installHwEntry() Hardware entry priority translation failed"},
+      {kIn, FiltersEntry(256, 0), "Hardware entry ID translation failed"},
+      {kEg, excluded_types_alone, "Filters-ll-bcm: match by excluded port types is not supported at egress stage\n"},
+      // clang-format on
+  };
+  for (const auto& row : rows) {
+    log.clear();
+    EXPECT_EQ(filters->createEntry(row.stage, 0, row.entry), -2) << row.line;
+    EXPECT_TRUE(log.contains(HalCallbacksItf::kError, row.line)) << row.line;
+    EXPECT_TRUE(bcmsim::state().entries.empty()) << "undone: " << row.line;
+  }
   EXPECT_EQ(HalFiltersLL::filters_cache_.entries_info().count(-1), 1u)
-      << "the pool of the invalid base stays, as initialised";
+      << "the pool of the invalid id's base stays, as initialised";
 }
 
 TEST_F(Entries, UpdateIsDeleteThenCreateUnderTheSameIds) {
@@ -105,15 +116,6 @@ TEST_F(Entries, UpdateIsDeleteThenCreateUnderTheSameIds) {
   EXPECT_TRUE(
       log.contains("[HAL FILTERS] deleteEntry() Entry (EID: 9; Hw EID: 2098304) does not exist"));
   EXPECT_EQ(installed_ids().size(), 2u) << "nothing created";
-}
-
-TEST_F(Entries, IngressPortsByExcludedTypesAloneAreRefusedWhereEntriesMatchOnePort) {
-  FiltersEntry entry(1, 0);
-  entry.setMatch(MatchIngressPorts(std::list<limid_t>{}, std::list<port_type_t>{PORT_TYPE_CPU}));
-  EXPECT_EQ(filters->createEntry(kEg, 0, entry), -2);
-  EXPECT_TRUE(log.contains(
-      HalCallbacksItf::kError,
-      "Filters-ll-bcm: match by excluded port types is not supported at egress stage\n"));
 }
 
 // Installed before its priority is set, an entry would match for a moment at the wrong one.
