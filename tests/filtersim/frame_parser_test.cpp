@@ -13,9 +13,7 @@
 namespace {
 
 using capture_frames::Frame;
-
-const capture_frames::Ipv6 kDocumentationHost = {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0,
-                                                 0,    0,    0,    0,    0, 0, 0, 1};
+using capture_frames::kDocumentationHost;
 
 constexpr size_t kWhole = SIZE_MAX;
 

@@ -14,6 +14,7 @@
 namespace {
 
 using capture_frames::Frame;
+using capture_frames::kDocumentationHost;
 namespace fs = std::filesystem;
 
 constexpr char kScenario[] = R"(switch: {ports: 8}
@@ -48,9 +49,6 @@ steps:
            counters: [{id: 6, type: packets}]}
   - packets: {pcap: capture.pcap, in_port: eth3}
 )";
-
-const capture_frames::Ipv6 kDocumentationHost = {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0,
-                                                 0,    0,    0,    0,    0, 0, 0, 1};
 
 void writeCapture(const std::string& path) {
   capture_frames::CaptureWriter capture(path);

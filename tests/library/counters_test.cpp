@@ -122,13 +122,6 @@ TEST_F(Counters, FailuresAreReportedWithTheSdkCode) {
                     " from Entry 3: Internal error"}));
 }
 
-TEST_F(Counters, ClearingTheCacheForgetsCountersButNotTheHardware) {
-  ASSERT_EQ(filters->createCounter(first, entryWith(1, {Counter(7, COUNTER_TYPE_PACKETS)})), 0);
-  filters->clearCache();
-  EXPECT_EQ(read(7), std::nullopt);
-  EXPECT_EQ(bcmsim::state().stats.size(), 1u);
-}
-
 TEST(CountersDeathTest, AnUnsupportedCounterTypeEndsTheProcessWithAFaultRecord) {
   EXPECT_EXIT(HalFiltersLL::HalFiltersBcm::FiltersCommonCounterType2BcmCounterType(
                   static_cast<counter_type_t>(9)),

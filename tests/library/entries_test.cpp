@@ -71,7 +71,6 @@ TEST_F(Entries, AnEntryWithoutInstallableHardwareEntriesLivesOnlyInSoftware) {
   EXPECT_TRUE(bcmsim::call_names("bcm_field_entry").empty());
   EXPECT_EQ(bcmsim::state().stats.size(), 1u);
   ASSERT_EQ(filters->deleteEntry(kEg, 0, 0), 0);
-  bcmsim::set_call_log(false);
   EXPECT_TRUE(bcmsim::call_names("bcm_field_entry").empty());
   EXPECT_TRUE(bcmsim::state().stats.empty());
   EXPECT_TRUE(HalFiltersLL::filters_cache_.entries_info().empty());

@@ -310,7 +310,6 @@ TEST_F(MatchTranslation, ImpliedQualifiersAreWrittenOnce) {
                     .get(),
                 1000),
             0);
-  bcmsim::set_call_log(false);
   EXPECT_EQ(bcmsim::call_names(),
             (std::vector<std::string>{"bcm_field_qualify_IpType_get",
                                       "bcm_field_qualify_IpProtocolCommon_get",

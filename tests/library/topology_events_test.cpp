@@ -81,7 +81,6 @@ TEST_F(TopologyEvents, AnIngressBitmapFollowsMembershipThroughReinstall) {
   ASSERT_EQ(lags->AddMember(lag1, limid_ethernet(4)), 0);
   EXPECT_EQ(bcmsim::call_names("bcm_field_"),
             (std::vector<std::string>{"bcm_field_qualify_InPorts", "bcm_field_entry_reinstall"}));
-  bcmsim::set_call_log(false);
   EXPECT_EQ(qualifiers_of(kIngress, true), std::vector<std::string>{"InPorts={1-4}/{0-32}"});
 
   ASSERT_EQ(lags->RemoveMember(lag1, limid_ethernet(2)), 0);
@@ -165,7 +164,6 @@ TEST_F(TopologyEvents, ALagNoFilterUsesChangesNothing) {
   bcmsim::set_call_log(true);
   EXPECT_EQ(lags->AddMember(limid_lag(9), limid_ethernet(9)), 0);
   EXPECT_EQ(lags->DestroyLag(limid_lag(9)), 0);
-  bcmsim::set_call_log(false);
   EXPECT_TRUE(bcmsim::calls().empty());
   EXPECT_TRUE(log.lines().empty());
 }

@@ -20,6 +20,8 @@ constexpr uint8_t kIcmp = 1;
 constexpr uint8_t kTcp = 6;
 constexpr uint8_t kUdp = 17;
 constexpr uint8_t kIcmpv6 = 58;
+// 2001:db8::1, an address for documentation.
+constexpr Ipv6 kDocumentationHost = {0x20, 0x01, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
 
 class Frame {
  public:
