@@ -44,20 +44,14 @@ TEST_F(Identifiers, EntryIdsAndPrioritiesAtEveryStageBoundary) {
     unsigned int eid;
     int base;
   };
+  // clang-format off
   const Row rows[] = {
-      {kPre, 0, 0, 0},
-      {kPre, 3, 255, 261888},
-      {kPre, 0, 256, -1},
-      {kIngress, 0, 0, 1048576},
-      {kIngress, 15, 255, 2096896},
-      {kIngress, 0, 256, -1},
-      {kEgress, 0, 0, 2097152},
-      {kEgress, 1, 2, 2113792},
-      {kEgress, 0, 127, 2113408},
-      {kEgress, 0, 128, -1},
-      {kNone, 0, 0, -1},
-      {kEnd, 0, 0, -1},
+      {kPre, 0, 0, 0},           {kPre, 3, 255, 261888},       {kPre, 0, 256, -1},
+      {kIngress, 0, 0, 1048576}, {kIngress, 15, 255, 2096896}, {kIngress, 0, 256, -1},
+      {kEgress, 0, 0, 2097152},  {kEgress, 1, 2, 2113792},      {kEgress, 0, 127, 2113408},
+      {kEgress, 0, 128, -1},     {kNone, 0, 0, -1},            {kEnd, 0, 0, -1},
   };
+  // clang-format on
   for (const Row& row : rows) {
     SCOPED_TRACE(testing::Message()
                  << "stage " << row.stage << " gid " << row.gid << " eid " << row.eid);
@@ -114,8 +108,8 @@ TEST_F(Identifiers, SdkErrorsBecomeTheirCodesAndErrorLines) {
     log.clear();
     EXPECT_EQ(row.handle(row.rv), row.result) << row.line;
     EXPECT_EQ(log.texts(), log.texts(HalCallbacksItf::kError)) << row.line;
-    EXPECT_EQ(log.texts(), row.line.empty() ? std::vector<std::string>{}
-                                            : std::vector<std::string>{row.line});
+    EXPECT_EQ(log.texts(),
+              row.line.empty() ? std::vector<std::string>{} : std::vector<std::string>{row.line});
   }
 }
 
