@@ -113,7 +113,7 @@ BENCHMARK(BM_FullDeviceTeardown)->Unit(benchmark::kMillisecond);
 // Room for 1,024 hardware entries a slice at ingress and egress.
 bcmsim::Config roomyDevice() {
   bcmsim::Config config;
-  config.entries_per_slice = {256, 1024, 1024};
+  config.set_slice_entries({256, 1024, 1024});
   return config;
 }
 

@@ -62,10 +62,11 @@ int qualifierResultToHalErr(int rv, int eid) {
   switch (rv) {
     case BCM_E_NONE:
       return HAL_FILTERS_OK;
+    // A qualifier the group was not created with: Katana 2 and Trident 2 answer not-found (the
+    // qualifier lookup comes first), Tomahawk's ingress stage a parameter error. The entry being
+    // programmed exists, so not-found cannot mean the entry.
     case BCM_E_NOT_FOUND:
-      callbacks().log(kLogError, "Couldn't apply match to BCM entry id %i, id not found", eid);
-      break;
-    case BCM_E_PARAM:  // what the SDK answers for a qualifier the group was not created with
+    case BCM_E_PARAM:
       callbacks().log(
           kLogError, "Couldn't apply match to BCM entry id %i, qualifier not in group's Qset", eid);
       break;

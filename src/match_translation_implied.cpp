@@ -5,21 +5,12 @@
 #include "sdk_support.h"
 
 namespace HalFiltersLL {
-namespace {
-
-// The SDK answers a read of a qualifier outside the group's qualifier set with not-found; the
-// entry being programmed exists, so that is the qualifier-set miss and is reported as one.
-int readResultToHalErr(int rv, int eid) {
-  return qualifierResultToHalErr(rv == BCM_E_NOT_FOUND ? BCM_E_PARAM : rv, eid);
-}
-
-}  // namespace
 
 int setBcmEtherTypeQualifierSoft(unsigned short ether_type, int eid) {
   const int unit = bcmUnit();
   uint16 data = 0, mask = 0;
   int rv = bcm_field_qualify_EtherType_get(unit, eid, &data, &mask);
-  if (rv != BCM_E_NONE) return readResultToHalErr(rv, eid);
+  if (rv != BCM_E_NONE) return qualifierResultToHalErr(rv, eid);
   if (data != 0 || mask != 0) return HAL_FILTERS_OK;
   return qualifierResultToHalErr(bcm_field_qualify_EtherType(unit, eid, ether_type, 0xFFFF), eid);
 }
@@ -28,7 +19,7 @@ int setBcmIpTypeQualifierSoft(bcm_field_IpType_e ip_type, int eid) {
   const int unit = bcmUnit();
   bcm_field_IpType_t current = bcmFieldIpTypeAny;
   int rv = bcm_field_qualify_IpType_get(unit, eid, &current);
-  if (rv != BCM_E_NONE) return readResultToHalErr(rv, eid);
+  if (rv != BCM_E_NONE) return qualifierResultToHalErr(rv, eid);
   if (current != bcmFieldIpTypeAny) return HAL_FILTERS_OK;
   return qualifierResultToHalErr(bcm_field_qualify_IpType(unit, eid, ip_type), eid);
 }

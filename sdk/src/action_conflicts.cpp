@@ -1,118 +1,157 @@
-// The action pairs the Tomahawk family refuses on one entry, for the actions these headers
-// declare. The check is one way: a row lists what an entry holding its action refuses to add,
-// so the order in which actions are added matters (an entry with a redirect refuses an L3 switch,
-// one with an L3 switch takes a redirect). Ingress rows come from the family's own check, and
-// where it has none for an action from the checks it falls back on; the other stages from those
-// fallbacks. Mirror actions, which may be added twice, are not declared here.
+// The action pairs the SDK's conflict checks refuse on one entry, for the actions these headers
+// declare. A check is one way: only the row of the action the entry already holds is read, so the
+// order in which actions are added matters (an entry with a redirect refuses an L3 switch, one
+// with an L3 switch takes a redirect). Every chip modelled answers the lookup and egress stages
+// through `_bcm_field_trx_stage_action_conflict_check` (trx/field.c); at ingress Katana 2 does
+// too, Trident 2 through `_bcm_field_td2_action_conflict_check` (trident2/field.c), which adds
+// nothing for these actions, and Tomahawk through `_bcm_field_th_action_conflict_check`
+// (tomahawk/field.c), which lets the port-bitmap actions stand beside an L3 switch.
 #include "action_conflicts.h"
-
-#include <algorithm>
-#include <map>
-#include <utility>
-#include <vector>
 
 #include <bcm/field.h>
 
 namespace bcmsim::detail {
 namespace {
 
-struct ConflictRow {
-  Stage stage;
-  int existing;
-  std::vector<int> refused;
-};
+using Actions = std::set<int>;
 
-const std::vector<ConflictRow>& conflict_rows() {
-  static const std::vector<ConflictRow> rows = {
-    {Stage::PreIngress, bcmFieldActionCosQCpuNew, {bcmFieldActionPrioPktAndIntNew, bcmFieldActionPrioPktNew, bcmFieldActionPrioIntNew}},
-    {Stage::PreIngress, bcmFieldActionPrioPktAndIntNew, {bcmFieldActionCosQCpuNew, bcmFieldActionPrioPktNew, bcmFieldActionPrioIntNew}},
-    {Stage::PreIngress, bcmFieldActionPrioPktNew, {bcmFieldActionCosQCpuNew, bcmFieldActionPrioPktAndIntNew}},
-    {Stage::PreIngress, bcmFieldActionPrioIntNew, {bcmFieldActionCosQCpuNew, bcmFieldActionPrioPktAndIntNew}},
-    {Stage::PreIngress, bcmFieldActionCopyToCpu, {bcmFieldActionCopyToCpuCancel}},
-    {Stage::PreIngress, bcmFieldActionCopyToCpuCancel, {bcmFieldActionCopyToCpu}},
-    {Stage::PreIngress, bcmFieldActionDrop, {bcmFieldActionDropCancel}},
-    {Stage::PreIngress, bcmFieldActionDropCancel, {bcmFieldActionDrop}},
-    {Stage::PreIngress, bcmFieldActionOuterVlanCopyInner, {bcmFieldActionInnerVlanCopyOuter}},
-    {Stage::PreIngress, bcmFieldActionOuterVlanPrioCopyInner, {bcmFieldActionInnerVlanPrioCopyOuter}},
-    {Stage::PreIngress, bcmFieldActionInnerVlanCopyOuter, {bcmFieldActionOuterVlanCopyInner}},
-    {Stage::PreIngress, bcmFieldActionInnerVlanPrioCopyOuter, {bcmFieldActionOuterVlanPrioCopyInner}},
-    {Stage::Ingress, bcmFieldActionCosQNew, {bcmFieldActionVlanCosQNew, bcmFieldActionPrioIntCopy, bcmFieldActionPrioIntNew, bcmFieldActionPrioIntTos, bcmFieldActionPrioIntCancel, bcmFieldActionRpPrioIntNew, bcmFieldActionYpPrioIntNew, bcmFieldActionGpPrioIntNew}},
-    {Stage::Ingress, bcmFieldActionVlanCosQNew, {bcmFieldActionCosQNew, bcmFieldActionPrioIntCopy, bcmFieldActionPrioIntNew, bcmFieldActionPrioIntTos, bcmFieldActionPrioIntCancel, bcmFieldActionRpPrioIntNew, bcmFieldActionYpPrioIntNew, bcmFieldActionGpPrioIntNew}},
-    {Stage::Ingress, bcmFieldActionPrioPktAndIntCopy, {bcmFieldActionCosQNew, bcmFieldActionVlanCosQNew, bcmFieldActionPrioPktAndIntNew, bcmFieldActionPrioPktAndIntTos, bcmFieldActionPrioPktAndIntCancel, bcmFieldActionPrioPktCopy, bcmFieldActionPrioPktNew, bcmFieldActionPrioPktTos, bcmFieldActionPrioPktCancel, bcmFieldActionPrioIntCopy, bcmFieldActionPrioIntNew, bcmFieldActionPrioIntTos, bcmFieldActionPrioIntCancel, bcmFieldActionRpPrioPktNew, bcmFieldActionRpPrioIntNew, bcmFieldActionYpPrioPktNew, bcmFieldActionYpPrioIntNew, bcmFieldActionGpPrioPktNew, bcmFieldActionGpPrioIntNew}},
-    {Stage::Ingress, bcmFieldActionPrioPktAndIntNew, {bcmFieldActionCosQNew, bcmFieldActionVlanCosQNew, bcmFieldActionPrioPktAndIntCopy, bcmFieldActionPrioPktAndIntTos, bcmFieldActionPrioPktAndIntCancel, bcmFieldActionPrioPktCopy, bcmFieldActionPrioPktNew, bcmFieldActionPrioPktTos, bcmFieldActionPrioPktCancel, bcmFieldActionPrioIntCopy, bcmFieldActionPrioIntNew, bcmFieldActionPrioIntTos, bcmFieldActionPrioIntCancel, bcmFieldActionRpPrioPktNew, bcmFieldActionRpPrioIntNew, bcmFieldActionYpPrioPktNew, bcmFieldActionYpPrioIntNew, bcmFieldActionGpPrioPktNew, bcmFieldActionGpPrioIntNew}},
-    {Stage::Ingress, bcmFieldActionPrioPktAndIntTos, {bcmFieldActionCosQNew, bcmFieldActionVlanCosQNew, bcmFieldActionPrioPktAndIntCopy, bcmFieldActionPrioPktAndIntNew, bcmFieldActionPrioPktAndIntCancel, bcmFieldActionPrioPktCopy, bcmFieldActionPrioPktNew, bcmFieldActionPrioPktTos, bcmFieldActionPrioPktCancel, bcmFieldActionPrioIntCopy, bcmFieldActionPrioIntNew, bcmFieldActionPrioIntTos, bcmFieldActionPrioIntCancel, bcmFieldActionRpPrioPktNew, bcmFieldActionRpPrioIntNew, bcmFieldActionYpPrioPktNew, bcmFieldActionYpPrioIntNew, bcmFieldActionGpPrioPktNew, bcmFieldActionGpPrioIntNew}},
-    {Stage::Ingress, bcmFieldActionPrioPktAndIntCancel, {bcmFieldActionCosQNew, bcmFieldActionVlanCosQNew, bcmFieldActionPrioPktAndIntCopy, bcmFieldActionPrioPktAndIntNew, bcmFieldActionPrioPktAndIntTos, bcmFieldActionPrioPktCopy, bcmFieldActionPrioPktNew, bcmFieldActionPrioPktTos, bcmFieldActionPrioPktCancel, bcmFieldActionPrioIntCopy, bcmFieldActionPrioIntNew, bcmFieldActionPrioIntTos, bcmFieldActionPrioIntCancel, bcmFieldActionRpPrioPktNew, bcmFieldActionRpPrioIntNew, bcmFieldActionYpPrioPktNew, bcmFieldActionYpPrioIntNew, bcmFieldActionGpPrioPktNew, bcmFieldActionGpPrioIntNew}},
-    {Stage::Ingress, bcmFieldActionPrioPktCopy, {bcmFieldActionPrioPktAndIntCopy, bcmFieldActionPrioPktAndIntNew, bcmFieldActionPrioPktAndIntTos, bcmFieldActionPrioPktAndIntCancel, bcmFieldActionPrioPktNew, bcmFieldActionPrioPktTos, bcmFieldActionPrioPktCancel, bcmFieldActionRpPrioPktNew, bcmFieldActionYpPrioPktNew, bcmFieldActionGpPrioPktNew}},
-    {Stage::Ingress, bcmFieldActionPrioPktNew, {bcmFieldActionPrioPktAndIntCopy, bcmFieldActionPrioPktAndIntNew, bcmFieldActionPrioPktAndIntTos, bcmFieldActionPrioPktAndIntCancel, bcmFieldActionPrioPktCopy, bcmFieldActionPrioPktTos, bcmFieldActionPrioPktCancel, bcmFieldActionRpPrioPktNew, bcmFieldActionYpPrioPktNew, bcmFieldActionGpPrioPktNew}},
-    {Stage::Ingress, bcmFieldActionPrioPktTos, {bcmFieldActionPrioPktAndIntCopy, bcmFieldActionPrioPktAndIntNew, bcmFieldActionPrioPktAndIntTos, bcmFieldActionPrioPktAndIntCancel, bcmFieldActionPrioPktCopy, bcmFieldActionPrioPktNew, bcmFieldActionPrioPktCancel, bcmFieldActionRpPrioPktNew, bcmFieldActionYpPrioPktNew, bcmFieldActionGpPrioPktNew}},
-    {Stage::Ingress, bcmFieldActionPrioPktCancel, {bcmFieldActionPrioPktAndIntCopy, bcmFieldActionPrioPktAndIntNew, bcmFieldActionPrioPktAndIntTos, bcmFieldActionPrioPktAndIntCancel, bcmFieldActionPrioPktCopy, bcmFieldActionPrioPktNew, bcmFieldActionPrioPktTos, bcmFieldActionRpPrioPktNew, bcmFieldActionYpPrioPktNew, bcmFieldActionGpPrioPktNew}},
-    {Stage::Ingress, bcmFieldActionPrioIntCopy, {bcmFieldActionCosQNew, bcmFieldActionVlanCosQNew, bcmFieldActionPrioIntNew, bcmFieldActionPrioIntTos, bcmFieldActionPrioIntCancel, bcmFieldActionRpPrioIntNew, bcmFieldActionYpPrioIntNew, bcmFieldActionGpPrioIntNew}},
-    {Stage::Ingress, bcmFieldActionPrioIntNew, {bcmFieldActionCosQNew, bcmFieldActionVlanCosQNew, bcmFieldActionPrioPktAndIntNew, bcmFieldActionPrioIntCopy, bcmFieldActionPrioIntTos, bcmFieldActionPrioIntCancel, bcmFieldActionRpPrioIntNew, bcmFieldActionYpPrioIntNew, bcmFieldActionGpPrioIntNew}},
-    {Stage::Ingress, bcmFieldActionPrioIntTos, {bcmFieldActionCosQNew, bcmFieldActionVlanCosQNew, bcmFieldActionPrioIntCopy, bcmFieldActionPrioIntNew, bcmFieldActionPrioIntCancel, bcmFieldActionRpPrioIntNew, bcmFieldActionYpPrioIntNew, bcmFieldActionGpPrioIntNew}},
-    {Stage::Ingress, bcmFieldActionPrioIntCancel, {bcmFieldActionCosQNew, bcmFieldActionVlanCosQNew, bcmFieldActionPrioIntCopy, bcmFieldActionPrioIntNew, bcmFieldActionPrioIntTos, bcmFieldActionRpPrioIntNew, bcmFieldActionYpPrioIntNew, bcmFieldActionGpPrioIntNew}},
-    {Stage::Ingress, bcmFieldActionDscpNew, {bcmFieldActionDscpCancel, bcmFieldActionRpDscpNew, bcmFieldActionYpDscpNew, bcmFieldActionGpDscpNew}},
-    {Stage::Ingress, bcmFieldActionDscpCancel, {bcmFieldActionDscpNew, bcmFieldActionRpDscpNew, bcmFieldActionYpDscpNew, bcmFieldActionGpDscpNew}},
-    {Stage::Ingress, bcmFieldActionCopyToCpu, {bcmFieldActionCopyToCpuCancel, bcmFieldActionSwitchToCpuCancel}},
-    {Stage::Ingress, bcmFieldActionCopyToCpuCancel, {bcmFieldActionCopyToCpu}},
-    {Stage::Ingress, bcmFieldActionSwitchToCpuCancel, {bcmFieldActionCopyToCpu}},
-    {Stage::Ingress, bcmFieldActionRedirect, {bcmFieldActionRedirectTrunk, bcmFieldActionRedirectCancel, bcmFieldActionRedirectPbmp, bcmFieldActionEgressMask, bcmFieldActionEgressPortsAdd, bcmFieldActionL3Switch}},
-    {Stage::Ingress, bcmFieldActionRedirectTrunk, {bcmFieldActionRedirect, bcmFieldActionRedirectCancel, bcmFieldActionRedirectPbmp, bcmFieldActionEgressMask, bcmFieldActionEgressPortsAdd, bcmFieldActionL3Switch}},
-    {Stage::Ingress, bcmFieldActionRedirectCancel, {bcmFieldActionRedirect, bcmFieldActionRedirectTrunk, bcmFieldActionRedirectPbmp, bcmFieldActionEgressMask, bcmFieldActionEgressPortsAdd}},
-    {Stage::Ingress, bcmFieldActionRedirectPbmp, {bcmFieldActionRedirect, bcmFieldActionRedirectTrunk, bcmFieldActionRedirectCancel, bcmFieldActionEgressMask, bcmFieldActionEgressPortsAdd}},
-    {Stage::Ingress, bcmFieldActionEgressMask, {bcmFieldActionRedirect, bcmFieldActionRedirectTrunk, bcmFieldActionRedirectCancel, bcmFieldActionRedirectPbmp, bcmFieldActionEgressPortsAdd}},
-    {Stage::Ingress, bcmFieldActionEgressPortsAdd, {bcmFieldActionRedirect, bcmFieldActionRedirectTrunk, bcmFieldActionRedirectCancel, bcmFieldActionRedirectPbmp, bcmFieldActionEgressMask}},
-    {Stage::Ingress, bcmFieldActionDrop, {bcmFieldActionDropCancel, bcmFieldActionRpDrop, bcmFieldActionRpDropCancel, bcmFieldActionYpDrop, bcmFieldActionYpDropCancel, bcmFieldActionGpDrop, bcmFieldActionGpDropCancel}},
-    {Stage::Ingress, bcmFieldActionDropCancel, {bcmFieldActionDrop, bcmFieldActionRpDrop, bcmFieldActionRpDropCancel, bcmFieldActionYpDrop, bcmFieldActionYpDropCancel, bcmFieldActionGpDrop, bcmFieldActionGpDropCancel}},
-    {Stage::Ingress, bcmFieldActionL3Switch, {bcmFieldActionL3SwitchCancel, bcmFieldActionSrcMacNew, bcmFieldActionDstMacNew, bcmFieldActionChangeL2Fields}},
-    {Stage::Ingress, bcmFieldActionL3SwitchCancel, {bcmFieldActionL3Switch, bcmFieldActionSrcMacNew, bcmFieldActionDstMacNew, bcmFieldActionChangeL2Fields}},
-    {Stage::Ingress, bcmFieldActionRpDrop, {bcmFieldActionDrop, bcmFieldActionDropCancel, bcmFieldActionRpDropCancel}},
-    {Stage::Ingress, bcmFieldActionRpDropCancel, {bcmFieldActionDrop, bcmFieldActionDropCancel, bcmFieldActionRpDrop}},
-    {Stage::Ingress, bcmFieldActionRpDscpNew, {bcmFieldActionDscpNew, bcmFieldActionDscpCancel}},
-    {Stage::Ingress, bcmFieldActionRpPrioPktNew, {bcmFieldActionPrioPktAndIntCopy, bcmFieldActionPrioPktAndIntNew, bcmFieldActionPrioPktAndIntTos, bcmFieldActionPrioPktAndIntCancel, bcmFieldActionPrioPktCopy, bcmFieldActionPrioPktNew, bcmFieldActionPrioPktTos, bcmFieldActionPrioPktCancel}},
-    {Stage::Ingress, bcmFieldActionRpPrioIntNew, {bcmFieldActionCosQNew, bcmFieldActionVlanCosQNew, bcmFieldActionPrioIntCopy, bcmFieldActionPrioIntNew, bcmFieldActionPrioIntTos, bcmFieldActionPrioIntCancel}},
-    {Stage::Ingress, bcmFieldActionYpDrop, {bcmFieldActionDrop, bcmFieldActionDropCancel, bcmFieldActionYpDropCancel}},
-    {Stage::Ingress, bcmFieldActionYpDropCancel, {bcmFieldActionDrop, bcmFieldActionDropCancel, bcmFieldActionYpDrop}},
-    {Stage::Ingress, bcmFieldActionYpDscpNew, {bcmFieldActionDscpNew, bcmFieldActionDscpCancel}},
-    {Stage::Ingress, bcmFieldActionYpPrioPktNew, {bcmFieldActionPrioPktAndIntCopy, bcmFieldActionPrioPktAndIntNew, bcmFieldActionPrioPktAndIntTos, bcmFieldActionPrioPktAndIntCancel, bcmFieldActionPrioPktCopy, bcmFieldActionPrioPktNew, bcmFieldActionPrioPktTos, bcmFieldActionPrioPktCancel}},
-    {Stage::Ingress, bcmFieldActionYpPrioIntNew, {bcmFieldActionCosQNew, bcmFieldActionVlanCosQNew, bcmFieldActionPrioIntCopy, bcmFieldActionPrioIntNew, bcmFieldActionPrioIntTos, bcmFieldActionPrioIntCancel}},
-    {Stage::Ingress, bcmFieldActionGpDrop, {bcmFieldActionDrop, bcmFieldActionDropCancel, bcmFieldActionGpDropCancel}},
-    {Stage::Ingress, bcmFieldActionGpDropCancel, {bcmFieldActionDrop, bcmFieldActionDropCancel, bcmFieldActionGpDrop}},
-    {Stage::Ingress, bcmFieldActionGpDscpNew, {bcmFieldActionDscpNew, bcmFieldActionDscpCancel}},
-    {Stage::Ingress, bcmFieldActionGpPrioPktNew, {bcmFieldActionPrioPktAndIntCopy, bcmFieldActionPrioPktAndIntNew, bcmFieldActionPrioPktAndIntTos, bcmFieldActionPrioPktAndIntCancel, bcmFieldActionPrioPktCopy, bcmFieldActionPrioPktNew, bcmFieldActionPrioPktTos, bcmFieldActionPrioPktCancel}},
-    {Stage::Ingress, bcmFieldActionGpPrioIntNew, {bcmFieldActionCosQCpuNew, bcmFieldActionVlanCosQNew, bcmFieldActionPrioIntCopy, bcmFieldActionPrioIntNew, bcmFieldActionPrioIntTos, bcmFieldActionPrioIntCancel}},
-    {Stage::Ingress, bcmFieldActionSrcMacNew, {bcmFieldActionL3Switch, bcmFieldActionL3SwitchCancel, bcmFieldActionChangeL2Fields}},
-    {Stage::Ingress, bcmFieldActionDstMacNew, {bcmFieldActionL3Switch, bcmFieldActionL3SwitchCancel, bcmFieldActionChangeL2Fields}},
-    {Stage::Ingress, bcmFieldActionChangeL2Fields, {bcmFieldActionL3Switch, bcmFieldActionL3SwitchCancel, bcmFieldActionSrcMacNew, bcmFieldActionDstMacNew}},
-    {Stage::Egress, bcmFieldActionCopyToCpu, {bcmFieldActionCopyToCpuCancel}},
-    {Stage::Egress, bcmFieldActionCopyToCpuCancel, {bcmFieldActionCopyToCpu}},
-    {Stage::Egress, bcmFieldActionDrop, {bcmFieldActionDropCancel, bcmFieldActionRpDrop, bcmFieldActionRpDropCancel, bcmFieldActionYpDrop, bcmFieldActionYpDropCancel, bcmFieldActionGpDrop, bcmFieldActionGpDropCancel}},
-    {Stage::Egress, bcmFieldActionDropCancel, {bcmFieldActionDrop, bcmFieldActionRpDrop, bcmFieldActionRpDropCancel, bcmFieldActionYpDrop, bcmFieldActionYpDropCancel, bcmFieldActionGpDrop, bcmFieldActionGpDropCancel}},
-    {Stage::Egress, bcmFieldActionRpDrop, {bcmFieldActionDrop, bcmFieldActionDropCancel, bcmFieldActionRpDropCancel}},
-    {Stage::Egress, bcmFieldActionRpDropCancel, {bcmFieldActionDrop, bcmFieldActionDropCancel, bcmFieldActionRpDrop}},
-    {Stage::Egress, bcmFieldActionYpDrop, {bcmFieldActionDrop, bcmFieldActionDropCancel, bcmFieldActionYpDropCancel}},
-    {Stage::Egress, bcmFieldActionYpDropCancel, {bcmFieldActionDrop, bcmFieldActionDropCancel, bcmFieldActionYpDrop}},
-    {Stage::Egress, bcmFieldActionGpDrop, {bcmFieldActionDrop, bcmFieldActionDropCancel, bcmFieldActionGpDropCancel}},
-    {Stage::Egress, bcmFieldActionGpDropCancel, {bcmFieldActionDrop, bcmFieldActionDropCancel, bcmFieldActionGpDrop}},
-  };
-  return rows;
+Actions operator+(Actions a, const Actions& b) {
+  a.insert(b.begin(), b.end());
+  return a;
 }
 
-const std::map<std::pair<Stage, int>, const std::vector<int>*>& conflict_index() {
-  static const auto index = [] {
-    std::map<std::pair<Stage, int>, const std::vector<int>*> built;
-    for (const ConflictRow& row : conflict_rows()) built[{row.stage, row.existing}] = &row.refused;
-    return built;
-  }();
-  return index;
+// Every action of `held` refuses every action of `refused` (an action refusing itself adds
+// nothing: the same action twice is refused anyway).
+void refuse(ActionConflicts& table, const Actions& held, const Actions& refused) {
+  for (int action : held) table[action].insert(refused.begin(), refused.end());
+}
+
+Actions cos_queues() {
+  return {bcmFieldActionCosQNew, bcmFieldActionVlanCosQNew};
+}
+Actions internal_priorities() {
+  return {bcmFieldActionPrioIntCopy, bcmFieldActionPrioIntNew,
+                          bcmFieldActionPrioIntTos, bcmFieldActionPrioIntCancel};
+}
+Actions packet_priorities() {
+  return {bcmFieldActionPrioPktCopy, bcmFieldActionPrioPktNew,
+                          bcmFieldActionPrioPktTos, bcmFieldActionPrioPktCancel};
+}
+Actions packet_and_internal_priorities() {
+  return {bcmFieldActionPrioPktAndIntCopy, bcmFieldActionPrioPktAndIntNew,
+                                bcmFieldActionPrioPktAndIntTos, bcmFieldActionPrioPktAndIntCancel};
+}
+Actions colour_internal_priorities() {
+  return {bcmFieldActionRpPrioIntNew, bcmFieldActionYpPrioIntNew,
+                                bcmFieldActionGpPrioIntNew};
+}
+Actions colour_packet_priorities() {
+  return {bcmFieldActionRpPrioPktNew, bcmFieldActionYpPrioPktNew,
+                                bcmFieldActionGpPrioPktNew};
+}
+Actions dscps() {
+  return {bcmFieldActionDscpNew, bcmFieldActionDscpCancel};
+}
+Actions colour_dscps() {
+  return {bcmFieldActionRpDscpNew, bcmFieldActionYpDscpNew,
+                             bcmFieldActionGpDscpNew};
+}
+Actions drops() {
+  return {bcmFieldActionDrop, bcmFieldActionDropCancel};
+}
+// Each colour's drop and its cancel.
+std::vector<Actions> colour_drops() {
+  return {{bcmFieldActionRpDrop, bcmFieldActionRpDropCancel},
+                                {bcmFieldActionYpDrop, bcmFieldActionYpDropCancel},
+                                {bcmFieldActionGpDrop, bcmFieldActionGpDropCancel}};
+}
+Actions redirects() {
+  return {bcmFieldActionRedirect, bcmFieldActionRedirectTrunk};
+}
+Actions bitmap_actions() {
+  return {bcmFieldActionRedirectPbmp, bcmFieldActionEgressMask,
+                                bcmFieldActionEgressPortsAdd};
+}
+Actions l3_switches() {
+  return {bcmFieldActionL3Switch, bcmFieldActionL3SwitchCancel};
+}
+Actions mac_rewrites() {
+  return {bcmFieldActionSrcMacNew, bcmFieldActionDstMacNew};
+}
+
+// Drops against the colour drops, at ingress and egress alike.
+void refuse_drops(ActionConflicts& table) {
+  Actions all_colours;
+  for (const Actions& colour : colour_drops()) all_colours = all_colours + colour;
+  refuse(table, drops(), all_colours + drops());
+  for (const Actions& colour : colour_drops()) refuse(table, colour, drops() + colour);
 }
 
 }  // namespace
 
-bool actions_conflict(Stage stage, int existing, int added) {
-  if (existing == added) return true;
-  auto row = conflict_index().find({stage, existing});
-  return row != conflict_index().end() &&
-         std::find(row->second->begin(), row->second->end(), added) != row->second->end();
+ActionConflicts lookup_conflicts() {
+  ActionConflicts table;
+  const Actions priorities = {bcmFieldActionCosQCpuNew, bcmFieldActionPrioPktAndIntNew};
+  refuse(table, priorities,
+         priorities + Actions{bcmFieldActionPrioPktNew, bcmFieldActionPrioIntNew});
+  refuse(table, {bcmFieldActionPrioPktNew, bcmFieldActionPrioIntNew}, priorities);
+  refuse(table, {bcmFieldActionCopyToCpu}, {bcmFieldActionCopyToCpuCancel});
+  refuse(table, {bcmFieldActionCopyToCpuCancel}, {bcmFieldActionCopyToCpu});
+  refuse(table, {bcmFieldActionDrop}, {bcmFieldActionDropCancel});
+  refuse(table, {bcmFieldActionDropCancel}, {bcmFieldActionDrop});
+  refuse(table, {bcmFieldActionOuterVlanCopyInner}, {bcmFieldActionInnerVlanCopyOuter});
+  refuse(table, {bcmFieldActionInnerVlanCopyOuter}, {bcmFieldActionOuterVlanCopyInner});
+  refuse(table, {bcmFieldActionOuterVlanPrioCopyInner}, {bcmFieldActionInnerVlanPrioCopyOuter});
+  refuse(table, {bcmFieldActionInnerVlanPrioCopyOuter}, {bcmFieldActionOuterVlanPrioCopyInner});
+  return table;
+}
+
+ActionConflicts egress_conflicts() {
+  ActionConflicts table;
+  refuse(table, {bcmFieldActionCopyToCpu}, {bcmFieldActionCopyToCpuCancel});
+  refuse(table, {bcmFieldActionCopyToCpuCancel}, {bcmFieldActionCopyToCpu});
+  refuse_drops(table);
+  return table;
+}
+
+ActionConflicts ingress_conflicts(bool bitmap_actions_refuse_l3_switch) {
+  ActionConflicts table;
+  refuse(table, cos_queues(), cos_queues() + internal_priorities() + colour_internal_priorities());
+  refuse(table, packet_and_internal_priorities(),
+         cos_queues() + packet_and_internal_priorities() + packet_priorities() + internal_priorities() + colour_packet_priorities() + colour_internal_priorities());
+  refuse(table, packet_priorities(), packet_and_internal_priorities() + packet_priorities() + colour_packet_priorities());
+  refuse(table, internal_priorities(), cos_queues() + internal_priorities() + colour_internal_priorities());
+  refuse(table, {bcmFieldActionPrioIntNew}, {bcmFieldActionPrioPktAndIntNew});
+  refuse(table, colour_packet_priorities(), packet_and_internal_priorities() + packet_priorities());
+  refuse(table, {bcmFieldActionRpPrioIntNew, bcmFieldActionYpPrioIntNew}, cos_queues() + internal_priorities());
+  // The green row names the CPU copy's queue where its siblings name the queue.
+  refuse(table, {bcmFieldActionGpPrioIntNew},
+         Actions{bcmFieldActionCosQCpuNew, bcmFieldActionVlanCosQNew} + internal_priorities());
+  refuse(table, dscps(), dscps() + colour_dscps());
+  refuse(table, colour_dscps(), dscps());
+  refuse(table, {bcmFieldActionCopyToCpu},
+         {bcmFieldActionCopyToCpuCancel, bcmFieldActionSwitchToCpuCancel});
+  refuse(table, {bcmFieldActionCopyToCpuCancel, bcmFieldActionSwitchToCpuCancel},
+         {bcmFieldActionCopyToCpu});
+  const Actions forwarding = redirects() + bitmap_actions() + Actions{bcmFieldActionRedirectCancel};
+  refuse(table, forwarding, forwarding);
+  refuse(table, redirects(), {bcmFieldActionL3Switch});
+  if (bitmap_actions_refuse_l3_switch) {
+    refuse(table, bitmap_actions(), {bcmFieldActionL3Switch});
+    refuse(table, {bcmFieldActionL3Switch}, {bcmFieldActionRedirectPbmp});
+  }
+  refuse_drops(table);
+  const Actions l2_change = mac_rewrites() + Actions{bcmFieldActionChangeL2Fields};
+  refuse(table, l3_switches(), l3_switches() + l2_change);
+  refuse(table, mac_rewrites(), l3_switches() + Actions{bcmFieldActionChangeL2Fields});
+  refuse(table, {bcmFieldActionChangeL2Fields}, l3_switches() + mac_rewrites());
+  return table;
+}
+
+bool actions_conflict(const ActionConflicts& conflicts, int held, int added) {
+  if (held == added) return true;
+  auto row = conflicts.find(held);
+  return row != conflicts.end() && row->second.count(added) > 0;
 }
 
 }  // namespace bcmsim::detail

@@ -1,12 +1,19 @@
-// Which actions an entry refuses because of an action it already holds.
+// The action pairs each family's conflict check refuses on one entry, per stage.
 #pragma once
 
-#include <bcmsim/state.h>
+#include <bcmsim/chip_profile.h>
 
 namespace bcmsim::detail {
 
-// True when an entry of `stage` that holds `existing` refuses `added` (the SDK's configuration
-// error): the same action twice, or a pair the family's conflict check refuses.
-bool actions_conflict(Stage stage, int existing, int added);
+// The lookup and egress stages: the same on every chip modelled.
+ActionConflicts lookup_conflicts();
+ActionConflicts egress_conflicts();
+
+// The ingress stage. Katana 2 and Trident 2 refuse a port-bitmap action beside an L3 switch, in
+// both orders; Tomahawk does not.
+ActionConflicts ingress_conflicts(bool bitmap_actions_refuse_l3_switch);
+
+// True when an entry holding `held` refuses `added`: the same action twice, or a pair of the table.
+bool actions_conflict(const ActionConflicts& conflicts, int held, int added);
 
 }  // namespace bcmsim::detail

@@ -71,12 +71,14 @@ Entry* find_entry(State& state, int id) {
   return it == state.entries.end() ? nullptr : &it->second;
 }
 
-int slices_in_use(const State& state, Stage stage) {
-  int slices = 0;
-  for (const auto& [id, group] : state.groups) {
-    if (group.stage == stage) slices += group.slices;
+int free_slice(const Device& dev, Stage stage) {
+  std::vector<bool> held(dev.config.slices[static_cast<int>(stage)].size());
+  for (const auto& [id, group] : dev.state.groups) {
+    if (group.stage != stage) continue;
+    for (const Group::Slice& slice : group.slices) held[slice.index] = true;
   }
-  return slices;
+  auto first = std::find(held.begin(), held.end(), false);
+  return first == held.end() ? -1 : static_cast<int>(first - held.begin());
 }
 
 Group* find_group(State& state, int id) {
@@ -90,6 +92,16 @@ std::vector<int> Config::default_front_ports() {
   std::vector<int> ports;
   for (int port = 1; port <= 32; ++port) ports.push_back(port);
   return ports;
+}
+
+std::vector<int> Config::equal_slices(int count, int entries) {
+  return std::vector<int>(static_cast<size_t>(count), entries);
+}
+
+void Config::set_slice_entries(const std::array<int, kStageCount>& entries) {
+  for (int stage = 0; stage < kStageCount; ++stage) {
+    slices[stage] = equal_slices(static_cast<int>(slices[stage].size()), entries[stage]);
+  }
 }
 
 void reset() {

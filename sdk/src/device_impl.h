@@ -30,7 +30,7 @@ struct Device {
   NextFreeId stat_ids{1, kFieldIdEnd};
   NextFreeId policer_ids{1, kFieldIdEnd};
   NextFreeId entry_ids{1, kFieldIdEnd};
-  LowestFreeId intf_ids{1};
+  LowestFreeId intf_ids{0};
   LowestFreeId egress_ids{
       100002};  // the SDK's egress base is 100000; next hops 0 and 1 are reserved
   std::unordered_map<int, GroupIndex> group_indexes;  // by group id, for classification
@@ -52,13 +52,19 @@ void build_port_config(const Config& config, bcm_port_config_t& out);
 Entry* find_entry(State& state, int id);
 Group* find_group(State& state, int id);
 
-// The slices of a stage that its groups hold.
-int slices_in_use(const State& state, Stage stage);
+// The first slice of a stage that no group holds, or -1.
+int free_slice(const Device& dev, Stage stage);
 
-// Only the ingress stage meters from pools shared by all its slices; elsewhere a meter belongs
-// to a slice, so a group with policers cannot spread over several.
-inline bool has_global_meter_pools(Stage stage) {
-  return stage == Stage::Ingress;
+// The entries a slice of the stage holds for the group: half of them where each entry takes two
+// of its rows.
+inline int slice_capacity(const Device& dev, const Group& group, int index) {
+  const int entries = dev.config.slices[static_cast<int>(group.stage)][index];
+  return group.double_wide_key ? entries / 2 : entries;
+}
+
+// The stage's rules of the device's chip.
+inline const StageRules& stage_rules(const Device& dev, Stage stage) {
+  return dev.config.chip.stages[static_cast<int>(stage)];
 }
 
 // An entry's hardware stops counting for a statistics object, which keeps the counts it has.

@@ -49,25 +49,45 @@ LoggedArgs action_args(int unit, int entry, const ActionValue& value) {
           action_source(unit, entry, value)};
 }
 
-// An action outside the group's action set is unavailable; one the entry's actions refuse is a
-// configuration error.
-int check_action(const Group& group, const Entry& entry, int action) {
+// An action outside the group's action set, which holds what its stage supports, is unavailable;
+// one the entry's actions refuse is a configuration error.
+int check_action(const Device& dev, const Group& group, const Entry& entry, int action) {
   if (!group.allows_action(action)) return BCM_E_UNAVAIL;
+  const ActionConflicts& conflicts = stage_rules(dev, group.stage).conflicts;
   for (const ActionValue& held : entry.staged.actions) {
-    if (actions_conflict(group.stage, held.action, action)) return BCM_E_CONFIG;
+    if (actions_conflict(conflicts, held.action, action)) return BCM_E_CONFIG;
   }
   return BCM_E_NONE;
 }
 
+bool is_bitmap_action(int action) {
+  return action == bcmFieldActionRedirectPbmp || action == bcmFieldActionEgressMask ||
+         action == bcmFieldActionEgressPortsAdd;
+}
+
+// The ports a port-bitmap action may name: every port of the device but its loopback ports.
+bool valid_action_ports(const Device& dev, const Words& ports) {
+  const soc_info_t& info = dev.soc.info;
+  for (int port = 0; port < _SHR_PBMP_PORT_MAX; ++port) {
+    const bool named = ports[port / 32] & (1u << (port % 32));
+    if (named && (!_SHR_PBMP_MEMBER(info.all.bitmap, port) || _SHR_PBMP_MEMBER(info.lb_pbm, port))) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// Adds an action whose arguments `valid(device)` checks first, before the entry is looked up.
+template <class Valid>
 int add_action(const char* function, int unit, int entry, const ActionValue& value,
-               bool arguments_valid = true) {
+               Valid&& valid) {
   return sdk_call(
       function, unit, entry, [&] { return action_args(unit, entry, value); },
       [&](Device& dev) -> int {
-        if (!arguments_valid) return BCM_E_PARAM;
+        if (!valid(static_cast<const Device&>(dev))) return BCM_E_PARAM;
         return with_entry(dev, entry, [&](Entry& e) -> int {
           const Group& group = dev.state.groups.at(e.group);
-          if (int rv = check_action(group, e, value.action); rv != BCM_E_NONE) return rv;
+          if (int rv = check_action(dev, group, e, value.action); rv != BCM_E_NONE) return rv;
           e.staged.actions.push_back(value);
           return BCM_E_NONE;
         });
@@ -94,10 +114,8 @@ int bcm_field_action_add(int unit, bcm_field_entry_t entry, bcm_field_action_t a
                          uint32 param0, uint32 param1) {
   // Port-bitmap actions do not fit two parameters on a device of more than 32 ports: the SDK
   // refuses them here, before it looks the entry up, and takes them through ports_add.
-  const bool bitmap_action = action == bcmFieldActionRedirectPbmp ||
-                             action == bcmFieldActionEgressMask ||
-                             action == bcmFieldActionEgressPortsAdd;
-  return add_action(__func__, unit, entry, params_action(action, param0, param1), !bitmap_action);
+  return add_action(__func__, unit, entry, params_action(action, param0, param1),
+                    [&](const Device&) { return !is_bitmap_action(action); });
 }
 
 int bcm_field_action_mac_add(int unit, bcm_field_entry_t entry, bcm_field_action_t action,
@@ -106,7 +124,9 @@ int bcm_field_action_mac_add(int unit, bcm_field_entry_t entry, bcm_field_action
   value.action = action;
   value.form = bcmsim::ActionForm::Mac;
   value.words = mac_words(mac);
-  return add_action(__func__, unit, entry, value);
+  // Only the MAC rewrites take a MAC; the SDK looks at nothing else first.
+  const bool mac_action = action == bcmFieldActionSrcMacNew || action == bcmFieldActionDstMacNew;
+  return add_action(__func__, unit, entry, value, [&](const Device&) { return mac_action; });
 }
 
 int bcm_field_action_ports_add(int unit, bcm_field_entry_t entry, bcm_field_action_t action,
@@ -115,7 +135,10 @@ int bcm_field_action_ports_add(int unit, bcm_field_entry_t entry, bcm_field_acti
   value.action = action;
   value.form = bcmsim::ActionForm::Ports;
   value.words = pbmp_words(pbmp);
-  return add_action(__func__, unit, entry, value);
+  // Only the port-bitmap actions take a bitmap, and only of ports the device has.
+  return add_action(__func__, unit, entry, value, [&](const Device& dev) {
+    return is_bitmap_action(action) && valid_action_ports(dev, value.words);
+  });
 }
 
 int bcm_field_action_vlan_actions_add(int unit, bcm_field_entry_t entry, bcm_field_action_t action,
@@ -124,7 +147,8 @@ int bcm_field_action_vlan_actions_add(int unit, bcm_field_entry_t entry, bcm_fie
   value.action = action;
   value.form = bcmsim::ActionForm::VlanActions;
   if (vlan_action_set) value.vlan = *vlan_action_set;
-  return add_action(__func__, unit, entry, value, vlan_action_set != nullptr);
+  return add_action(__func__, unit, entry, value,
+                    [&](const Device&) { return vlan_action_set != nullptr; });
 }
 
 int bcm_field_action_delete(int unit, bcm_field_entry_t entry, bcm_field_action_t action,

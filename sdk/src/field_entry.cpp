@@ -1,4 +1,6 @@
 // Field entries: creation, priority, installation and destruction.
+#include <algorithm>
+
 #include <bcm/error.h>
 #include <bcm/field.h>
 
@@ -14,10 +16,6 @@ std::string args(int unit, int entry) {
   return std::to_string(unit) + ", " + std::to_string(entry);
 }
 
-int slice_size(const Device& dev, const Group& group) {
-  return dev.config.entries_per_slice[static_cast<int>(group.stage)];
-}
-
 bool holds_policer(const State& state, const Group& group) {
   for (int id : group.entries) {
     for (const auto& policer : state.entries.at(id).staged.policers) {
@@ -27,38 +25,50 @@ bool holds_policer(const State& state, const Group& group) {
   return false;
 }
 
-// A full group takes a free slice of its stage, unless a meter of one of its entries would have
-// to spread over two slices.
-int make_room(Device& dev, Group& group) {
-  if (group.entries.size() < group.slots.size()) return BCM_E_NONE;
-  const int stage = static_cast<int>(group.stage);
-  if (slices_in_use(dev.state, group.stage) >= dev.config.slices_per_stage[stage]) {
+// The slice a new entry of the group takes: the first of its slices with room, else a free slice
+// of its stage, unless a meter of one of its entries would have to spread over two slices.
+// Returns the slice's index, or the SDK's code when there is no room.
+int reserve_slice(Device& dev, Group& group) {
+  for (Group::Slice& slice : group.slices) {
+    if (slice.entries < slice.size) return slice.index;
+  }
+  const int index = free_slice(dev, group.stage);
+  if (index < 0) return BCM_E_RESOURCE;
+  if (!stage_rules(dev, group.stage).global_meter_pools && holds_policer(dev.state, group)) {
     return BCM_E_RESOURCE;
   }
-  if (!has_global_meter_pools(group.stage) && holds_policer(dev.state, group)) {
-    return BCM_E_RESOURCE;
-  }
-  tcam_add_slice(group, slice_size(dev, group));
+  tcam_add_slice(group, index, slice_capacity(dev, group, index));
   dev.changed(group);
-  return BCM_E_NONE;
+  return index;
 }
 
-// An expanded group gives a slice back as soon as its entries fit in one slice fewer.
-void give_back_slices(Device& dev, Group& group) {
-  const size_t size = static_cast<size_t>(slice_size(dev, group));
-  while (group.slices > 1 && group.entries.size() <= static_cast<size_t>(group.slices - 1) * size) {
-    tcam_drop_slice(group, static_cast<int>(size));
-    dev.changed(group);
+Group::Slice& held_slice(Group& group, int index) {
+  return *std::find_if(group.slices.begin(), group.slices.end(),
+                       [index](const Group::Slice& slice) { return slice.index == index; });
+}
+
+// An entry leaves its slice; a slice left empty goes back to the stage, unless it is the group's
+// only one or, where the chip keeps it, its first.
+void release_slice(Device& dev, Group& group, int index) {
+  Group::Slice& slice = held_slice(group, index);
+  if (--slice.entries > 0 || group.slices.size() == 1) return;
+  if (index == group.slices.front().index && !stage_rules(dev, group.stage).frees_first_slice) {
+    return;
   }
+  tcam_drop_slice(group, index);
+  dev.changed(group);
 }
 
 int add_entry(Device& dev, int group_id, int entry_id) {
   Group* group = find_group(dev.state, group_id);
   if (!group) return BCM_E_NOT_FOUND;
-  if (int rv = make_room(dev, *group); rv != BCM_E_NONE) return rv;
+  const int slice = reserve_slice(dev, *group);
+  if (slice < 0) return slice;
+  ++held_slice(*group, slice).entries;
   Entry entry;
   entry.id = entry_id;
   entry.group = group_id;
+  entry.slice = slice;
   dev.state.entries.emplace(entry_id, std::move(entry));
   group->entries.insert(entry_id);
   return BCM_E_NONE;
@@ -68,7 +78,11 @@ int add_entry(Device& dev, int group_id, int entry_id) {
 // one is written again, an unchanged one is left alone. The statistics object attached since the
 // last install gets its counter now.
 void install(Device& dev, Entry& entry) {
-  if (entry.installed && *entry.installed == entry.staged) return;
+  // A statistics object detached and attached again since the last install is a change too: its
+  // counter went back at the detach.
+  const bool counter_lost =
+      entry.staged.stat && !dev.state.stats.at(*entry.staged.stat).counting.count(entry.id);
+  if (entry.installed && *entry.installed == entry.staged && !counter_lost) return;
   Group& group = dev.state.groups.at(entry.group);
   if (!entry.installed) dev.state.tcam_moves += tcam_insert(group, entry.id, entry.priority);
   if (entry.staged.stat) dev.state.stats.at(*entry.staged.stat).counting.insert(entry.id);
@@ -143,6 +157,7 @@ int bcm_field_entry_create_id(int unit, bcm_field_group_t group, bcm_field_entry
       __func__, unit, entry, [&] { return args(unit, group) + ", " + std::to_string(entry); },
       [&](Device& dev) -> int {
         if (entry < 0) return BCM_E_PARAM;
+        if (!find_group(dev.state, group)) return BCM_E_NOT_FOUND;  // before the id
         if (dev.state.entries.count(entry)) return BCM_E_EXISTS;
         return add_entry(dev, group, entry);
       });
@@ -157,8 +172,8 @@ int bcm_field_entry_destroy(int unit, bcm_field_entry_t entry) {
           detach_all(dev.state, e);
           Group& group = dev.state.groups.at(e.group);
           group.entries.erase(entry);
+          release_slice(dev, group, e.slice);
           dev.state.entries.erase(entry);
-          give_back_slices(dev, group);
           return BCM_E_NONE;
         });
       });

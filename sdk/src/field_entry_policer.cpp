@@ -18,18 +18,27 @@ bool fits_sharing(const State& state, const Policer& policer, Stage stage, int l
   return held_level == level && state.groups.at(state.entries.at(entry).group).stage == stage;
 }
 
+// The answer of a level of the stage to a policer's mode; asked last.
+int mode_answer(const PolicerLevel& rules, const Policer& policer) {
+  return rules.modes.count(policer.config.mode) ? BCM_E_NONE : rules.refusal;
+}
+
 int attach_policer(Device& dev, Entry& entry, int level, int policer_id) {
   const Group& group = dev.state.groups.at(entry.group);
   const Stage stage = group.stage;
+  const StageRules& rules = stage_rules(dev, stage);
   // A meter belongs to one slice where the stage has no shared meter pools.
-  if (!has_global_meter_pools(stage) && group.slices > 1) return BCM_E_CONFIG;
-  if (stage == Stage::PreIngress) return BCM_E_UNAVAIL;  // the lookup stage has no meters
+  if (!rules.global_meter_pools && group.slices.size() > 1) return BCM_E_CONFIG;
+  if (rules.policer_refusal != BCM_E_NONE) return rules.policer_refusal;
   auto& policers = entry.staged.policers;
   if (policers[level]) return BCM_E_EXISTS;
   if (policers[1 - level] == policer_id) return BCM_E_PARAM;  // one policer, one level
   auto policer = dev.state.policers.find(policer_id);
   if (policer == dev.state.policers.end()) return BCM_E_NOT_FOUND;
   if (!fits_sharing(dev.state, policer->second, stage, level)) return BCM_E_PARAM;
+  if (int rv = mode_answer(rules.policer_levels[level], policer->second); rv != BCM_E_NONE) {
+    return rv;
+  }
   policers[level] = policer_id;
   policer->second.attachments.insert({entry.id, level});
   return BCM_E_NONE;
@@ -67,7 +76,7 @@ int bcm_field_entry_policer_detach(int unit, bcm_field_entry_t entry_id, int lev
         if (!valid_level(level)) return BCM_E_PARAM;
         return with_entry(dev, entry_id, [&](bcmsim::Entry& e) -> int {
           std::optional<int>& attached = e.staged.policers[level];
-          if (!attached) return BCM_E_EMPTY;
+          if (!attached) return stage_rules(dev, dev.state.groups.at(e.group).stage).empty_policer_detach;
           dev.state.policers.at(*attached).attachments.erase({entry_id, level});
           attached.reset();
           return BCM_E_NONE;

@@ -6,6 +6,7 @@
 
 #include "c_source.h"
 #include "sdk_call.h"
+#include "tcam.h"
 #include "text.h"
 
 namespace bcmsim::detail {
@@ -31,6 +32,24 @@ int stage_of(const bcm_field_qset_t& qset, Stage* stage) {
   return named > 1 ? BCM_E_PARAM : BCM_E_NONE;
 }
 
+bool names_in_ports(const Group& group) {
+  return BCM_FIELD_QSET_TEST(group.qset, bcmFieldQualifyInPorts);
+}
+
+// The stage's answer to the group's mode. Where a single-wide key cannot hold a port bitmap, a
+// group left to choose its mode takes the next width.
+int mode_answer(const StageRules& rules, Group& group) {
+  const bool single_without_bitmap = rules.single_wide_in_ports_refusal && names_in_ports(group);
+  if (group.mode == bcmFieldGroupModeSingle && single_without_bitmap) {
+    return rules.single_wide_in_ports_refusal;
+  }
+  auto refusal = rules.group_mode_refusals.find(group.mode);
+  if (refusal != rules.group_mode_refusals.end()) return refusal->second;
+  group.double_wide_key = group.mode == bcmFieldGroupModeIntraSliceDouble ||
+                          (group.mode == bcmFieldGroupModeAuto && single_without_bitmap);
+  return BCM_E_NONE;
+}
+
 int lowest_free_group_id(const State& state) {
   int id = 1;
   while (state.groups.count(id)) ++id;
@@ -45,21 +64,21 @@ int create_group(Device& dev, bcm_field_group_config_t* config) {
   if (with_mode && (config->mode < 0 || config->mode >= bcmFieldGroupModeCount)) {
     return BCM_E_PARAM;
   }
-  if (config->priority < 0 && config->priority != BCM_FIELD_GROUP_PRIO_ANY) return BCM_E_PARAM;
   const bool with_id = config->flags & BCM_FIELD_GROUP_CREATE_WITH_ID;
   if (with_id && config->group < 0) return BCM_E_PARAM;
   if (with_id && dev.state.groups.count(config->group)) return BCM_E_EXISTS;
-  const int stage = static_cast<int>(group.stage);
-  if (slices_in_use(dev.state, group.stage) >= dev.config.slices_per_stage[stage]) {
-    return BCM_E_RESOURCE;  // no free slice
-  }
+  group.mode = with_mode ? config->mode : bcmFieldGroupModeAuto;
+  group.qset = config->qset;
+  if (int rv = mode_answer(stage_rules(dev, group.stage), group); rv != BCM_E_NONE) return rv;
+  const int slice = free_slice(dev, group.stage);
+  if (slice < 0) return BCM_E_RESOURCE;
   group.id = with_id ? config->group : lowest_free_group_id(dev.state);
   group.priority = config->priority;
-  group.mode = with_mode ? config->mode : bcmFieldGroupModeAuto;
   group.flags = config->flags;
-  group.qset = config->qset;
-  group.aset = config->aset;
-  group.slots.resize(dev.config.entries_per_slice[stage]);
+  // The action set asked for is not kept: a group takes every action its stage supports.
+  BCM_FIELD_ASET_INIT(group.aset);
+  for (int action : stage_rules(dev, group.stage).actions) BCM_FIELD_ASET_ADD(group.aset, action);
+  tcam_add_slice(group, slice, slice_capacity(dev, group, slice));
   config->group = group.id;
   dev.changed(group);
   dev.state.groups.emplace(group.id, std::move(group));
@@ -103,12 +122,16 @@ CallSource group_config_source(int unit, const bcm_field_group_config_t* config)
   return source.fill(std::move(sets)).build();
 }
 
+// The field processor starts again: entries, statistics objects, policers and groups are
+// destroyed. Entry ids start again; statistics and policer ids count on.
 int clear_field_state(Device& dev) {
-  for (auto& [id, policer] : dev.state.policers) policer.attachments.clear();
-  dev.state.groups.clear();
   dev.state.entries.clear();
   dev.state.stats.clear();
-  dev.entry_ids.reset();  // field state starts again; statistics and policer ids count on
+  dev.state.policers.clear();
+  dev.meters.clear();
+  dev.state.groups.clear();
+  dev.group_indexes.clear();
+  dev.entry_ids.reset();
   return BCM_E_NONE;
 }
 
@@ -152,6 +175,10 @@ int bcm_field_group_destroy(int unit, bcm_field_group_t group) {
         Group* g = find_group(dev.state, group);
         if (!g) return BCM_E_NOT_FOUND;
         if (!g->entries.empty()) return BCM_E_BUSY;
+        // Its statistics objects go with it.
+        for (auto stat = dev.state.stats.begin(); stat != dev.state.stats.end();) {
+          stat = stat->second.group == group ? dev.state.stats.erase(stat) : std::next(stat);
+        }
         dev.state.groups.erase(group);
         return BCM_E_NONE;
       });

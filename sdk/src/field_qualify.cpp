@@ -30,10 +30,11 @@ bool in_qset(const Device& dev, const Entry& entry, int qualifier) {
   return dev.state.groups.at(entry.group).has_qualifier(qualifier);
 }
 
-// The ingress stage answers a qualifier outside the qualifier set with a parameter error, the
-// lookup and egress stages with not-found.
-int qset_miss(const Device& dev, const Entry& entry) {
-  return dev.state.groups.at(entry.group).stage == Stage::Ingress ? BCM_E_PARAM : BCM_E_NOT_FOUND;
+// The chip's answer to a qualifier outside the group's qualifier set.
+int qset_miss(const Device& dev, const Entry& entry, int qualifier) {
+  const StageRules& rules = stage_rules(dev, dev.state.groups.at(entry.group).stage);
+  auto own = rules.qset_miss_by_qualifier.find(qualifier);
+  return own == rules.qset_miss_by_qualifier.end() ? rules.qset_miss : own->second;
 }
 
 // The C name of an enumerated qualifier's value, e.g. "bcmFieldIpTypeIpv4Any".
@@ -102,7 +103,7 @@ int qualify(const char* function, int unit, int entry, const QualifierValue& val
       function, unit, entry, [&] { return qualify_args(unit, entry, value); },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) -> int {
-          if (!in_qset(dev, e, value.qualifier)) return qset_miss(dev, e);
+          if (!in_qset(dev, e, value.qualifier)) return qset_miss(dev, e, value.qualifier);
           stage_qualifier(e.staged, value);
           return BCM_E_NONE;
         });

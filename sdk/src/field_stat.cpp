@@ -12,6 +12,10 @@ namespace bcmsim::detail {
 namespace {
 
 constexpr int kStatTypeCount = bcmFieldStatNotRedPackets + 1;
+// The SDK's own count of statistic types: the types past those declared here pass its first check
+// and are refused only once the group is found and an id taken.
+constexpr int kSdkStatTypeCount = 58;
+constexpr int kMaxStatsPerObject = 15;
 
 std::string stat_types_text(int nstat, const bcm_field_stat_t* types) {
   if (!types) return "NULL";
@@ -20,13 +24,31 @@ std::string stat_types_text(int nstat, const bcm_field_stat_t* types) {
   return text + "]";
 }
 
-int create_stat(Device& dev, int group, int nstat, const bcm_field_stat_t* types, int* stat_id) {
-  if (!types || !stat_id || nstat <= 0) return BCM_E_PARAM;
+// The answer of the stage's hardware counter modes to a set of statistic types: none when one
+// mode serves them all.
+int counter_mode_answer(const StageRules& rules, const bcm_field_stat_t* types, int nstat) {
+  StatTypes wanted = 0;
   for (int i = 0; i < nstat; ++i) {
-    if (types[i] < 0 || types[i] >= kStatTypeCount) return BCM_E_PARAM;
+    if (types[i] >= kStatTypeCount) return BCM_E_PARAM;
+    wanted |= stat_types({types[i]});
   }
-  if (!find_group(dev.state, group)) return BCM_E_NOT_FOUND;
+  for (StatTypes mode : rules.counter_modes) {
+    if ((wanted & ~mode) == 0) return BCM_E_NONE;
+  }
+  return rules.counter_mode_refusal;
+}
+
+int create_stat(Device& dev, int group, int nstat, const bcm_field_stat_t* types, int* stat_id) {
+  if (!types || !stat_id || nstat <= 0 || nstat > kMaxStatsPerObject) return BCM_E_PARAM;
+  for (int i = 0; i < nstat; ++i) {
+    if (types[i] < 0 || types[i] >= kSdkStatTypeCount) return BCM_E_PARAM;
+  }
+  const Group* owner = find_group(dev.state, group);
+  if (!owner) return BCM_E_NOT_FOUND;
+  // The id is taken before the counter modes are asked: a refused object uses one up.
   const int id = dev.stat_ids.take([&](int taken) { return dev.state.stats.count(taken) > 0; });
+  const int mode = counter_mode_answer(stage_rules(dev, owner->stage), types, nstat);
+  if (mode != BCM_E_NONE) return mode;
   Stat stat;
   stat.id = id;
   stat.group = group;
@@ -37,16 +59,28 @@ int create_stat(Device& dev, int group, int nstat, const bcm_field_stat_t* types
   return BCM_E_NONE;
 }
 
-// Runs `use(Stat&, index of the type)` on an existing statistics object holding that type.
-template <class Use>
-int with_stat_type(Device& dev, int stat_id, bcm_field_stat_t type, Use&& use) {
+// Runs `use(Stat&, index of the type)` on an existing statistics object holding that type, or
+// `without_counter(Stat&)` while no installed entry gives it a hardware counter: the type is not
+// looked at then.
+template <class Use, class WithoutCounter>
+int with_stat_type(Device& dev, int stat_id, bcm_field_stat_t type, Use&& use,
+                   WithoutCounter&& without_counter) {
   auto it = dev.state.stats.find(stat_id);
   if (it == dev.state.stats.end()) return BCM_E_NOT_FOUND;
   Stat& stat = it->second;
+  if (stat.counting.empty()) return without_counter(stat);
   for (size_t i = 0; i < stat.types.size(); ++i) {
     if (stat.types[i] == type) return use(stat, i);
   }
   return BCM_E_PARAM;
+}
+
+// Where counters belong to a slice, a statistics object that has its counter serves only entries
+// of that counter's slice.
+bool counter_serves_slice(const Device& dev, const Stat& stat, const Entry& entry) {
+  const Group& group = dev.state.groups.at(entry.group);
+  if (stat.counting.empty() || stage_rules(dev, group.stage).global_counters) return true;
+  return dev.state.entries.at(*stat.counting.begin()).slice == entry.slice;
 }
 
 std::string stat_args(int unit, int stat_id, bcm_field_stat_t type) {
@@ -112,10 +146,16 @@ int bcm_field_stat_get(int unit, int stat_id, bcm_field_stat_t stat, uint64* val
       },
       [&](Device& dev) -> int {
         if (!value) return BCM_E_PARAM;
-        return with_stat_type(dev, stat_id, stat, [&](bcmsim::Stat& s, size_t i) -> int {
-          *value = s.values[i];
-          return BCM_E_NONE;
-        });
+        return with_stat_type(
+            dev, stat_id, stat,
+            [&](bcmsim::Stat& s, size_t i) -> int {
+              *value = s.values[i];
+              return BCM_E_NONE;
+            },
+            [&](bcmsim::Stat&) -> int {
+              *value = 0;  // the counts kept since the last counter are not read
+              return BCM_E_NONE;
+            });
       });
 }
 
@@ -127,12 +167,15 @@ int bcm_field_stat_set(int unit, int stat_id, bcm_field_stat_t stat, uint64 valu
                           stat_source(unit, stat_id, stat).literal(std::to_string(value)).build()};
       },
       [&](Device& dev) -> int {
-        return with_stat_type(dev, stat_id, stat, [&](bcmsim::Stat& s, size_t i) -> int {
-          // Without a hardware counter there is nothing to write but a clear.
-          if (s.counting.empty() && value != 0) return BCM_E_UNAVAIL;
-          s.values[i] = value;
-          return BCM_E_NONE;
-        });
+        return with_stat_type(
+            dev, stat_id, stat,
+            [&](bcmsim::Stat& s, size_t i) -> int {
+              s.values[i] = value;
+              return BCM_E_NONE;
+            },
+            // Without a hardware counter a zero is accepted and changes nothing: the kept counts
+            // come back with the next counter.
+            [&](bcmsim::Stat&) { return value == 0 ? BCM_E_NONE : BCM_E_UNAVAIL; });
       });
 }
 
@@ -148,6 +191,7 @@ int bcm_field_entry_stat_attach(int unit, bcm_field_entry_t entry, int stat_id) 
           auto it = dev.state.stats.find(stat_id);
           if (it == dev.state.stats.end()) return BCM_E_NOT_FOUND;
           if (it->second.group != e.group) return BCM_E_PARAM;
+          if (!counter_serves_slice(dev, it->second, e)) return BCM_E_CONFIG;
           e.staged.stat = stat_id;
           it->second.entries.insert(entry);
           return BCM_E_NONE;

@@ -16,9 +16,19 @@ namespace {
 // Egress objects are numbered from the SDK's egress index base.
 constexpr bcm_if_t kEgressIdBase = 100000;
 
-bool same_mac_and_vlan(const bcm_l3_intf_t& a, const bcm_l3_intf_t& b) {
-  return std::memcmp(a.l3a_mac_addr, b.l3a_mac_addr, sizeof(bcm_mac_t)) == 0 &&
-         a.l3a_vid == b.l3a_vid;
+bool egress_mode_on(const Device& dev) {
+  auto mode = dev.state.switch_controls.find(bcmSwitchL3EgressMode);
+  return mode != dev.state.switch_controls.end() && mode->second == 1;
+}
+
+// An installed entry switching to the egress object holds a reference on its next hop.
+bool used_by_installed_entry(const State& state, bcm_if_t egress) {
+  for (const auto& [id, entry] : state.entries) {
+    if (!entry.installed) continue;
+    const ActionValue* l3_switch = entry.installed->action(bcmFieldActionL3Switch);
+    if (l3_switch && static_cast<bcm_if_t>(l3_switch->param0) == egress) return true;
+  }
+  return false;
 }
 
 int create_intf(Device& dev, bcm_l3_intf_t* intf) {
@@ -30,10 +40,7 @@ int create_intf(Device& dev, bcm_l3_intf_t* intf) {
     if (id < 0) return BCM_E_PARAM;
     if (intfs.count(id) && !replace) return BCM_E_EXISTS;
   } else {
-    // The SDK looks interfaces up by MAC address and VLAN: a second one is refused.
-    for (const auto& [existing_id, existing] : intfs) {
-      if (same_mac_and_vlan(existing, *intf)) return BCM_E_EXISTS;
-    }
+    // Nothing looks interfaces up by MAC address and VLAN: the same pair twice is two interfaces.
     id = dev.intf_ids.take([&](int taken) { return intfs.count(taken) > 0; });
   }
   intf->l3a_intf_id = id;
@@ -42,8 +49,7 @@ int create_intf(Device& dev, bcm_l3_intf_t* intf) {
 }
 
 int create_egress(Device& dev, uint32 flags, bcm_l3_egress_t* egress, bcm_if_t* if_id) {
-  auto mode = dev.state.switch_controls.find(bcmSwitchL3EgressMode);
-  if (mode == dev.state.switch_controls.end() || mode->second != 1) return BCM_E_DISABLED;
+  if (!egress_mode_on(dev)) return BCM_E_DISABLED;
   if (!egress || !if_id) return BCM_E_PARAM;
   auto& egresses = dev.state.l3_egresses;
   bcm_if_t id = *if_id;
@@ -148,7 +154,11 @@ int bcm_l3_egress_destroy(int unit, bcm_if_t intf) {
   return sdk_call(
       __func__, unit, kNoEntry, [&] { return std::to_string(unit) + ", " + std::to_string(intf); },
       [&](Device& dev) -> int {
-        if (!dev.state.l3_egresses.erase(intf)) return BCM_E_NOT_FOUND;
+        if (!egress_mode_on(dev)) return BCM_E_DISABLED;
+        if (intf < kEgressIdBase) return BCM_E_PARAM;
+        if (!dev.state.l3_egresses.count(intf)) return BCM_E_NOT_FOUND;
+        if (used_by_installed_entry(dev.state, intf)) return BCM_E_BUSY;
+        dev.state.l3_egresses.erase(intf);
         dev.egress_ids.release(intf);
         return BCM_E_NONE;
       });

@@ -20,13 +20,30 @@ std::string config_text(const bcm_policer_config_t* config) {
          std::to_string(config->pkbits_burst) + "}";
 }
 
+// The modes the field processor's meters take, on every chip modelled; the others are asked for
+// last, once the id is settled.
+bool meterable_mode(int mode) {
+  switch (mode) {
+    case bcmPolicerModeSrTcm:
+    case bcmPolicerModeCommitted:
+    case bcmPolicerModeTrTcm:
+    case bcmPolicerModeTrTcmDs:
+    case bcmPolicerModeSrTcmModified:
+    case bcmPolicerModeCoupledTrTcmDs:
+    case bcmPolicerModeSrTcmTsn:
+      return true;
+    default:
+      return false;
+  }
+}
+
 // Without an id the next free one is given; with an id in use the configuration is replaced,
 // only if asked and only while no entry uses the policer.
 int create_policer(Device& dev, const bcm_policer_config_t* config, bcm_policer_t* policer_id) {
   if (!config || !policer_id) return BCM_E_PARAM;
+  if (config->flags & BCM_POLICER_DROP_RED) return BCM_E_PARAM;  // not on this device family
   const bool with_id = config->flags & BCM_POLICER_WITH_ID;
   if (with_id && (*policer_id < 0 || *policer_id >= kFieldIdEnd)) return BCM_E_PARAM;
-  if (config->mode < 0 || config->mode >= bcmPolicerModeCount) return BCM_E_PARAM;
   if (config->mode == bcmPolicerModeCommitted && (config->pkbits_sec || config->pkbits_burst)) {
     return BCM_E_PARAM;  // one rate, one bucket: no peak
   }
@@ -36,13 +53,18 @@ int create_policer(Device& dev, const bcm_policer_config_t* config, bcm_policer_
     if (existing != policers.end()) {
       if (!(config->flags & BCM_POLICER_REPLACE)) return BCM_E_EXISTS;
       if (!existing->second.attachments.empty()) return BCM_E_BUSY;
+      if (!meterable_mode(config->mode)) return BCM_E_UNAVAIL;
       existing->second.config = *config;
       dev.meters.erase(*policer_id);
       return BCM_E_NONE;
     }
-  } else {
-    *policer_id = dev.policer_ids.take([&](int taken) { return policers.count(taken) > 0; });
   }
+  // An id given out is used up even when the mode is then refused.
+  const bcm_policer_t id =
+      with_id ? *policer_id
+              : dev.policer_ids.take([&](int taken) { return policers.count(taken) > 0; });
+  if (!meterable_mode(config->mode)) return BCM_E_UNAVAIL;
+  *policer_id = id;
   Policer& policer = policers[*policer_id];
   policer.id = *policer_id;
   policer.config = *config;

@@ -61,12 +61,16 @@ void tcam_remove(Group& group, int entry_id) {
   if (slot != group.slots.end()) *slot = Slot{};
 }
 
-void tcam_add_slice(Group& group, int size) {
+void tcam_add_slice(Group& group, int index, int size) {
   group.slots.resize(group.slots.size() + static_cast<size_t>(size));
-  ++group.slices;
+  group.slices.push_back({index, size, 0});
 }
 
-void tcam_drop_slice(Group& group, int size) {
+void tcam_drop_slice(Group& group, int index) {
+  auto slice = std::find_if(group.slices.begin(), group.slices.end(),
+                            [index](const Group::Slice& s) { return s.index == index; });
+  const int size = slice->size;
+  group.slices.erase(slice);
   std::vector<Slot>& slots = group.slots;
   int dropped = 0;
   for (auto slot = slots.end(); slot != slots.begin() && dropped < size;) {
@@ -76,7 +80,6 @@ void tcam_drop_slice(Group& group, int size) {
       ++dropped;
     }
   }
-  --group.slices;
 }
 
 }  // namespace bcmsim::detail

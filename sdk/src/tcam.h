@@ -11,9 +11,9 @@ namespace bcmsim::detail {
 uint64_t tcam_insert(Group& group, int entry_id, int priority);
 void tcam_remove(Group& group, int entry_id);
 
-// A slice of `size` free slots joins the group after its last slot, or leaves it: the slice
-// given back is made of free slots taken from the end, the entries keep their order.
-void tcam_add_slice(Group& group, int size);
-void tcam_drop_slice(Group& group, int size);
+// A slice joins the group, its free slots after the group's last slot, or leaves it: the slots
+// given back are free ones taken from the end, the entries keep their order.
+void tcam_add_slice(Group& group, int index, int size);
+void tcam_drop_slice(Group& group, int index);
 
 }  // namespace bcmsim::detail

@@ -174,7 +174,7 @@ TEST_F(Classify, EntriesWithoutTheBucketedQualifierStillWinByPriority) {
 
 TEST(Tcam, AnInstallBetweenOccupiedSlotsShiftsToTheNearestFreeSlot) {
   bcmsim::Config config;
-  config.entries_per_slice = {4, 4, 4};
+  config.set_slice_entries({4, 4, 4});
   bcmsim::reset(config);
   ASSERT_EQ(create_group(16, bcmFieldQualifyStageIngress, {}), 0);
   using Layout = std::pair<std::vector<int>, uint64_t>;  // entries by slot, and moves so far

@@ -114,17 +114,13 @@ const Refusal kRefusals[] = {
     REFUSAL(UnknownUnit, BCM_E_UNIT, bcm_field_entry_install(3, kEntry)),
     REFUSAL(GroupIdInUse, BCM_E_EXISTS, create_group(kGroup, bcmFieldQualifyStageIngress, {})),
     REFUSAL(GroupStageFull, BCM_E_RESOURCE, create_group(5, bcmFieldQualifyStageLookup, {})),
-    REFUSAL(GroupBadPriority, BCM_E_PARAM,
-            create_group(21, bcmFieldQualifyStageIngress, {}, {}, -5)),
     REFUSAL(GroupDestroyWithEntries, BCM_E_BUSY, bcm_field_group_destroy(0, kGroup)),
     REFUSAL(EntryIdInUseOnTheUnit, BCM_E_EXISTS, bcm_field_entry_create_id(0, 17, kEntry)),
-    REFUSAL(QualifierNotInQset, BCM_E_PARAM, bcm_field_qualify_SrcMac(0, kEntry, kMac, kMac)),
-    REFUSAL(QualifierNotInQsetAtEgress, BCM_E_NOT_FOUND,
-            bcm_field_qualify_SrcMac(0, kEgressEntry, kMac, kMac)),
+    REFUSAL(QualifierNotInQset, BCM_E_NOT_FOUND, bcm_field_qualify_SrcMac(0, kEntry, kMac, kMac)),
     REFUSAL(QualifierGetNotInQset, BCM_E_NOT_FOUND,
             bcm_field_qualify_IpType_get(0, kEntry, &ip_type)),
-    REFUSAL(ActionNotInAset, BCM_E_UNAVAIL,
-            bcm_field_action_add(0, kEntry, bcmFieldActionCopyToCpu, 0, 0)),
+    REFUSAL(ActionTheStageDoesNotSupport, BCM_E_UNAVAIL,
+            bcm_field_action_add(0, kEntry, bcmFieldActionInnerVlanPrioNew, 0, 0)),
     REFUSAL(ActionDeleteNotOnEntry, BCM_E_NOT_FOUND,
             bcm_field_action_delete(0, kEntry, bcmFieldActionDrop, 0, 0)),
     REFUSAL(BitmapActionThroughActionAdd, BCM_E_PARAM,
@@ -151,7 +147,7 @@ const Refusal kRefusals[] = {
             bcm_field_entry_policer_attach(0, kUnknown, 2, kPolicer)),
     REFUSAL(PolicerAttachOnePolicerTwoLevels, BCM_E_PARAM,
             bcm_field_entry_policer_attach(0, kEntry, 1, kPolicer)),
-    REFUSAL(PolicerAttachAtTheLookupStage, BCM_E_UNAVAIL,
+    REFUSAL(PolicerAttachAtTheLookupStage, BCM_E_NOT_FOUND,
             bcm_field_entry_policer_attach(0, kLookupEntry, 0, kPolicer)),
     REFUSAL(PolicerSharedAtAnotherLevel, BCM_E_PARAM,
             bcm_field_entry_policer_attach(0, kOtherEntry, 1, kPolicer)),
@@ -187,13 +183,12 @@ TEST_F(DeviceRules, CallsOnAnUnknownGroupOrEntryAreNotFound) {
 // Two egress slices of two entries each.
 TEST(DeviceRulesOfSlices, AFullGroupTakesAFreeSliceUnlessItHoldsAnEgressMeterAndGivesItBack) {
   bcmsim::Config config;
-  config.slices_per_stage = {4, 16, 2};
-  config.entries_per_slice = {256, 256, 2};
+  config.slices[2] = bcmsim::Config::equal_slices(2, 2);
   bcmsim::reset(config);
   ASSERT_EQ(create_group(1, bcmFieldQualifyStageEgress, {}), BCM_E_NONE);
   for (int entry : {10, 11}) ASSERT_EQ(bcm_field_entry_create_id(0, 1, entry), BCM_E_NONE);
   ASSERT_EQ(create_policer(BCM_POLICER_WITH_ID, kPolicer), BCM_E_NONE);
-  auto slices = [] { return bcmsim::state().group(1)->slices; };
+  auto slices = [] { return static_cast<int>(bcmsim::state().group(1)->slices.size()); };
   ASSERT_EQ(bcm_field_entry_policer_attach(0, 10, 0, kPolicer), BCM_E_NONE);
   EXPECT_EQ(bcm_field_entry_create_id(0, 1, 12), BCM_E_RESOURCE) << "the meter holds the slice";
   ASSERT_EQ(bcm_field_entry_policer_detach(0, 10, 0), BCM_E_NONE);
@@ -204,7 +199,7 @@ TEST(DeviceRulesOfSlices, AFullGroupTakesAFreeSliceUnlessItHoldsAnEgressMeterAnd
   EXPECT_EQ(create_group(2, bcmFieldQualifyStageEgress, {}), BCM_E_RESOURCE);
   EXPECT_EQ(bcm_field_entry_policer_attach(0, 10, 0, kPolicer), BCM_E_CONFIG)
       << "an egress meter cannot serve a group over two slices";
-  for (int entry : {12, 11}) ASSERT_EQ(bcm_field_entry_destroy(0, entry), BCM_E_NONE);
+  for (int entry : {12, 13}) ASSERT_EQ(bcm_field_entry_destroy(0, entry), BCM_E_NONE);
   EXPECT_EQ(slices(), 1);
   EXPECT_EQ(create_group(2, bcmFieldQualifyStageEgress, {}), BCM_E_NONE);
 }
@@ -230,13 +225,12 @@ TEST(DeviceRulesOfGroups, StageComesFromTheQualifierSetAndAnEmptyActionSetAllows
 
 TEST(DeviceRulesOfL3, EgressObjectsAreNumberedFromTheSdkBase) {
   bcmsim::reset();
+  EXPECT_EQ(bcm_l3_egress_destroy(0, 100002), BCM_E_DISABLED) << "before the egress mode";
   ASSERT_EQ(bcm_switch_control_set(0, bcmSwitchL3EgressMode, 1), BCM_E_NONE);
   bcm_l3_intf_t intf;
   bcm_l3_intf_t_init(&intf);
   intf.l3a_vid = 10;
   ASSERT_EQ(bcm_l3_intf_create(0, &intf), BCM_E_NONE);
-  bcm_l3_intf_t same = intf;
-  EXPECT_EQ(bcm_l3_intf_create(0, &same), BCM_E_EXISTS) << "same MAC and VLAN";
   bcm_if_t first = 0, second = 0;
   ASSERT_EQ(create_l3_egress(intf.l3a_intf_id, &first), BCM_E_NONE);
   ASSERT_EQ(create_l3_egress(intf.l3a_intf_id, &second), BCM_E_NONE);

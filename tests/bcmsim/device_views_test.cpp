@@ -112,7 +112,7 @@ TEST_F(DeviceViews, StatAndEntryIdsCountOnFromTheLastOneGiven) {
 TEST_F(DeviceViews, ResetStartsAnEmptyDeviceOfTheGivenSizeAndPortsABitmapHolds) {
   ASSERT_EQ(bcm_field_entry_install(0, kEntry), BCM_E_NONE);
   bcmsim::Config config;
-  config.slices_per_stage = {1, 1, 1};
+  for (auto& stage : config.slices) stage.resize(1);
   config.front_ports = {1, 255, 256, 266};
   config.internal_ports = {260};
   bcmsim::reset(config);

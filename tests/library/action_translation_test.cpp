@@ -17,6 +17,7 @@ using test_support::actions_of;
 using test_support::ports;
 
 constexpr int kEid = 1000;
+constexpr int kLookupEid = 1001;
 
 class ActionTranslation : public test_support::FiltersTest {
  protected:
@@ -24,6 +25,8 @@ class ActionTranslation : public test_support::FiltersTest {
     FiltersTest::SetUp();
     ASSERT_EQ(test_support::create_group(16, bcmFieldQualifyStageIngress, {}), 0);
     ASSERT_EQ(bcm_field_entry_create_id(0, 16, kEid), 0);
+    ASSERT_EQ(test_support::create_group(1, bcmFieldQualifyStageLookup, {}), 0);
+    ASSERT_EQ(bcm_field_entry_create_id(0, 1, kLookupEid), 0);
     ASSERT_EQ(destinations.AddDestination(5, 100010), 0);
     HalBcmCommon::GetInstance().GetVpnInfoGetter().SetVpnInterfaceInfo(
         limid_vpn(1), limid_vpn_access(1), {0x18000001, 1});
@@ -38,6 +41,7 @@ struct Row {
   int result;
   std::vector<std::string> actions;
   std::vector<std::string> lines;
+  int eid = kEid;  // the inner tag's actions and the MPLS port are lookup-stage actions
 };
 
 void PrintTo(const Row& row, std::ostream* out) {
@@ -47,8 +51,8 @@ void PrintTo(const Row& row, std::ostream* out) {
 class EveryActionType : public ActionTranslation, public ::testing::WithParamInterface<Row> {};
 
 TEST_P(EveryActionType, AddsItsBroadcomActionsInOrder) {
-  EXPECT_EQ(filters->createBcmAction(GetParam().action.get(), kEid), GetParam().result);
-  EXPECT_EQ(actions_of(kEid), GetParam().actions);
+  EXPECT_EQ(filters->createBcmAction(GetParam().action.get(), GetParam().eid), GetParam().result);
+  EXPECT_EQ(actions_of(GetParam().eid), GetParam().actions);
   EXPECT_EQ(log.texts(), GetParam().lines);
 }
 
@@ -90,7 +94,7 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"T04CancelOther", make<ActionCopyToCpuCancel>(2), 0, {}, {}},
         Row{"T05SetPcp", make<ActionSetPcp>(Byte{5}), 0, {"PrioPktNew(5, 0)"}, {}},
         Row{"T06SetPcpAndQueue", make<ActionSetPcpAndQueue>(Byte{3}), 0, {"PrioPktAndIntNew(3, 0)"}, {}},
-        Row{"T07SetInnerPcp", make<ActionSetInnerPcp>(Byte{2}), 0, {"InnerVlanPrioNew(2, 0)"}, {}},
+        Row{"T07SetInnerPcp", make<ActionSetInnerPcp>(Byte{2}), 0, {"InnerVlanPrioNew(2, 0)"}, {}, kLookupEid},
         Row{"T08SetDscp", make<ActionSetDSCP>(Byte{46}), 0, {"DscpNew(46, 0)"}, {}},
         Row{"T09CosQueue", make<ActionMapToCosQueue>(Byte{4}), 0, {"CosQNew(4, 0)"}, {}},
         Row{"T10CpuCosQueue", make<ActionMapToCpuCosQueue>(Byte{6}), 0, {"CosQCpuNew(6, 0)"}, {}},
@@ -107,8 +111,8 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"T15L3Switch", make<ActionL3Switch>(5u), 0, {"L3Switch(100010, 0)"}, {}},
         Row{"T15UnknownDestination", make<ActionL3Switch>(9u), -2, {}, {"Could not find egress ID for destination ID 9."}},
         Row{"T16BlackHole", plain(16), 0, kBlackHole, {}},
-        Row{"T17CopyInnerPcpToOuter", plain(17), 0, {"OuterVlanPrioCopyInner(0, 0)"}, {}},
-        Row{"T18MplsPortSet", make<ActionMplsPortSet>(limid_vpn(1), limid_vpn_access(1)), 0, {"IncomingMplsPortSet(402653185, 0)"}, {}},
+        Row{"T17CopyInnerPcpToOuter", plain(17), 0, {"OuterVlanPrioCopyInner(0, 0)"}, {}, kLookupEid},
+        Row{"T18MplsPortSet", make<ActionMplsPortSet>(limid_vpn(1), limid_vpn_access(1)), 0, {"IncomingMplsPortSet(402653185, 0)"}, {}, kLookupEid},
         Row{"T18UnknownVpnAccess", make<ActionMplsPortSet>(limid_vpn(1), limid_vpn_access(2)), -2, {},
             {"[HAL FILTERS] createBcmAction(): Could not retrieve VPN Interface Info from HalBcmCommon for VPN vpn1 and access vport2, error=-1"}},
         Row{"T19KeepFromCpu", plain(19), 0, kKeepFromCpu, {}},
@@ -161,10 +165,10 @@ TEST_F(ActionTranslation, VlanActionSetsGoThroughTheirWrapper) {
   bcm_vlan_action_set_t vlan_actions;
   bcm_vlan_action_set_t_init(&vlan_actions);
   vlan_actions.new_outer_vlan = 30;
-  EXPECT_EQ(HalFiltersLL::setBcmFieldActionVlanActionsAdd(kEid, bcmFieldActionOuterVlanCopyInner,
-                                                          vlan_actions),
+  EXPECT_EQ(HalFiltersLL::setBcmFieldActionVlanActionsAdd(
+                kLookupEid, bcmFieldActionOuterVlanCopyInner, vlan_actions),
             0);
-  EXPECT_EQ(actions_of(kEid),
+  EXPECT_EQ(actions_of(kLookupEid),
             std::vector<std::string>{"OuterVlanCopyInner(outer vlan 30, inner vlan 0)"});
   EXPECT_EQ(HalFiltersLL::setBcmFieldActionVlanActionsAdd(1, bcmFieldActionOuterVlanCopyInner,
                                                           vlan_actions),
@@ -199,13 +203,13 @@ TEST_F(L2Rewrite, TheHardwareEntriesOfOneUserEntryShareOneInterfaceAndEgressObje
     EXPECT_EQ(test_support::actions_of(eid), std::vector<std::string>{"ChangeL2Fields(100003, 0)"});
   }
   const bcmsim::State& device = bcmsim::state();
-  const bcm_l3_intf_t& intf = device.l3_intfs.at(1);
+  const bcm_l3_intf_t& intf = device.l3_intfs.at(0);  // the SDK's first interface index
   EXPECT_EQ(intf.l3a_vid, 30);
   EXPECT_EQ(intf.l3a_mac_addr[5], 0x0a);
   const bcm_l3_egress_t& egress = device.l3_egresses.at(100003).egress;
   EXPECT_EQ(egress.flags, 0x08000000u);
   EXPECT_EQ(egress.flags2, 2u);
-  EXPECT_EQ(egress.intf, 1);
+  EXPECT_EQ(egress.intf, 0);
   EXPECT_EQ(egress.mac_addr[5], 0x0b);
 }
 

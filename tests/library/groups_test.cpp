@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <bcmsim/call_log.h>
 #include <bcmsim/fault_plan.h>
 #include <bcmsim/names.h>
 
@@ -61,13 +62,16 @@ TEST_F(Groups, EveryTypeGetsItsCatalogueQualifierSetAndMode) {
   for (const TypeRow& row : rows) {
     SCOPED_TRACE(testing::Message() << "type " << row.type);
     bcmsim::reset();
+    bcmsim::set_call_log(true);
     ASSERT_EQ(create(row.stage, 0, 0, row.type), HalFiltersLL::HAL_FILTERS_OK);
     const bcmsim::Group* group = bcmsim::state().group(row.hw_gid);
     ASSERT_NE(group, nullptr);
     EXPECT_EQ(qset(*group), row.qualifiers);
     EXPECT_EQ(group->mode, row.mode);
     EXPECT_EQ(group->flags, 5u);
-    EXPECT_TRUE(group->actions().empty());
+    const bcmsim::Call& group_create = bcmsim::calls().back();
+    EXPECT_EQ(group_create.function, "bcm_field_group_config_create");
+    EXPECT_NE(group_create.args.find("aset []"), std::string::npos) << "an empty action set";
   }
 }
 
@@ -158,7 +162,7 @@ TEST_F(Groups, AStageWithoutAStageQualifierIsRefused) {
 
 TEST_F(Groups, TheSdkRunningOutOfGroupsIsNoResource) {
   bcmsim::Config small;
-  small.slices_per_stage = {4, 1, 4};
+  small.slices[1].resize(1);
   bcmsim::reset(small);
   ASSERT_EQ(create(kIn, 0, 0, 1), HalFiltersLL::HAL_FILTERS_OK);
   EXPECT_EQ(create(kIn, 1, 1, 1), HalFiltersLL::HAL_FILTERS_ERR_NO_RESOURCE);

@@ -342,7 +342,7 @@ TEST_F(MatchTranslation, AnIpv4MatchNeedsEtherTypeInTheGroup) {
 
 TEST_F(MatchTranslation, SdkResultsBecomeTheLibrarysWithTheirLine) {
   const std::pair<int, const char*> rows[] = {
-      {BCM_E_NOT_FOUND, "Couldn't apply match to BCM entry id 7, id not found"},
+      {BCM_E_NOT_FOUND, "Couldn't apply match to BCM entry id 7, qualifier not in group's Qset"},
       {BCM_E_PARAM, "Couldn't apply match to BCM entry id 7, qualifier not in group's Qset"},
       {BCM_E_FULL, "Couldn't apply match to BCM entry id 7, BCM error no -6"},
       {1, "Couldn't apply match to BCM entry id 7, BCM error no 1"},

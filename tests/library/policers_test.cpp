@@ -85,7 +85,8 @@ TEST_F(Policers, OneIdAsParentAndAsChildIsTwoUsesAndTwoCreations) {
 TEST_F(Policers, PreIngressHasNoMetersNorPolicerActions) {
   EXPECT_EQ(filters->installPolicer(kPre, 4, entryWith(flow(5))), -1);
   ASSERT_EQ(log.lines().size(), 1u);
-  EXPECT_EQ(log.lines()[0].code, BCM_E_UNAVAIL) << "the chip refuses the attach";
+  EXPECT_EQ(log.lines()[0].code, BCM_E_NOT_FOUND)
+      << "Katana 2's lookup stage knows service meters only";
   EXPECT_TRUE(policers().at(5).attachments.empty());
   log.clear();
   EXPECT_EQ(filters->createBcmPolicerAction(

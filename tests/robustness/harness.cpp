@@ -53,7 +53,7 @@ class Run {
   Run() : saved_log_level_(HalCallbacksItf::getInstance().level()) {
     HalCallbacksItf::getInstance().setLevel(0);
     bcmsim::Config config;
-    config.entries_per_slice = {1024, 1024, 1024};  // room for all the generator can ask for
+    config.set_slice_entries({1024, 1024, 1024});  // room for all the generator can ask for
     bcmsim::reset(config);
     test_support::set_up_ports();
     filters_cache_.CleanupCache();

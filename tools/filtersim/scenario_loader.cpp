@@ -300,6 +300,12 @@ void ScenarioLoader::loadDevice(const YAML::Node& node, bcmsim::Config& device) 
   reader_.expectMap(node,
                     {"slices_per_stage", "entries_per_slice", "disabled_ports", "internal_ports"},
                     "device");
+  // Equal slices per stage: a count or a size not given keeps the configuration's.
+  std::array<int, bcmsim::kStageCount> slices{}, entries{};
+  for (int stage = 0; stage < bcmsim::kStageCount; ++stage) {
+    slices[stage] = static_cast<int>(device.slices[stage].size());
+    entries[stage] = device.slices[stage].empty() ? 0 : device.slices[stage].front();
+  }
   auto triple = [&](const char* key, std::array<int, bcmsim::kStageCount>& out) {
     if (!node[key]) return;
     reader_.expectSequence(node[key], key);
@@ -307,8 +313,12 @@ void ScenarioLoader::loadDevice(const YAML::Node& node, bcmsim::Config& device) 
     for (int i = 0; i < 3; ++i)
       out[i] = static_cast<int>(reader_.integer(node[key][i], 1, 4096, key));
   };
-  triple("slices_per_stage", device.slices_per_stage);
-  triple("entries_per_slice", device.entries_per_slice);
+  triple("slices_per_stage", slices);
+  triple("entries_per_slice", entries);
+  if (node["slices_per_stage"] || node["entries_per_slice"]) {
+    for (int stage = 0; stage < bcmsim::kStageCount; ++stage)
+      device.slices[stage] = bcmsim::Config::equal_slices(slices[stage], entries[stage]);
+  }
   auto ports = [&](const char* key, std::vector<int>& out) {
     if (!node[key]) return;
     reader_.expectSequence(node[key], key);

@@ -4,6 +4,7 @@
 #include <array>
 #include <vector>
 
+#include <bcmsim/chip_profile.h>
 #include <bcmsim/state.h>
 
 namespace bcmsim {
@@ -12,17 +13,24 @@ struct Config {
   int unit = 0;
   std::vector<int> front_ports = default_front_ports();
   int cpu_port = 0;
-  // TCAM slices per stage and entries per slice, in Stage order: pre-ingress, ingress, egress.
-  // A group takes one slice and, when it is full, another free slice of its stage. The default
-  // is a Trident 2 (BCM56850) counted in 256-entry slices; docs/bcmsim.md gives the sources.
-  std::array<int, kStageCount> slices_per_stage{4, 16, 4};
-  std::array<int, kStageCount> entries_per_slice{256, 256, 256};
+  // The entries of each TCAM slice, per stage in Stage order: pre-ingress, ingress, egress. A
+  // group takes the first free slice of its stage and, when it is full, the next free one.
+  std::array<std::vector<int>, kStageCount> slices = default_slices();
+  // The rules that differ between chips. The default device is the one the filters library's
+  // catalogue describes; bcmsim/chips.h gives the named chips.
+  ChipProfile chip = default_chip();
   // Device information: ports forced off (removed from the all-ports bitmap) and extra
   // internal ports such as loopback ports (added to it).
   std::vector<int> disabled_ports;
   std::vector<int> internal_ports;
 
   static std::vector<int> default_front_ports();
+  static std::array<std::vector<int>, kStageCount> default_slices();
+  static ChipProfile default_chip();
+  // `count` slices of `entries` each.
+  static std::vector<int> equal_slices(int count, int entries);
+  // Every slice of each stage holds the given entries; the slice counts stay.
+  void set_slice_entries(const std::array<int, kStageCount>& entries);
 };
 
 // Returns the device to its start-up state with the default or the given configuration.

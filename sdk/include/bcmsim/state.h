@@ -59,6 +59,7 @@ struct EntryView {
 struct Entry {
   int id = 0;
   int group = 0;
+  int slice = 0;  // the TCAM slice of its stage that holds its place, from its creation
   int priority = BCM_FIELD_ENTRY_PRIO_DEFAULT;
   EntryView staged;
   std::optional<EntryView> installed;
@@ -71,11 +72,18 @@ struct Group {
   Stage stage = Stage::Ingress;
   int priority = 0;
   int mode = bcmFieldGroupModeAuto;
+  bool double_wide_key = false;  // each entry takes two rows of a slice, so a slice holds half
   uint32_t flags = 0;
   bcm_field_qset_t qset{};
   bcm_field_aset_t aset{};
   std::set<int> entries;
-  int slices = 1;  // TCAM slices held: the first, then one more each time the group filled them
+  // TCAM slices held: the first, then one more each time the group filled those it held.
+  struct Slice {
+    int index = 0;    // among the slices of its stage
+    int size = 0;     // entries it holds
+    int entries = 0;  // entries created in it
+  };
+  std::vector<Slice> slices;
   // TCAM slots of its slices, highest priority first: each holds an installed entry or is free.
   struct Slot {
     static constexpr int kFree = -1;
