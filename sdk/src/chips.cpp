@@ -302,6 +302,23 @@ Actions library_actions() {
     bcmFieldActionOuterVlanPrioCopyInner, bcmFieldActionChangeL2Fields};
 }
 
+// Katana 2 and the three relaxations the library's catalogue needs: level-1 policers of any mode
+// where the library attaches them, statistics objects of any mix of types, and at the lookup and
+// egress stages every action the library adds.
+ChipProfile relaxed_katana2() {
+  ChipProfile chip = katana2();
+  chip.name = "default";
+  chip.family = "Katana 2, relaxed";
+  for (int stage : {kIngress, kEgress}) {
+    chip.stages[stage].policer_levels[1] = {every_creatable_mode(), BCM_E_NONE};
+  }
+  for (StageRules& stage : chip.stages) stage.counter_modes = {kEveryType};
+  for (int stage : {kPreIngress, kEgress}) {
+    chip.stages[stage].actions = chip.stages[stage].actions + library_actions();
+  }
+  return chip;
+}
+
 }  // namespace
 
 std::optional<Config> chip_config(std::string_view name) {
@@ -325,23 +342,8 @@ std::array<std::vector<int>, kStageCount> Config::default_slices() {
   return katana2_slices();
 }
 
-// Katana 2 and the three relaxations the library's catalogue needs: level-1 policers of any mode
-// where the library attaches them, statistics objects of any mix of types, and at the lookup and
-// egress stages every action the library adds.
 ChipProfile Config::default_chip() {
-  static const ChipProfile relaxed = [] {
-    ChipProfile chip = katana2();
-    chip.name = "default";
-    chip.family = "Katana 2, relaxed";
-    for (int stage : {kIngress, kEgress}) {
-      chip.stages[stage].policer_levels[1] = {every_creatable_mode(), BCM_E_NONE};
-    }
-    for (StageRules& stage : chip.stages) stage.counter_modes = {kEveryType};
-    for (int stage : {kPreIngress, kEgress}) {
-      chip.stages[stage].actions = chip.stages[stage].actions + library_actions();
-    }
-    return chip;
-  }();
+  static const ChipProfile relaxed = relaxed_katana2();
   return relaxed;
 }
 

@@ -58,8 +58,7 @@ bool Group::has_qualifier(int qualifier) const {
 
 bool Group::allows_action(int action) const {
   if (action < 0 || action >= bcmFieldActionCount) return false;
-  return SHR_BITGET(aset.w, action) ||
-         std::all_of(std::begin(aset.w), std::end(aset.w), [](uint32_t w) { return w == 0; });
+  return SHR_BITGET(aset.w, action);
 }
 
 std::vector<int> Group::qualifiers() const {

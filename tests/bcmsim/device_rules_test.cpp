@@ -204,7 +204,7 @@ TEST(DeviceRulesOfSlices, AFullGroupTakesAFreeSliceUnlessItHoldsAnEgressMeterAnd
   EXPECT_EQ(create_group(2, bcmFieldQualifyStageEgress, {}), BCM_E_NONE);
 }
 
-TEST(DeviceRulesOfGroups, StageComesFromTheQualifierSetAndAnEmptyActionSetAllowsEveryAction) {
+TEST(DeviceRulesOfGroups, StageComesFromTheQualifierSetAndTheActionSetFromTheStage) {
   bcmsim::reset();
   ASSERT_EQ(create_group(1, bcmFieldQualifyStageLookup, {}), BCM_E_NONE);
   ASSERT_EQ(create_group(2, bcmFieldQualifyStageEgress, {}), BCM_E_NONE);

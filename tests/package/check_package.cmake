@@ -32,7 +32,7 @@ foreach(shadowing bcm shared sal soc bcmsim assert.h)
   endif()
 endforeach()
 foreach(header assert.h bcm/field.h bcm/types.h shared/gport.h sal/core/libc.h soc/drv.h
-               bcmsim/classify.h bcmsim/device.h
+               bcmsim/chips.h bcmsim/classify.h bcmsim/device.h
                ${PREFIX}/include/hal_filters_ll/hal_filters_itf.h
                ${PREFIX}/include/hal_bcm_common/hal_bcm_common.h)
   if(NOT IS_ABSOLUTE ${header})

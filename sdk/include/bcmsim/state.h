@@ -96,7 +96,7 @@ struct Group {
   uint64_t version = 0;
 
   bool has_qualifier(int qualifier) const;
-  bool allows_action(int action) const;  // an empty action set allows every action
+  bool allows_action(int action) const;  // in the action set: what the group's stage supports
   std::vector<int> qualifiers() const;
   std::vector<int> actions() const;
 };
