@@ -12,9 +12,6 @@ namespace bcmsim::detail {
 namespace {
 
 constexpr int kStatTypeCount = bcmFieldStatNotRedPackets + 1;
-// The SDK's own count of statistic types: the types past those declared here pass its first check
-// and are refused only once the group is found and an id taken.
-constexpr int kSdkStatTypeCount = 58;
 constexpr int kMaxStatsPerObject = 15;
 
 std::string stat_types_text(int nstat, const bcm_field_stat_t* types) {
@@ -28,10 +25,7 @@ std::string stat_types_text(int nstat, const bcm_field_stat_t* types) {
 // mode serves them all.
 int counter_mode_answer(const StageRules& rules, const bcm_field_stat_t* types, int nstat) {
   StatTypes wanted = 0;
-  for (int i = 0; i < nstat; ++i) {
-    if (types[i] >= kStatTypeCount) return BCM_E_PARAM;
-    wanted |= stat_types({types[i]});
-  }
+  for (int i = 0; i < nstat; ++i) wanted |= stat_types({types[i]});
   for (StatTypes mode : rules.counter_modes) {
     if ((wanted & ~mode) == 0) return BCM_E_NONE;
   }
@@ -41,7 +35,7 @@ int counter_mode_answer(const StageRules& rules, const bcm_field_stat_t* types, 
 int create_stat(Device& dev, int group, int nstat, const bcm_field_stat_t* types, int* stat_id) {
   if (!types || !stat_id || nstat <= 0 || nstat > kMaxStatsPerObject) return BCM_E_PARAM;
   for (int i = 0; i < nstat; ++i) {
-    if (types[i] < 0 || types[i] >= kSdkStatTypeCount) return BCM_E_PARAM;
+    if (types[i] < 0 || types[i] >= kStatTypeCount) return BCM_E_PARAM;
   }
   const Group* owner = find_group(dev.state, group);
   if (!owner) return BCM_E_NOT_FOUND;
