@@ -95,6 +95,7 @@ int read_after_detach() {
   EXPECT_EQ(bcm_field_entry_stat_detach(0, kInEntry, stat), BCM_E_NONE);
   uint64 value = 99;
   EXPECT_EQ(bcm_field_stat_get(0, stat, bcmFieldStatPackets, &value), BCM_E_NONE);
+  EXPECT_EQ(bcm_field_stat_set(0, stat, bcmFieldStatPackets, 0), BCM_E_NONE) << "and clears nothing";
   EXPECT_EQ(bcm_field_entry_stat_attach(0, kInEntry, stat), BCM_E_NONE);
   EXPECT_EQ(bcm_field_entry_install(0, kInEntry), BCM_E_NONE);
   uint64 kept = 0;
@@ -216,6 +217,8 @@ const ChipRule kRules[] = {
     {"PolicerModifiedAtEgress", "bcm56960", "_bcm_field_policer_mode_support (field_common.c)", [] { return attach_at(kEgEntry, 0, bcmPolicerModeSrTcmModified); }, BCM_E_UNAVAIL},
     {"PolicerAtLookup", "bcm56450", "bcm_esw_field_entry_policer_attach (field.c), service meters (policer.c)", [] { return attach_at(kPreEntry, 0, bcmPolicerModeSrTcm); }, BCM_E_NOT_FOUND},
     {"PolicerAtLookup", "bcm56850", "bcm_esw_field_entry_policer_attach (field.c)", [] { return attach_at(kPreEntry, 0, bcmPolicerModeSrTcm); }, BCM_E_UNAVAIL},
+    {"EmptyDetachAtLookup", "bcm56450", "_field_entry_policer_detach (field_common.c), service meters", [] { stages(); return bcm_field_entry_policer_detach(0, kPreEntry, 0); }, BCM_E_NONE},
+    {"EmptyDetachAtLookup", "bcm56850", "_field_entry_policer_detach (field_common.c)", [] { stages(); return bcm_field_entry_policer_detach(0, kPreEntry, 0); }, BCM_E_EMPTY},
     {"PolicerCreatePeak", "bcm56450", "_field_policer_hw_flags_set (field_common.c)", [] { bcm_policer_config_t c; bcm_policer_config_t_init(&c); c.mode = bcmPolicerModePeak; bcm_policer_t id; return bcm_policer_create(0, &c, &id); }, BCM_E_UNAVAIL},
     // 2. Statistics objects and the hardware counter modes.
     {"StatThreeColourClasses", "bcm56450", "_bcm_field_stat_hw_mode_get (field_common.c)", [] { return stat_at(kIn, {bcmFieldStatGreenPackets, bcmFieldStatYellowPackets, bcmFieldStatRedPackets}); }, BCM_E_RESOURCE},
