@@ -33,14 +33,23 @@ CallSource action_source(int unit, int entry, const ActionValue& value) {
     case ActionForm::Ports:
       source.pbmp("pbmp", value.words);
       break;
-    case ActionForm::VlanActions:
-      source.structure("bcm_vlan_action_set_t", "vlan_actions", vlan_action_fields(value.vlan));
-      break;
     case ActionForm::Params:
       source.number(value.param0).number(value.param1);
       break;
   }
   return source.build();
+}
+
+LoggedArgs vlan_actions_args(int unit, int entry, int action, const bcm_vlan_action_set_t* set) {
+  std::string text = std::to_string(unit) + ", " + std::to_string(entry) + ", " + action_name(action);
+  CSourceBuilder source;
+  source.number(unit).number(entry).literal(c_action(action));
+  if (!set) return {text + ", NULL", source.literal("NULL").build()};
+  text += ", {new_outer_vlan " + std::to_string(set->new_outer_vlan) + ", new_inner_vlan " +
+          std::to_string(set->new_inner_vlan) + "}";
+  return {std::move(text),
+          source.structure("bcm_vlan_action_set_t", "vlan_actions", vlan_action_fields(*set))
+              .build()};
 }
 
 LoggedArgs action_args(int unit, int entry, const ActionValue& value) {
@@ -141,14 +150,13 @@ int bcm_field_action_ports_add(int unit, bcm_field_entry_t entry, bcm_field_acti
   });
 }
 
+// Only devices with the Trident 3 style of field processor implement VLAN action sets
+// (bcm_esw_field_action_vlan_actions_add, field.c); the others answer before the entry.
 int bcm_field_action_vlan_actions_add(int unit, bcm_field_entry_t entry, bcm_field_action_t action,
                                       bcm_vlan_action_set_t* vlan_action_set) {
-  ActionValue value;
-  value.action = action;
-  value.form = bcmsim::ActionForm::VlanActions;
-  if (vlan_action_set) value.vlan = *vlan_action_set;
-  return add_action(__func__, unit, entry, value,
-                    [&](const Device&) { return vlan_action_set != nullptr; });
+  return sdk_call(
+      __func__, unit, entry, [&] { return vlan_actions_args(unit, entry, action, vlan_action_set); },
+      [](Device&) { return BCM_E_UNAVAIL; });
 }
 
 int bcm_field_action_delete(int unit, bcm_field_entry_t entry, bcm_field_action_t action,

@@ -288,9 +288,6 @@ std::string format_action(const ActionValue& value) {
       return mac_text(value.words);
     case ActionForm::Ports:
       return "{" + format_pbmp(value.words) + "}";
-    case ActionForm::VlanActions:
-      return "outer vlan " + std::to_string(value.vlan.new_outer_vlan) + ", inner vlan " +
-             std::to_string(value.vlan.new_inner_vlan);
     case ActionForm::Params:
       break;
   }

@@ -8,7 +8,7 @@ namespace {
 
 bool same_action(const ActionValue& a, const ActionValue& b) {
   return a.action == b.action && a.form == b.form && a.param0 == b.param0 && a.param1 == b.param1 &&
-         a.words == b.words && std::memcmp(&a.vlan, &b.vlan, sizeof(a.vlan)) == 0;
+         a.words == b.words;
 }
 
 template <class Set>

@@ -30,7 +30,7 @@ struct QualifierValue {
   Words mask{};
 };
 
-enum class ActionForm { Params, Mac, Ports, VlanActions };
+enum class ActionForm { Params, Mac, Ports };
 
 struct ActionValue {
   int action = 0;
@@ -38,7 +38,6 @@ struct ActionValue {
   uint32_t param0 = 0;
   uint32_t param1 = 0;
   Words words{};  // the MAC address or the port bitmap
-  bcm_vlan_action_set_t vlan{};
 };
 
 constexpr int kPolicerLevels = 2;
