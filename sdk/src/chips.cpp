@@ -93,7 +93,7 @@ Actions katana2_egress_extras() {
     bcmFieldActionRpPrioIntNew,  bcmFieldActionYpPrioIntNew,    bcmFieldActionGpPrioIntNew};
 }
 // Ingress supports every action declared but those of the other stages' tags.
-Actions not_at_ingress() {
+Actions actions_not_at_ingress() {
   return {
     bcmFieldActionRpOuterVlanPrioNew,  bcmFieldActionYpOuterVlanPrioNew,
     bcmFieldActionGpOuterVlanPrioNew,  bcmFieldActionInnerVlanPrioNew,
@@ -135,6 +135,48 @@ Actions operator-(Actions a, const Actions& b) {
   return a;
 }
 
+// The qualifiers each stage has (`_bcm_field_stages_supported_qset_init`, field_common.c, over
+// the chip's qualifier tables); each stage also takes the stage qualifiers.
+std::set<int> stage_qualifiers() {
+  return {bcmFieldQualifyStage,          bcmFieldQualifyStageIngress,
+          bcmFieldQualifyStageIngressSecurity, bcmFieldQualifyStageIngressQoS,
+          bcmFieldQualifyStageLookup,    bcmFieldQualifyStageEgress,
+          bcmFieldQualifyStageEgressSecurity, bcmFieldQualifyStageExternal};
+}
+std::set<int> declared_qualifiers() {
+  return {bcmFieldQualifyDstIp6,        bcmFieldQualifySrcMac,        bcmFieldQualifyDstMac,
+          bcmFieldQualifySrcIp,         bcmFieldQualifyDstIp,         bcmFieldQualifyInPort,
+          bcmFieldQualifyInPorts,       bcmFieldQualifyDrop,          bcmFieldQualifyOuterVlanId,
+          bcmFieldQualifyOuterVlanPri,  bcmFieldQualifyInnerVlanId,   bcmFieldQualifyInnerVlanPri,
+          bcmFieldQualifyL4SrcPort,     bcmFieldQualifyL4DstPort,     bcmFieldQualifyEtherType,
+          bcmFieldQualifyIpProtocol,    bcmFieldQualifyDSCP,          bcmFieldQualifyTtl,
+          bcmFieldQualifySrcPort,       bcmFieldQualifyDstPort,       bcmFieldQualifyPacketRes,
+          bcmFieldQualifyIpProtocolCommon, bcmFieldQualifyIpType,     bcmFieldQualifyForwardingType,
+          bcmFieldQualifyInterfaceClassL2, bcmFieldQualifyL3Routable, bcmFieldQualifyVrf,
+          bcmFieldQualifyOutPort,       bcmFieldQualifyVlanFormat,    bcmFieldQualifyMplsTerminated,
+          bcmFieldQualifyIngressStpState, bcmFieldQualifyL2SrcStatic, bcmFieldQualifyIntPriority,
+          bcmFieldQualifyMyStationHit,  bcmFieldQualifySrcGport};
+}
+// What each stage lacks of those declared, on all three chips; Katana 2's lookup stage lacks
+// SrcGport too.
+std::set<int> qualifiers_not_at_lookup() {
+  return {bcmFieldQualifyInPorts,       bcmFieldQualifyDrop,          bcmFieldQualifyDstPort,
+          bcmFieldQualifyPacketRes,     bcmFieldQualifyForwardingType,
+          bcmFieldQualifyInterfaceClassL2, bcmFieldQualifyL3Routable, bcmFieldQualifyVrf,
+          bcmFieldQualifyOutPort,       bcmFieldQualifyMplsTerminated,
+          bcmFieldQualifyIngressStpState, bcmFieldQualifyL2SrcStatic, bcmFieldQualifyIntPriority,
+          bcmFieldQualifyMyStationHit};
+}
+std::set<int> qualifiers_not_at_ingress() {
+  return {bcmFieldQualifyIpProtocolCommon, bcmFieldQualifyOutPort};
+}
+std::set<int> qualifiers_not_at_egress() {
+  return {bcmFieldQualifyInPorts,       bcmFieldQualifySrcPort,       bcmFieldQualifyDstPort,
+          bcmFieldQualifyPacketRes,     bcmFieldQualifyIpProtocolCommon,
+          bcmFieldQualifyMplsTerminated, bcmFieldQualifyIngressStpState,
+          bcmFieldQualifyL2SrcStatic,   bcmFieldQualifyMyStationHit,  bcmFieldQualifySrcGport};
+}
+
 // The policer modes a level meters in (`_bcm_field_policer_mode_support`, field_common.c).
 std::set<int> meter_modes() {
   return {bcmPolicerModeSrTcm, bcmPolicerModeCommitted,
@@ -168,15 +210,18 @@ ChipProfile xgs_profile(const char* name, const char* family) {
     stage.policer_levels = {no_meters(), no_meters()};
   }
   StageRules& lookup = chip.stages[kPreIngress];
+  lookup.qualifiers = stage_qualifiers() + (declared_qualifiers() - qualifiers_not_at_lookup());
   lookup.policer_refusal = BCM_E_UNAVAIL;
   lookup_counters(lookup);
   lookup.actions = lookup_actions();
   lookup.conflicts = detail::lookup_conflicts();
   StageRules& ingress = chip.stages[kIngress];
+  ingress.qualifiers = stage_qualifiers() + (declared_qualifiers() - qualifiers_not_at_ingress());
   ingress.global_meter_pools = true;
   ingress.counter_mode_refusal = BCM_E_RESOURCE;
-  ingress.actions = declared_actions() - not_at_ingress();
+  ingress.actions = declared_actions() - actions_not_at_ingress();
   StageRules& egress = chip.stages[kEgress];
+  egress.qualifiers = stage_qualifiers() + (declared_qualifiers() - qualifiers_not_at_egress());
   egress.counter_modes = egress_counter_modes();
   egress.counter_mode_refusal = BCM_E_RESOURCE;
   egress.actions = egress_actions();
@@ -191,6 +236,7 @@ ChipProfile katana2() {
     stage.group_mode_refusals = {{bcmFieldGroupModeTriple, BCM_E_RESOURCE}};
   }
   StageRules& lookup = chip.stages[kPreIngress];
+  lookup.qualifiers.erase(bcmFieldQualifySrcGport);
   // The lookup stage hands a policer to the service meters, which know no field policer.
   lookup.policer_refusal = BCM_E_NOT_FOUND;
   lookup.empty_policer_detach = BCM_E_NONE;

@@ -32,6 +32,14 @@ int stage_of(const bcm_field_qset_t& qset, Stage* stage) {
   return named > 1 ? BCM_E_PARAM : BCM_E_NONE;
 }
 
+// Every qualifier of the group's set is one its stage has.
+bool supports_qualifiers(const StageRules& rules, const Group& group) {
+  for (int qualifier : group.qualifiers()) {
+    if (!rules.qualifiers.count(qualifier)) return false;
+  }
+  return true;
+}
+
 bool names_in_ports(const Group& group) {
   return BCM_FIELD_QSET_TEST(group.qset, bcmFieldQualifyInPorts);
 }
@@ -69,7 +77,9 @@ int create_group(Device& dev, bcm_field_group_config_t* config) {
   if (with_id && dev.state.groups.count(config->group)) return BCM_E_EXISTS;
   group.mode = with_mode ? config->mode : bcmFieldGroupModeAuto;
   group.qset = config->qset;
-  if (int rv = mode_answer(stage_rules(dev, group.stage), group); rv != BCM_E_NONE) return rv;
+  const StageRules& rules = stage_rules(dev, group.stage);
+  if (!supports_qualifiers(rules, group)) return BCM_E_UNAVAIL;
+  if (int rv = mode_answer(rules, group); rv != BCM_E_NONE) return rv;
   const int slice = free_slice(dev, group.stage);
   if (slice < 0) return BCM_E_RESOURCE;
   group.id = with_id ? config->group : lowest_free_group_id(dev.state);

@@ -23,9 +23,9 @@ class DeviceViews : public ::testing::Test {
  protected:
   void SetUp() override {
     bcmsim::reset();
-    ASSERT_EQ(create_group(kGroup, bcmFieldQualifyStageIngress,
+    ASSERT_EQ(create_group(kGroup, bcmFieldQualifyStageLookup,
                            {bcmFieldQualifyEtherType, bcmFieldQualifyIpType,
-                            bcmFieldQualifyIpProtocolCommon, bcmFieldQualifyInPorts}),
+                            bcmFieldQualifyIpProtocolCommon}),
               BCM_E_NONE);
     ASSERT_EQ(bcm_field_entry_create_id(0, kGroup, kEntry), BCM_E_NONE);
   }

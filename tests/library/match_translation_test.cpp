@@ -30,13 +30,31 @@ const std::initializer_list<int> kEveryQualifier = {
     bcmFieldQualifyIngressStpState, bcmFieldQualifyL2SrcStatic,   bcmFieldQualifyIntPriority,
     bcmFieldQualifyMyStationHit,    bcmFieldQualifySrcGport};
 
+// A group of the stage holding every qualifier that the stage has.
+int createGroupOfEveryQualifier(int id, bcmsim::Stage stage) {
+  static const bcm_field_qualify_t kStageQualifier[] = {
+      bcmFieldQualifyStageLookup, bcmFieldQualifyStageIngress, bcmFieldQualifyStageEgress};
+  const int index = static_cast<int>(stage);
+  bcm_field_group_config_t config;
+  bcm_field_group_config_t_init(&config);
+  config.flags = BCM_FIELD_GROUP_CREATE_WITH_ID;
+  config.group = id;
+  BCM_FIELD_QSET_ADD(config.qset, kStageQualifier[index]);
+  for (int qualifier : kEveryQualifier) {
+    if (bcmsim::config().chip.stages[index].qualifiers.count(qualifier)) {
+      BCM_FIELD_QSET_ADD(config.qset, qualifier);
+    }
+  }
+  return bcm_field_group_config_create(0, &config);
+}
+
 class MatchTranslation : public test_support::FiltersTest {
  protected:
   void SetUp() override {
     FiltersTest::SetUp();
-    ASSERT_EQ(test_support::create_group(0, bcmFieldQualifyStageLookup, kEveryQualifier), 0);
-    ASSERT_EQ(test_support::create_group(16, bcmFieldQualifyStageIngress, kEveryQualifier), 0);
-    ASSERT_EQ(test_support::create_group(32, bcmFieldQualifyStageEgress, kEveryQualifier), 0);
+    ASSERT_EQ(createGroupOfEveryQualifier(0, bcmsim::Stage::PreIngress), 0);
+    ASSERT_EQ(createGroupOfEveryQualifier(16, bcmsim::Stage::Ingress), 0);
+    ASSERT_EQ(createGroupOfEveryQualifier(32, bcmsim::Stage::Egress), 0);
     HalBcmCommon& common = HalBcmCommon::GetInstance();
     common.SetVirtualPortGport(limid_vpn_access(1), 0x30000011);
     common.SetServicePortGport(limid_vpn_access(2), 0x04000007);

@@ -33,6 +33,7 @@ struct PolicerLevel {
 };
 
 struct StageRules {
+  std::set<int> qualifiers;  // the qualifiers a group of the stage may name
   std::map<int, int> group_mode_refusals;  // by group mode: the answer to a group asking for it
   // The answer to a single-wide group whose qualifier set names InPorts; 0: created.
   int single_wide_in_ports_refusal = 0;
