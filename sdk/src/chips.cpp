@@ -6,6 +6,7 @@
 #include <bcm/policer.h>
 
 #include "action_conflicts.h"
+#include "policer_modes.h"
 
 namespace bcmsim {
 namespace {
@@ -183,10 +184,11 @@ std::set<int> meter_modes() {
                                    bcmPolicerModeTrTcm, bcmPolicerModeTrTcmDs};
 }
 std::set<int> every_creatable_mode() {
-  return {
-    bcmPolicerModeSrTcm,         bcmPolicerModeCommitted,        bcmPolicerModeTrTcm,
-    bcmPolicerModeTrTcmDs,       bcmPolicerModeSrTcmModified,    bcmPolicerModeCoupledTrTcmDs,
-    bcmPolicerModeSrTcmTsn};
+  std::set<int> modes;
+  for (int mode = 0; mode < bcmPolicerModeCount; ++mode) {
+    if (detail::meterable_mode(mode)) modes.insert(mode);
+  }
+  return modes;
 }
 PolicerLevel no_meters() {
   return {{}, BCM_E_UNAVAIL};

@@ -56,7 +56,7 @@ Group* find_group(State& state, int id);
 int free_slice(const Device& dev, Stage stage);
 
 // The entries a slice of the stage holds for the group: half of them where each entry takes two
-// of its rows.
+// of its rows. A slice that holds none takes no group.
 inline int slice_capacity(const Device& dev, const Group& group, int index) {
   const int entries = dev.config.slices[static_cast<int>(group.stage)][index];
   return group.double_wide_key ? entries / 2 : entries;
@@ -65,6 +65,14 @@ inline int slice_capacity(const Device& dev, const Group& group, int index) {
 // The stage's rules of the device's chip.
 inline const StageRules& stage_rules(const Device& dev, Stage stage) {
   return dev.config.chip.stages[static_cast<int>(stage)];
+}
+
+// Where counters belong to a slice, a statistics object that has its counter serves only entries
+// of that counter's slice (every entry counting for it is in that slice).
+inline bool counter_serves_slice(const Device& dev, const Stat& stat, const Entry& entry) {
+  const Group& group = dev.state.groups.at(entry.group);
+  if (stat.counting.empty() || stage_rules(dev, group.stage).global_counters) return true;
+  return dev.state.entries.at(*stat.counting.begin()).slice == entry.slice;
 }
 
 // An entry's hardware stops counting for a statistics object, which keeps the counts it has.

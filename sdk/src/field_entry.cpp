@@ -1,6 +1,4 @@
 // Field entries: creation, priority, installation and destruction.
-#include <algorithm>
-
 #include <bcm/error.h>
 #include <bcm/field.h>
 
@@ -33,7 +31,7 @@ int reserve_slice(Device& dev, Group& group) {
     if (slice.entries < slice.size) return slice.index;
   }
   const int index = free_slice(dev, group.stage);
-  if (index < 0) return BCM_E_RESOURCE;
+  if (index < 0 || slice_capacity(dev, group, index) <= 0) return BCM_E_RESOURCE;
   if (!stage_rules(dev, group.stage).global_meter_pools && holds_policer(dev.state, group)) {
     return BCM_E_RESOURCE;
   }
@@ -42,15 +40,10 @@ int reserve_slice(Device& dev, Group& group) {
   return index;
 }
 
-Group::Slice& held_slice(Group& group, int index) {
-  return *std::find_if(group.slices.begin(), group.slices.end(),
-                       [index](const Group::Slice& slice) { return slice.index == index; });
-}
-
 // An entry leaves its slice; a slice left empty goes back to the stage, unless it is the group's
 // only one or, where the chip keeps it, its first.
 void release_slice(Device& dev, Group& group, int index) {
-  Group::Slice& slice = held_slice(group, index);
+  Group::Slice& slice = tcam_slice(group, index);
   if (--slice.entries > 0 || group.slices.size() == 1) return;
   if (index == group.slices.front().index && !stage_rules(dev, group.stage).frees_first_slice) {
     return;
@@ -64,7 +57,7 @@ int add_entry(Device& dev, int group_id, int entry_id) {
   if (!group) return BCM_E_NOT_FOUND;
   const int slice = reserve_slice(dev, *group);
   if (slice < 0) return slice;
-  ++held_slice(*group, slice).entries;
+  ++tcam_slice(*group, slice).entries;
   Entry entry;
   entry.id = entry_id;
   entry.group = group_id;
@@ -76,18 +69,21 @@ int add_entry(Device& dev, int group_id, int entry_id) {
 
 // Writes the staged view to the hardware: a never-installed entry takes its TCAM slot, a changed
 // one is written again, an unchanged one is left alone. The statistics object attached since the
-// last install gets its counter now.
-void install(Device& dev, Entry& entry) {
+// last install gets its counter now; where counters belong to a slice, the install is refused
+// when that counter is another slice's.
+int install(Device& dev, Entry& entry) {
+  const Stat* stat = entry.staged.stat ? &dev.state.stats.at(*entry.staged.stat) : nullptr;
   // A statistics object detached and attached again since the last install is a change too: its
   // counter went back at the detach.
-  const bool counter_lost =
-      entry.staged.stat && !dev.state.stats.at(*entry.staged.stat).counting.count(entry.id);
-  if (entry.installed && *entry.installed == entry.staged && !counter_lost) return;
+  const bool counter_lost = stat && !stat->counting.count(entry.id);
+  if (entry.installed && *entry.installed == entry.staged && !counter_lost) return BCM_E_NONE;
+  if (counter_lost && !counter_serves_slice(dev, *stat, entry)) return BCM_E_CONFIG;
   Group& group = dev.state.groups.at(entry.group);
   if (!entry.installed) dev.state.tcam_moves += tcam_insert(group, entry.id, entry.priority);
   if (entry.staged.stat) dev.state.stats.at(*entry.staged.stat).counting.insert(entry.id);
   entry.installed = entry.staged;
   dev.changed(group);
+  return BCM_E_NONE;
 }
 
 // Takes an entry out of the hardware: its slot is freed and its counter no longer counts for it.
@@ -104,10 +100,7 @@ int install_call(const char* function, int unit, int entry) {
   return sdk_call(
       function, unit, entry, [&] { return args(unit, entry); },
       [&](Device& dev) -> int {
-        return with_entry(dev, entry, [&](Entry& e) -> int {
-          install(dev, e);
-          return BCM_E_NONE;
-        });
+        return with_entry(dev, entry, [&](Entry& e) { return install(dev, e); });
       });
 }
 

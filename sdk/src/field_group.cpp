@@ -81,7 +81,7 @@ int create_group(Device& dev, bcm_field_group_config_t* config) {
   if (!supports_qualifiers(rules, group)) return BCM_E_UNAVAIL;
   if (int rv = mode_answer(rules, group); rv != BCM_E_NONE) return rv;
   const int slice = free_slice(dev, group.stage);
-  if (slice < 0) return BCM_E_RESOURCE;
+  if (slice < 0 || slice_capacity(dev, group, slice) <= 0) return BCM_E_RESOURCE;
   group.id = with_id ? config->group : lowest_free_group_id(dev.state);
   group.priority = config->priority;
   group.flags = config->flags;

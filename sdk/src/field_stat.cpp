@@ -69,14 +69,6 @@ int with_stat_type(Device& dev, int stat_id, bcm_field_stat_t type, Use&& use,
   return BCM_E_PARAM;
 }
 
-// Where counters belong to a slice, a statistics object that has its counter serves only entries
-// of that counter's slice.
-bool counter_serves_slice(const Device& dev, const Stat& stat, const Entry& entry) {
-  const Group& group = dev.state.groups.at(entry.group);
-  if (stat.counting.empty() || stage_rules(dev, group.stage).global_counters) return true;
-  return dev.state.entries.at(*stat.counting.begin()).slice == entry.slice;
-}
-
 std::string stat_args(int unit, int stat_id, bcm_field_stat_t type) {
   return std::to_string(unit) + ", " + std::to_string(stat_id) + ", " + stat_type_name(type);
 }

@@ -5,6 +5,7 @@
 #include <bcmsim/names.h>
 
 #include "c_source.h"
+#include "policer_modes.h"
 #include "sdk_call.h"
 #include "text.h"
 
@@ -18,23 +19,6 @@ std::string config_text(const bcm_policer_config_t* config) {
          std::to_string(config->ckbits_burst) + ", pkbits_sec " +
          std::to_string(config->pkbits_sec) + ", pkbits_burst " +
          std::to_string(config->pkbits_burst) + "}";
-}
-
-// The modes the field processor's meters take, on every chip modelled; the others are asked for
-// last, once the id is settled.
-bool meterable_mode(int mode) {
-  switch (mode) {
-    case bcmPolicerModeSrTcm:
-    case bcmPolicerModeCommitted:
-    case bcmPolicerModeTrTcm:
-    case bcmPolicerModeTrTcmDs:
-    case bcmPolicerModeSrTcmModified:
-    case bcmPolicerModeCoupledTrTcmDs:
-    case bcmPolicerModeSrTcmTsn:
-      return true;
-    default:
-      return false;
-  }
 }
 
 // Without an id the next free one is given; with an id in use the configuration is replaced,

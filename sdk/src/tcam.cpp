@@ -66,11 +66,15 @@ void tcam_add_slice(Group& group, int index, int size) {
   group.slices.push_back({index, size, 0});
 }
 
+Group::Slice& tcam_slice(Group& group, int index) {
+  return *std::find_if(group.slices.begin(), group.slices.end(),
+                       [index](const Group::Slice& s) { return s.index == index; });
+}
+
 void tcam_drop_slice(Group& group, int index) {
-  auto slice = std::find_if(group.slices.begin(), group.slices.end(),
-                            [index](const Group::Slice& s) { return s.index == index; });
-  const int size = slice->size;
-  group.slices.erase(slice);
+  Group::Slice& slice = tcam_slice(group, index);
+  const int size = slice.size;
+  group.slices.erase(group.slices.begin() + (&slice - group.slices.data()));
   std::vector<Slot>& slots = group.slots;
   int dropped = 0;
   for (auto slot = slots.end(); slot != slots.begin() && dropped < size;) {

@@ -14,6 +14,8 @@ void tcam_remove(Group& group, int entry_id);
 // A slice joins the group, its free slots after the group's last slot, or leaves it: the slots
 // given back are free ones taken from the end, the entries keep their order.
 void tcam_add_slice(Group& group, int index, int size);
+// The slice of the group with that index among its stage's slices; the group holds it.
+Group::Slice& tcam_slice(Group& group, int index);
 void tcam_drop_slice(Group& group, int index);
 
 }  // namespace bcmsim::detail

@@ -174,6 +174,22 @@ int stat_over_two_slices() {
   return bcm_field_entry_stat_attach(0, 1000 + size, stat);
 }
 
+// The same, but the second entry is attached before the first install and installed after it.
+int stat_installed_over_two_slices() {
+  const int size = bcmsim::config().slices[1][0];
+  EXPECT_EQ(group(kIn, bcmFieldQualifyStageIngress, {}), BCM_E_NONE);
+  for (int entry = 0; entry <= size; ++entry) {
+    EXPECT_EQ(bcm_field_entry_create_id(0, kIn, 1000 + entry), BCM_E_NONE);
+  }
+  int stat = 0;
+  EXPECT_EQ(stat_create(kIn, {bcmFieldStatPackets}, &stat), BCM_E_NONE);
+  for (int entry : {1000, 1000 + size}) {
+    EXPECT_EQ(bcm_field_entry_stat_attach(0, entry, stat), BCM_E_NONE);
+  }
+  EXPECT_EQ(bcm_field_entry_install(0, 1000), BCM_E_NONE);
+  return bcm_field_entry_install(0, 1000 + size);
+}
+
 int l3_switch_after_egress_mask() {
   stages();
   EXPECT_EQ(bcm_field_action_ports_add(0, kInEntry, bcmFieldActionEgressMask, pbmp_of({1})),
@@ -230,6 +246,7 @@ const ChipRule kRules[] = {
     {"StatAnyMix", "default", "relaxed", [] { return stat_at(kEg, {bcmFieldStatPackets, bcmFieldStatRedPackets}); }, BCM_E_NONE},
     {"StatOverTwoSlices", "bcm56450", "_field_entry_stat_attach (field_common.c)", stat_over_two_slices, BCM_E_CONFIG},
     {"StatOverTwoSlices", "bcm56960", "_field_entry_stat_attach (field_common.c)", stat_over_two_slices, BCM_E_NONE},
+    {"StatInstalledOverTwoSlices", "bcm56850", "_field_stat_hw_alloc (field_common.c)", stat_installed_over_two_slices, BCM_E_CONFIG},
     // 3. Actions a stage supports.
     {"L3SwitchAtEgress", "bcm56450", "_bcm_field_trx_stage_action_support_check (trx/field.c)", [] { return action_at(kEgEntry, bcmFieldActionL3Switch); }, BCM_E_UNAVAIL},
     {"SwitchToCpuCancelAtLookup", "bcm56850", "_bcm_field_trx_stage_action_support_check (trx/field.c)", [] { return action_at(kPreEntry, bcmFieldActionSwitchToCpuCancel); }, BCM_E_UNAVAIL},

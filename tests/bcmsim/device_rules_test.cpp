@@ -204,6 +204,17 @@ TEST(DeviceRulesOfSlices, AFullGroupTakesAFreeSliceUnlessItHoldsAnEgressMeterAnd
   EXPECT_EQ(create_group(2, bcmFieldQualifyStageEgress, {}), BCM_E_NONE);
 }
 
+TEST(DeviceRulesOfSlices, ASliceTooSmallForATwoRowKeyTakesNoGroup) {
+  bcmsim::Config config;
+  config.set_slice_entries({1, 1, 1});
+  bcmsim::reset(config);
+  bcm_field_group_config_t group;
+  bcm_field_group_config_t_init(&group);
+  group.flags = BCM_FIELD_GROUP_CREATE_WITH_MODE;
+  group.mode = bcmFieldGroupModeIntraSliceDouble;
+  EXPECT_EQ(bcm_field_group_config_create(0, &group), BCM_E_RESOURCE);
+}
+
 TEST(DeviceRulesOfGroups, StageComesFromTheQualifierSetAndTheActionSetFromTheStage) {
   bcmsim::reset();
   ASSERT_EQ(create_group(1, bcmFieldQualifyStageLookup, {}), BCM_E_NONE);
