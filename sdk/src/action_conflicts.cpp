@@ -149,7 +149,6 @@ ActionConflicts ingress_conflicts(bool bitmap_actions_refuse_l3_switch) {
 }
 
 bool actions_conflict(const ActionConflicts& conflicts, int held, int added) {
-  if (held == added) return true;
   auto row = conflicts.find(held);
   return row != conflicts.end() && row->second.count(added) > 0;
 }

@@ -13,7 +13,8 @@ ActionConflicts egress_conflicts();
 // both orders; Tomahawk does not.
 ActionConflicts ingress_conflicts(bool bitmap_actions_refuse_l3_switch);
 
-// True when an entry holding `held` refuses `added`: the same action twice, or a pair of the table.
+// True when an entry holding `held` refuses `added`, a pair of the table (the same action twice is
+// refused apart).
 bool actions_conflict(const ActionConflicts& conflicts, int held, int added);
 
 }  // namespace bcmsim::detail

@@ -31,14 +31,14 @@ std::vector<std::string> call_names(const std::string& prefix) {
 
 namespace detail {
 
-void CallRecorder::record(const char* function, std::string args, int rc) {
+void CallRecorder::record(const char* function, std::string args, int rc, const Rule* rule) {
   CallSource source;
   source.args = args;
-  calls_.push_back({function, std::move(args), rc, std::move(source)});
+  calls_.push_back({function, std::move(args), rc, std::move(source), rule});
 }
 
-void CallRecorder::record(const char* function, LoggedArgs args, int rc) {
-  calls_.push_back({function, std::move(args.text), rc, std::move(args.source)});
+void CallRecorder::record(const char* function, LoggedArgs args, int rc, const Rule* rule) {
+  calls_.push_back({function, std::move(args.text), rc, std::move(args.source), rule});
 }
 
 }  // namespace detail

@@ -15,8 +15,8 @@ class CallRecorder {
   bool enabled() const { return enabled_; }
   void set_enabled(bool enabled) { enabled_ = enabled; }
   // Arguments given as text alone are taken to be the C argument list as well.
-  void record(const char* function, std::string args, int rc);
-  void record(const char* function, LoggedArgs args, int rc);
+  void record(const char* function, std::string args, int rc, const Rule* rule);
+  void record(const char* function, LoggedArgs args, int rc, const Rule* rule);
   const std::vector<Call>& calls() const { return calls_; }
   void clear() { calls_.clear(); }
 

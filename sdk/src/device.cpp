@@ -118,6 +118,7 @@ void reset(const Config& config) {
   soc_control[config.unit] = &dev.soc;
   dev.log.clear();
   dev.faults.clear();
+  dev.refusals.clear();
   dev.group_indexes.clear();
   dev.meters.clear();
   for (detail::NextFreeId* ids : {&dev.stat_ids, &dev.policer_ids, &dev.entry_ids}) ids->reset();

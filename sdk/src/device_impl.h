@@ -5,6 +5,7 @@
 #include <soc/drv.h>
 
 #include <bcmsim/device.h>
+#include <bcmsim/refusals.h>
 
 #include <bcm/port.h>
 
@@ -13,6 +14,7 @@
 #include "group_index.h"
 #include "id_allocator.h"
 #include "meter.h"
+#include "refusal_rules.h"
 
 namespace bcmsim::detail {
 
@@ -38,6 +40,10 @@ struct Device {
   // By policer id: the buckets of each policer from the first packet it meters until its
   // configuration is set again or it is destroyed. Kept out of the state, which inspection shows.
   std::unordered_map<int, Meter> meters;
+  // The rule by which the running call is refused, named where it is refused; and every refusal
+  // since the last reset.
+  const Rule* refusal = nullptr;
+  std::vector<Refusal> refusals;
 
   // Marks a group changed, so that its classification index is rebuilt.
   void changed(Group& group) { group.version = ++changes; }
@@ -85,7 +91,7 @@ inline void stop_counting(State& state, int stat_id, int entry_id) {
 template <class Change>
 int with_entry(Device& dev, int entry_id, Change&& change) {
   Entry* entry = find_entry(dev.state, entry_id);
-  return entry ? change(*entry) : BCM_E_NOT_FOUND;
+  return entry ? change(*entry) : refuse(Why::EntryUnknown, BCM_E_NOT_FOUND);
 }
 
 }  // namespace bcmsim::detail

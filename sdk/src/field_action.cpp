@@ -61,10 +61,13 @@ LoggedArgs action_args(int unit, int entry, const ActionValue& value) {
 // An action outside the group's action set, which holds what its stage supports, is unavailable;
 // one the entry's actions refuse is a configuration error.
 int check_action(const Device& dev, const Group& group, const Entry& entry, int action) {
-  if (!group.allows_action(action)) return BCM_E_UNAVAIL;
+  if (!group.allows_action(action)) return refuse(Why::StageLacksAction, BCM_E_UNAVAIL);
   const ActionConflicts& conflicts = stage_rules(dev, group.stage).conflicts;
   for (const ActionValue& held : entry.staged.actions) {
-    if (actions_conflict(conflicts, held.action, action)) return BCM_E_CONFIG;
+    if (held.action == action) return refuse(Why::ActionTwice, BCM_E_CONFIG);
+    if (actions_conflict(conflicts, held.action, action)) {
+      return refuse(Why::ActionConflict, BCM_E_CONFIG);
+    }
   }
   return BCM_E_NONE;
 }
@@ -93,7 +96,7 @@ int add_action(const char* function, int unit, int entry, const ActionValue& val
   return sdk_call(
       function, unit, entry, [&] { return action_args(unit, entry, value); },
       [&](Device& dev) -> int {
-        if (!valid(static_cast<const Device&>(dev))) return BCM_E_PARAM;
+        if (!valid(static_cast<const Device&>(dev))) return refuse(Why::BadArgument, BCM_E_PARAM);
         return with_entry(dev, entry, [&](Entry& e) -> int {
           const Group& group = dev.state.groups.at(e.group);
           if (int rv = check_action(dev, group, e, value.action); rv != BCM_E_NONE) return rv;
@@ -156,7 +159,7 @@ int bcm_field_action_vlan_actions_add(int unit, bcm_field_entry_t entry, bcm_fie
                                       bcm_vlan_action_set_t* vlan_action_set) {
   return sdk_call(
       __func__, unit, entry, [&] { return vlan_actions_args(unit, entry, action, vlan_action_set); },
-      [](Device&) { return BCM_E_UNAVAIL; });
+      [](Device&) { return refuse(Why::VlanActionSets, BCM_E_UNAVAIL); });
 }
 
 int bcm_field_action_delete(int unit, bcm_field_entry_t entry, bcm_field_action_t action,
@@ -171,7 +174,7 @@ int bcm_field_action_delete(int unit, bcm_field_entry_t entry, bcm_field_action_
           // twice, are told apart by their parameters.
           auto it = std::find_if(actions.begin(), actions.end(),
                                  [&](const bcmsim::ActionValue& a) { return a.action == action; });
-          if (it == actions.end()) return BCM_E_NOT_FOUND;
+          if (it == actions.end()) return refuse(Why::ActionNotHeld, BCM_E_NOT_FOUND);
           actions.erase(it);
           return BCM_E_NONE;
         });
@@ -192,7 +195,7 @@ int bcm_field_action_remove(int unit, bcm_field_entry_t entry, bcm_field_action_
           auto first =
               std::remove_if(actions.begin(), actions.end(),
                              [&](const bcmsim::ActionValue& a) { return a.action == action; });
-          if (first == actions.end()) return BCM_E_NOT_FOUND;
+          if (first == actions.end()) return refuse(Why::ActionNotHeld, BCM_E_NOT_FOUND);
           actions.erase(first, actions.end());
           return BCM_E_NONE;
         });

@@ -31,9 +31,11 @@ int reserve_slice(Device& dev, Group& group) {
     if (slice.entries < slice.size) return slice.index;
   }
   const int index = free_slice(dev, group.stage);
-  if (index < 0 || slice_capacity(dev, group, index) <= 0) return BCM_E_RESOURCE;
+  if (index < 0 || slice_capacity(dev, group, index) <= 0) {
+    return refuse(Why::GroupFull, BCM_E_RESOURCE);
+  }
   if (!stage_rules(dev, group.stage).global_meter_pools && holds_policer(dev.state, group)) {
-    return BCM_E_RESOURCE;
+    return refuse(Why::GroupFullWithPolicer, BCM_E_RESOURCE);
   }
   tcam_add_slice(group, index, slice_capacity(dev, group, index));
   dev.changed(group);
@@ -54,7 +56,7 @@ void release_slice(Device& dev, Group& group, int index) {
 
 int add_entry(Device& dev, int group_id, int entry_id) {
   Group* group = find_group(dev.state, group_id);
-  if (!group) return BCM_E_NOT_FOUND;
+  if (!group) return refuse(Why::GroupUnknown, BCM_E_NOT_FOUND);
   const int slice = reserve_slice(dev, *group);
   if (slice < 0) return slice;
   ++tcam_slice(*group, slice).entries;
@@ -77,7 +79,9 @@ int install(Device& dev, Entry& entry) {
   // counter went back at the detach.
   const bool counter_lost = stat && !stat->counting.count(entry.id);
   if (entry.installed && *entry.installed == entry.staged && !counter_lost) return BCM_E_NONE;
-  if (counter_lost && !counter_serves_slice(dev, *stat, entry)) return BCM_E_CONFIG;
+  if (counter_lost && !counter_serves_slice(dev, *stat, entry)) {
+    return refuse(Why::CounterOfAnotherSlice, BCM_E_CONFIG);
+  }
   Group& group = dev.state.groups.at(entry.group);
   if (!entry.installed) dev.state.tcam_moves += tcam_insert(group, entry.id, entry.priority);
   if (entry.staged.stat) dev.state.stats.at(*entry.staged.stat).counting.insert(entry.id);
@@ -135,8 +139,8 @@ int bcm_field_entry_create(int unit, bcm_field_group_t group, bcm_field_entry_t*
                 .build()};
       },
       [&](Device& dev) -> int {
-        if (!entry) return BCM_E_PARAM;
-        if (!find_group(dev.state, group)) return BCM_E_NOT_FOUND;
+        if (!entry) return refuse(Why::BadArgument, BCM_E_PARAM);
+        if (!find_group(dev.state, group)) return refuse(Why::GroupUnknown, BCM_E_NOT_FOUND);
         const int id =
             dev.entry_ids.take([&](int taken) { return dev.state.entries.count(taken) > 0; });
         int rv = add_entry(dev, group, id);
@@ -149,9 +153,10 @@ int bcm_field_entry_create_id(int unit, bcm_field_group_t group, bcm_field_entry
   return sdk_call(
       __func__, unit, entry, [&] { return args(unit, group) + ", " + std::to_string(entry); },
       [&](Device& dev) -> int {
-        if (entry < 0) return BCM_E_PARAM;
-        if (!find_group(dev.state, group)) return BCM_E_NOT_FOUND;  // before the id
-        if (dev.state.entries.count(entry)) return BCM_E_EXISTS;
+        if (entry < 0) return refuse(Why::BadArgument, BCM_E_PARAM);
+        // The group is looked up before the id.
+        if (!find_group(dev.state, group)) return refuse(Why::GroupUnknown, BCM_E_NOT_FOUND);
+        if (dev.state.entries.count(entry)) return refuse(Why::EntryExists, BCM_E_EXISTS);
         return add_entry(dev, group, entry);
       });
 }
@@ -196,7 +201,7 @@ int bcm_field_entry_prio_set(int unit, bcm_field_entry_t entry, int prio) {
   return sdk_call(
       __func__, unit, entry, [&] { return args(unit, entry) + ", " + std::to_string(prio); },
       [&](Device& dev) -> int {
-        if (prio < BCM_FIELD_ENTRY_PRIO_LOWEST) return BCM_E_PARAM;
+        if (prio < BCM_FIELD_ENTRY_PRIO_LOWEST) return refuse(Why::BadArgument, BCM_E_PARAM);
         return with_entry(dev, entry, [&](Entry& e) -> int {
           if (e.installed && e.priority != prio) {
             // An installed entry moves to the place of its new priority.
@@ -220,7 +225,7 @@ int bcm_field_entry_prio_get(int unit, bcm_field_entry_t entry, int* prio) {
       },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) -> int {
-          if (!prio) return BCM_E_PARAM;
+          if (!prio) return refuse(Why::BadArgument, BCM_E_PARAM);
           *prio = e.priority;
           return BCM_E_NONE;
         });

@@ -20,7 +20,7 @@ bool fits_sharing(const State& state, const Policer& policer, Stage stage, int l
 
 // The answer of a level of the stage to a policer's mode; asked last.
 int mode_answer(const PolicerLevel& rules, const Policer& policer) {
-  return rules.modes.count(policer.config.mode) ? BCM_E_NONE : rules.refusal;
+  return rules.modes.count(policer.config.mode) ? BCM_E_NONE : refuse(Why::LevelMode, rules.refusal);
 }
 
 int attach_policer(Device& dev, Entry& entry, int level, int policer_id) {
@@ -28,14 +28,20 @@ int attach_policer(Device& dev, Entry& entry, int level, int policer_id) {
   const Stage stage = group.stage;
   const StageRules& rules = stage_rules(dev, stage);
   // A meter belongs to one slice where the stage has no shared meter pools.
-  if (!rules.global_meter_pools && group.slices.size() > 1) return BCM_E_CONFIG;
-  if (rules.policer_refusal != BCM_E_NONE) return rules.policer_refusal;
+  if (!rules.global_meter_pools && group.slices.size() > 1) {
+    return refuse(Why::MeterOfOneSlice, BCM_E_CONFIG);
+  }
+  if (rules.policer_refusal != BCM_E_NONE) {
+    return refuse(Why::StageHasNoMeters, rules.policer_refusal);
+  }
   auto& policers = entry.staged.policers;
-  if (policers[level]) return BCM_E_EXISTS;
-  if (policers[1 - level] == policer_id) return BCM_E_PARAM;  // one policer, one level
+  if (policers[level]) return refuse(Why::PolicerLevelUsed, BCM_E_EXISTS);
+  if (policers[1 - level] == policer_id) return refuse(Why::PolicerAtBothLevels, BCM_E_PARAM);
   auto policer = dev.state.policers.find(policer_id);
-  if (policer == dev.state.policers.end()) return BCM_E_NOT_FOUND;
-  if (!fits_sharing(dev.state, policer->second, stage, level)) return BCM_E_PARAM;
+  if (policer == dev.state.policers.end()) return refuse(Why::PolicerUnknown, BCM_E_NOT_FOUND);
+  if (!fits_sharing(dev.state, policer->second, stage, level)) {
+    return refuse(Why::PolicerSharedElsewhere, BCM_E_PARAM);
+  }
   if (int rv = mode_answer(rules.policer_levels[level], policer->second); rv != BCM_E_NONE) {
     return rv;
   }
@@ -62,7 +68,7 @@ int bcm_field_entry_policer_attach(int unit, bcm_field_entry_t entry_id, int lev
       __func__, unit, entry_id,
       [&] { return args(unit, entry_id, level) + ", " + std::to_string(policer_id); },
       [&](Device& dev) -> int {
-        if (!valid_level(level)) return BCM_E_PARAM;
+        if (!valid_level(level)) return refuse(Why::BadArgument, BCM_E_PARAM);
         return with_entry(dev, entry_id, [&](bcmsim::Entry& e) {
           return attach_policer(dev, e, level, policer_id);
         });
@@ -73,10 +79,13 @@ int bcm_field_entry_policer_detach(int unit, bcm_field_entry_t entry_id, int lev
   return sdk_call(
       __func__, unit, entry_id, [&] { return args(unit, entry_id, level); },
       [&](Device& dev) -> int {
-        if (!valid_level(level)) return BCM_E_PARAM;
+        if (!valid_level(level)) return refuse(Why::BadArgument, BCM_E_PARAM);
         return with_entry(dev, entry_id, [&](bcmsim::Entry& e) -> int {
           std::optional<int>& attached = e.staged.policers[level];
-          if (!attached) return stage_rules(dev, dev.state.groups.at(e.group).stage).empty_policer_detach;
+          if (!attached) {
+            const Stage stage = dev.state.groups.at(e.group).stage;
+            return refuse(Why::PolicerLevelEmpty, stage_rules(dev, stage).empty_policer_detach);
+          }
           dev.state.policers.at(*attached).attachments.erase({entry_id, level});
           attached.reset();
           return BCM_E_NONE;

@@ -29,7 +29,7 @@ int stage_of(const bcm_field_qset_t& qset, Stage* stage) {
       ++named;
     }
   }
-  return named > 1 ? BCM_E_PARAM : BCM_E_NONE;
+  return named > 1 ? refuse(Why::GroupTwoStages, BCM_E_PARAM) : BCM_E_NONE;
 }
 
 // Every qualifier of the group's set is one its stage has.
@@ -49,10 +49,10 @@ bool names_in_ports(const Group& group) {
 int mode_answer(const StageRules& rules, Group& group) {
   const bool single_without_bitmap = rules.single_wide_in_ports_refusal && names_in_ports(group);
   if (group.mode == bcmFieldGroupModeSingle && single_without_bitmap) {
-    return rules.single_wide_in_ports_refusal;
+    return refuse(Why::SingleWideInPorts, rules.single_wide_in_ports_refusal);
   }
   auto refusal = rules.group_mode_refusals.find(group.mode);
-  if (refusal != rules.group_mode_refusals.end()) return refusal->second;
+  if (refusal != rules.group_mode_refusals.end()) return refuse(Why::GroupMode, refusal->second);
   group.double_wide_key = group.mode == bcmFieldGroupModeIntraSliceDouble ||
                           (group.mode == bcmFieldGroupModeAuto && single_without_bitmap);
   return BCM_E_NONE;
@@ -65,23 +65,27 @@ int lowest_free_group_id(const State& state) {
 }
 
 int create_group(Device& dev, bcm_field_group_config_t* config) {
-  if (!config) return BCM_E_PARAM;
+  if (!config) return refuse(Why::BadArgument, BCM_E_PARAM);
   Group group;
   if (int rv = stage_of(config->qset, &group.stage); rv != BCM_E_NONE) return rv;
   const bool with_mode = config->flags & BCM_FIELD_GROUP_CREATE_WITH_MODE;
   if (with_mode && (config->mode < 0 || config->mode >= bcmFieldGroupModeCount)) {
-    return BCM_E_PARAM;
+    return refuse(Why::BadArgument, BCM_E_PARAM);
   }
   const bool with_id = config->flags & BCM_FIELD_GROUP_CREATE_WITH_ID;
-  if (with_id && config->group < 0) return BCM_E_PARAM;
-  if (with_id && dev.state.groups.count(config->group)) return BCM_E_EXISTS;
+  if (with_id && config->group < 0) return refuse(Why::BadArgument, BCM_E_PARAM);
+  if (with_id && dev.state.groups.count(config->group)) {
+    return refuse(Why::GroupExists, BCM_E_EXISTS);
+  }
   group.mode = with_mode ? config->mode : bcmFieldGroupModeAuto;
   group.qset = config->qset;
   const StageRules& rules = stage_rules(dev, group.stage);
-  if (!supports_qualifiers(rules, group)) return BCM_E_UNAVAIL;
+  if (!supports_qualifiers(rules, group)) return refuse(Why::StageLacksQualifier, BCM_E_UNAVAIL);
   if (int rv = mode_answer(rules, group); rv != BCM_E_NONE) return rv;
   const int slice = free_slice(dev, group.stage);
-  if (slice < 0 || slice_capacity(dev, group, slice) <= 0) return BCM_E_RESOURCE;
+  if (slice < 0 || slice_capacity(dev, group, slice) <= 0) {
+    return refuse(Why::NoFreeSlice, BCM_E_RESOURCE);
+  }
   group.id = with_id ? config->group : lowest_free_group_id(dev.state);
   group.priority = config->priority;
   group.flags = config->flags;
@@ -183,8 +187,8 @@ int bcm_field_group_destroy(int unit, bcm_field_group_t group) {
       __func__, unit, kNoEntry, [&] { return std::to_string(unit) + ", " + std::to_string(group); },
       [&](Device& dev) -> int {
         Group* g = find_group(dev.state, group);
-        if (!g) return BCM_E_NOT_FOUND;
-        if (!g->entries.empty()) return BCM_E_BUSY;
+        if (!g) return refuse(Why::GroupUnknown, BCM_E_NOT_FOUND);
+        if (!g->entries.empty()) return refuse(Why::GroupBusy, BCM_E_BUSY);
         // Its statistics objects go with it.
         for (auto stat = dev.state.stats.begin(); stat != dev.state.stats.end();) {
           stat = stat->second.group == group ? dev.state.stats.erase(stat) : std::next(stat);

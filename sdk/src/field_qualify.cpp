@@ -34,7 +34,8 @@ bool in_qset(const Device& dev, const Entry& entry, int qualifier) {
 int qset_miss(const Device& dev, const Entry& entry, int qualifier) {
   const StageRules& rules = stage_rules(dev, dev.state.groups.at(entry.group).stage);
   auto own = rules.qset_miss_by_qualifier.find(qualifier);
-  return own == rules.qset_miss_by_qualifier.end() ? rules.qset_miss : own->second;
+  return refuse(Why::QsetMiss,
+                own == rules.qset_miss_by_qualifier.end() ? rules.qset_miss : own->second);
 }
 
 // The C name of an enumerated qualifier's value, e.g. "bcmFieldIpTypeIpv4Any".
@@ -133,11 +134,13 @@ int read_qualifier(const char* function, int unit, int entry, int qualifier, boo
                           source.build()};
       },
       [&](Device& dev) -> int {
-        if (!have_outputs) return BCM_E_PARAM;
+        if (!have_outputs) return refuse(Why::BadArgument, BCM_E_PARAM);
         return with_entry(dev, entry, [&](Entry& e) -> int {
-          if (!in_qset(dev, e, qualifier)) return BCM_E_NOT_FOUND;
+          if (!in_qset(dev, e, qualifier)) return refuse(Why::QualifierReadMiss, BCM_E_NOT_FOUND);
           const QualifierValue* staged = e.staged.qualifier(qualifier);
-          if (!staged && qualifier == bcmFieldQualifyIpProtocolCommon) return BCM_E_INTERNAL;
+          if (!staged && qualifier == bcmFieldQualifyIpProtocolCommon) {
+            return refuse(Why::IpProtocolCommonUnset, BCM_E_INTERNAL);
+          }
           *out = staged ? *staged : QualifierValue{qualifier, {}, {}};
           return BCM_E_NONE;
         });

@@ -29,16 +29,18 @@ int counter_mode_answer(const StageRules& rules, const bcm_field_stat_t* types, 
   for (StatTypes mode : rules.counter_modes) {
     if ((wanted & ~mode) == 0) return BCM_E_NONE;
   }
-  return rules.counter_mode_refusal;
+  return refuse(Why::CounterMode, rules.counter_mode_refusal);
 }
 
 int create_stat(Device& dev, int group, int nstat, const bcm_field_stat_t* types, int* stat_id) {
-  if (!types || !stat_id || nstat <= 0 || nstat > kMaxStatsPerObject) return BCM_E_PARAM;
+  if (!types || !stat_id || nstat <= 0 || nstat > kMaxStatsPerObject) {
+    return refuse(Why::BadArgument, BCM_E_PARAM);
+  }
   for (int i = 0; i < nstat; ++i) {
-    if (types[i] < 0 || types[i] >= kStatTypeCount) return BCM_E_PARAM;
+    if (types[i] < 0 || types[i] >= kStatTypeCount) return refuse(Why::BadArgument, BCM_E_PARAM);
   }
   const Group* owner = find_group(dev.state, group);
-  if (!owner) return BCM_E_NOT_FOUND;
+  if (!owner) return refuse(Why::GroupUnknown, BCM_E_NOT_FOUND);
   // The id is taken before the counter modes are asked: a refused object uses one up.
   const int id = dev.stat_ids.take([&](int taken) { return dev.state.stats.count(taken) > 0; });
   const int mode = counter_mode_answer(stage_rules(dev, owner->stage), types, nstat);
@@ -60,13 +62,13 @@ template <class Use, class WithoutCounter>
 int with_stat_type(Device& dev, int stat_id, bcm_field_stat_t type, Use&& use,
                    WithoutCounter&& without_counter) {
   auto it = dev.state.stats.find(stat_id);
-  if (it == dev.state.stats.end()) return BCM_E_NOT_FOUND;
+  if (it == dev.state.stats.end()) return refuse(Why::StatUnknown, BCM_E_NOT_FOUND);
   Stat& stat = it->second;
   if (stat.counting.empty()) return without_counter(stat);
   for (size_t i = 0; i < stat.types.size(); ++i) {
     if (stat.types[i] == type) return use(stat, i);
   }
-  return BCM_E_PARAM;
+  return refuse(Why::StatTypeNotHeld, BCM_E_PARAM);
 }
 
 std::string stat_args(int unit, int stat_id, bcm_field_stat_t type) {
@@ -115,8 +117,8 @@ int bcm_field_stat_destroy(int unit, int stat_id) {
       [&] { return std::to_string(unit) + ", " + std::to_string(stat_id); },
       [&](Device& dev) -> int {
         auto it = dev.state.stats.find(stat_id);
-        if (it == dev.state.stats.end()) return BCM_E_NOT_FOUND;
-        if (!it->second.entries.empty()) return BCM_E_BUSY;
+        if (it == dev.state.stats.end()) return refuse(Why::StatUnknown, BCM_E_NOT_FOUND);
+        if (!it->second.entries.empty()) return refuse(Why::StatBusy, BCM_E_BUSY);
         dev.state.stats.erase(it);
         return BCM_E_NONE;
       });
@@ -131,7 +133,7 @@ int bcm_field_stat_get(int unit, int stat_id, bcm_field_stat_t stat, uint64* val
             stat_source(unit, stat_id, stat).output("uint64", "stat_value").build()};
       },
       [&](Device& dev) -> int {
-        if (!value) return BCM_E_PARAM;
+        if (!value) return refuse(Why::BadArgument, BCM_E_PARAM);
         return with_stat_type(
             dev, stat_id, stat,
             [&](bcmsim::Stat& s, size_t i) -> int {
@@ -161,7 +163,9 @@ int bcm_field_stat_set(int unit, int stat_id, bcm_field_stat_t stat, uint64 valu
             },
             // Without a hardware counter a zero is accepted and changes nothing: the kept counts
             // come back with the next counter.
-            [&](bcmsim::Stat&) { return value == 0 ? BCM_E_NONE : BCM_E_UNAVAIL; });
+            [&](bcmsim::Stat&) {
+              return value == 0 ? BCM_E_NONE : refuse(Why::StatSetWithoutCounter, BCM_E_UNAVAIL);
+            });
       });
 }
 
@@ -173,11 +177,13 @@ int bcm_field_entry_stat_attach(int unit, bcm_field_entry_t entry, int stat_id) 
       },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](bcmsim::Entry& e) -> int {
-          if (e.staged.stat) return BCM_E_EXISTS;
+          if (e.staged.stat) return refuse(Why::StatAttached, BCM_E_EXISTS);
           auto it = dev.state.stats.find(stat_id);
-          if (it == dev.state.stats.end()) return BCM_E_NOT_FOUND;
-          if (it->second.group != e.group) return BCM_E_PARAM;
-          if (!counter_serves_slice(dev, it->second, e)) return BCM_E_CONFIG;
+          if (it == dev.state.stats.end()) return refuse(Why::StatUnknown, BCM_E_NOT_FOUND);
+          if (it->second.group != e.group) return refuse(Why::StatOfAnotherGroup, BCM_E_PARAM);
+          if (!counter_serves_slice(dev, it->second, e)) {
+            return refuse(Why::CounterOfAnotherSlice, BCM_E_CONFIG);
+          }
           e.staged.stat = stat_id;
           it->second.entries.insert(entry);
           return BCM_E_NONE;
@@ -193,8 +199,8 @@ int bcm_field_entry_stat_detach(int unit, bcm_field_entry_t entry, int stat_id) 
       },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](bcmsim::Entry& e) -> int {
-          if (!e.staged.stat) return BCM_E_EMPTY;
-          if (e.staged.stat != stat_id) return BCM_E_PARAM;
+          if (!e.staged.stat) return refuse(Why::StatNotAttached, BCM_E_EMPTY);
+          if (e.staged.stat != stat_id) return refuse(Why::OtherStatAttached, BCM_E_PARAM);
           // The counter is given up at once; the entry's hardware stops counting for the object
           // although it points at it until the next install.
           stop_counting(dev.state, stat_id, entry);

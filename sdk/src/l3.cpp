@@ -32,13 +32,13 @@ bool used_by_installed_entry(const State& state, bcm_if_t egress) {
 }
 
 int create_intf(Device& dev, bcm_l3_intf_t* intf) {
-  if (!intf) return BCM_E_PARAM;
+  if (!intf) return refuse(Why::BadArgument, BCM_E_PARAM);
   auto& intfs = dev.state.l3_intfs;
   const bool replace = intf->l3a_flags & BCM_L3_REPLACE;
   bcm_if_t id = intf->l3a_intf_id;
   if (intf->l3a_flags & BCM_L3_WITH_ID) {
-    if (id < 0) return BCM_E_PARAM;
-    if (intfs.count(id) && !replace) return BCM_E_EXISTS;
+    if (id < 0) return refuse(Why::BadArgument, BCM_E_PARAM);
+    if (intfs.count(id) && !replace) return refuse(Why::L3ObjectExists, BCM_E_EXISTS);
   } else {
     // Nothing looks interfaces up by MAC address and VLAN: the same pair twice is two interfaces.
     id = dev.intf_ids.take([&](int taken) { return intfs.count(taken) > 0; });
@@ -49,13 +49,15 @@ int create_intf(Device& dev, bcm_l3_intf_t* intf) {
 }
 
 int create_egress(Device& dev, uint32 flags, bcm_l3_egress_t* egress, bcm_if_t* if_id) {
-  if (!egress_mode_on(dev)) return BCM_E_DISABLED;
-  if (!egress || !if_id) return BCM_E_PARAM;
+  if (!egress_mode_on(dev)) return refuse(Why::L3EgressModeOff, BCM_E_DISABLED);
+  if (!egress || !if_id) return refuse(Why::BadArgument, BCM_E_PARAM);
   auto& egresses = dev.state.l3_egresses;
   bcm_if_t id = *if_id;
   if (flags & BCM_L3_WITH_ID) {
-    if (id < kEgressIdBase) return BCM_E_PARAM;
-    if (egresses.count(id) && !(flags & BCM_L3_REPLACE)) return BCM_E_EXISTS;
+    if (id < kEgressIdBase) return refuse(Why::BadArgument, BCM_E_PARAM);
+    if (egresses.count(id) && !(flags & BCM_L3_REPLACE)) {
+      return refuse(Why::L3ObjectExists, BCM_E_EXISTS);
+    }
   } else {
     id = dev.egress_ids.take([&](int taken) { return egresses.count(taken) > 0; });
   }
@@ -131,8 +133,10 @@ int bcm_l3_intf_delete(int unit, bcm_l3_intf_t* intf) {
   return sdk_call(
       __func__, unit, kNoEntry, [&] { return intf_args(unit, intf); },
       [&](Device& dev) -> int {
-        if (!intf) return BCM_E_PARAM;
-        if (!dev.state.l3_intfs.erase(intf->l3a_intf_id)) return BCM_E_NOT_FOUND;
+        if (!intf) return refuse(Why::BadArgument, BCM_E_PARAM);
+        if (!dev.state.l3_intfs.erase(intf->l3a_intf_id)) {
+          return refuse(Why::L3ObjectUnknown, BCM_E_NOT_FOUND);
+        }
         dev.intf_ids.release(intf->l3a_intf_id);
         return BCM_E_NONE;
       });
@@ -154,10 +158,10 @@ int bcm_l3_egress_destroy(int unit, bcm_if_t intf) {
   return sdk_call(
       __func__, unit, kNoEntry, [&] { return std::to_string(unit) + ", " + std::to_string(intf); },
       [&](Device& dev) -> int {
-        if (!egress_mode_on(dev)) return BCM_E_DISABLED;
-        if (intf < kEgressIdBase) return BCM_E_PARAM;
-        if (!dev.state.l3_egresses.count(intf)) return BCM_E_NOT_FOUND;
-        if (used_by_installed_entry(dev.state, intf)) return BCM_E_BUSY;
+        if (!egress_mode_on(dev)) return refuse(Why::L3EgressModeOff, BCM_E_DISABLED);
+        if (intf < kEgressIdBase) return refuse(Why::BadArgument, BCM_E_PARAM);
+        if (!dev.state.l3_egresses.count(intf)) return refuse(Why::L3ObjectUnknown, BCM_E_NOT_FOUND);
+        if (used_by_installed_entry(dev.state, intf)) return refuse(Why::L3EgressBusy, BCM_E_BUSY);
         dev.state.l3_egresses.erase(intf);
         dev.egress_ids.release(intf);
         return BCM_E_NONE;

@@ -24,20 +24,23 @@ std::string config_text(const bcm_policer_config_t* config) {
 // Without an id the next free one is given; with an id in use the configuration is replaced,
 // only if asked and only while no entry uses the policer.
 int create_policer(Device& dev, const bcm_policer_config_t* config, bcm_policer_t* policer_id) {
-  if (!config || !policer_id) return BCM_E_PARAM;
-  if (config->flags & BCM_POLICER_DROP_RED) return BCM_E_PARAM;  // not on this device family
+  if (!config || !policer_id) return refuse(Why::BadArgument, BCM_E_PARAM);
+  // DROP_RED is not on this device family.
+  if (config->flags & BCM_POLICER_DROP_RED) return refuse(Why::BadArgument, BCM_E_PARAM);
   const bool with_id = config->flags & BCM_POLICER_WITH_ID;
-  if (with_id && (*policer_id < 0 || *policer_id >= kFieldIdEnd)) return BCM_E_PARAM;
+  if (with_id && (*policer_id < 0 || *policer_id >= kFieldIdEnd)) {
+    return refuse(Why::BadArgument, BCM_E_PARAM);
+  }
   if (config->mode == bcmPolicerModeCommitted && (config->pkbits_sec || config->pkbits_burst)) {
-    return BCM_E_PARAM;  // one rate, one bucket: no peak
+    return refuse(Why::BadArgument, BCM_E_PARAM);  // one rate, one bucket: no peak
   }
   auto& policers = dev.state.policers;
   if (with_id) {
     auto existing = policers.find(*policer_id);
     if (existing != policers.end()) {
-      if (!(config->flags & BCM_POLICER_REPLACE)) return BCM_E_EXISTS;
-      if (!existing->second.attachments.empty()) return BCM_E_BUSY;
-      if (!meterable_mode(config->mode)) return BCM_E_UNAVAIL;
+      if (!(config->flags & BCM_POLICER_REPLACE)) return refuse(Why::PolicerExists, BCM_E_EXISTS);
+      if (!existing->second.attachments.empty()) return refuse(Why::PolicerBusy, BCM_E_BUSY);
+      if (!meterable_mode(config->mode)) return refuse(Why::PolicerModeUnmeterable, BCM_E_UNAVAIL);
       existing->second.config = *config;
       dev.meters.erase(*policer_id);
       return BCM_E_NONE;
@@ -47,7 +50,7 @@ int create_policer(Device& dev, const bcm_policer_config_t* config, bcm_policer_
   const bcm_policer_t id =
       with_id ? *policer_id
               : dev.policer_ids.take([&](int taken) { return policers.count(taken) > 0; });
-  if (!meterable_mode(config->mode)) return BCM_E_UNAVAIL;
+  if (!meterable_mode(config->mode)) return refuse(Why::PolicerModeUnmeterable, BCM_E_UNAVAIL);
   *policer_id = id;
   Policer& policer = policers[*policer_id];
   policer.id = *policer_id;
@@ -58,7 +61,8 @@ int create_policer(Device& dev, const bcm_policer_config_t* config, bcm_policer_
 template <class Use>
 int with_policer(Device& dev, bcm_policer_t id, Use&& use) {
   auto it = dev.state.policers.find(id);
-  return it == dev.state.policers.end() ? BCM_E_NOT_FOUND : use(it->second);
+  return it == dev.state.policers.end() ? refuse(Why::PolicerUnknown, BCM_E_NOT_FOUND)
+                                        : use(it->second);
 }
 
 CSourceBuilder::Fields policer_fields(const bcm_policer_config_t& config) {
@@ -119,7 +123,7 @@ int bcm_policer_destroy(int unit, bcm_policer_t policer_id) {
       [&] { return std::to_string(unit) + ", " + std::to_string(policer_id); },
       [&](Device& dev) -> int {
         return with_policer(dev, policer_id, [&](bcmsim::Policer& policer) -> int {
-          if (!policer.attachments.empty()) return BCM_E_BUSY;
+          if (!policer.attachments.empty()) return refuse(Why::PolicerBusy, BCM_E_BUSY);
           dev.state.policers.erase(policer_id);
           dev.meters.erase(policer_id);
           return BCM_E_NONE;
@@ -145,7 +149,7 @@ int bcm_policer_set(int unit, bcm_policer_t policer_id, bcm_policer_config_t* po
       },
       [&](Device& dev) -> int {
         if (!pol_cfg || pol_cfg->mode < 0 || pol_cfg->mode >= bcmPolicerModeCount) {
-          return BCM_E_PARAM;
+          return refuse(Why::BadArgument, BCM_E_PARAM);
         }
         return with_policer(dev, policer_id, [&](bcmsim::Policer& policer) -> int {
           policer.config = *pol_cfg;
@@ -167,7 +171,7 @@ int bcm_policer_get(int unit, bcm_policer_t policer_id, bcm_policer_config_t* po
                               .build()};
       },
       [&](Device& dev) -> int {
-        if (!pol_cfg) return BCM_E_PARAM;
+        if (!pol_cfg) return refuse(Why::BadArgument, BCM_E_PARAM);
         return with_policer(dev, policer_id, [&](bcmsim::Policer& policer) -> int {
           *pol_cfg = policer.config;
           return BCM_E_NONE;

@@ -55,7 +55,7 @@ int bcm_port_control_set(int unit, bcm_port_t port, bcm_port_control_t type, int
       __func__, unit, kNoEntry,
       [&] { return control_args(unit, port, type) + ", " + std::to_string(value); },
       [&](Device& dev) -> int {
-        if (!port_exists(dev.config, port)) return BCM_E_PORT;
+        if (!port_exists(dev.config, port)) return refuse(Why::PortUnknown, BCM_E_PORT);
         dev.state.port_controls[{port, type}] = value;
         return BCM_E_NONE;
       });
@@ -72,8 +72,8 @@ int bcm_port_control_get(int unit, bcm_port_t port, bcm_port_control_t type, int
                               .build()};
       },
       [&](Device& dev) -> int {
-        if (!port_exists(dev.config, port)) return BCM_E_PORT;
-        if (!value) return BCM_E_PARAM;
+        if (!port_exists(dev.config, port)) return refuse(Why::PortUnknown, BCM_E_PORT);
+        if (!value) return refuse(Why::BadArgument, BCM_E_PARAM);
         auto it = dev.state.port_controls.find({port, type});
         *value = it == dev.state.port_controls.end() ? 0 : it->second;
         return BCM_E_NONE;
@@ -93,7 +93,7 @@ int bcm_port_config_get(int unit, bcm_port_config_t* config) {
                           CSourceBuilder().number(unit).output("bcm_port_config_t", "port_config").build()};
       },
       [&](Device& dev) -> int {
-        if (!config) return BCM_E_PARAM;
+        if (!config) return refuse(Why::BadArgument, BCM_E_PARAM);
         *config = dev.port_config;
         return BCM_E_NONE;
       });

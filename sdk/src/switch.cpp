@@ -30,7 +30,7 @@ int bcm_switch_control_get(int unit, bcm_switch_control_t type, int* arg) {
                           CSourceBuilder().number(unit).number(type).output("int", "switch_control").build()};
       },
       [&](Device& dev) -> int {
-        if (!arg) return BCM_E_PARAM;
+        if (!arg) return refuse(Why::BadArgument, BCM_E_PARAM);
         auto it = dev.state.switch_controls.find(type);
         *arg = it == dev.state.switch_controls.end() ? 0 : it->second;
         return BCM_E_NONE;

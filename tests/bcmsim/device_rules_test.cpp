@@ -15,6 +15,7 @@
 
 #include <bcmsim/device.h>
 #include <bcmsim/json.h>
+#include <bcmsim/refusals.h>
 
 #include "support/sdk_builders.h"
 
@@ -83,6 +84,7 @@ struct Refusal {
   std::string name;
   std::function<int()> call;
   int expected;
+  const char* rule;  // the rule the refusal names
 };
 
 void PrintTo(const Refusal& refusal, std::ostream* out) {
@@ -94,6 +96,7 @@ class DeviceRules : public ::testing::TestWithParam<Refusal> {
   void SetUp() override {
     bcmsim::reset();
     standard_setup();
+    bcmsim::clear_refusals();
   }
 };
 
@@ -101,65 +104,68 @@ TEST_P(DeviceRules, RefusesWithTheSdkCodeAndChangesNothing) {
   const std::string before = bcmsim::dump_json();
   EXPECT_EQ(GetParam().call(), GetParam().expected);
   EXPECT_EQ(bcmsim::dump_json(), before);
+  ASSERT_EQ(bcmsim::refusals().size(), 1u);
+  const bcmsim::Rule* rule = bcmsim::refusals().front().rule;
+  EXPECT_EQ(rule ? rule->id : "none", GetParam().rule);
 }
 
 bcm_mac_t kMac = {0, 1, 2, 3, 4, 5};
 
-// A row: its name, the code, and the refused call as an expression.
+// A row: its name, the code, the rule named, and the refused call as an expression.
 // clang-format off
-#define REFUSAL(name, code, call) Refusal{#name, [] { return call; }, code}
+#define REFUSAL(name, code, rule, call) Refusal{#name, [] { return call; }, code, rule}
 // clang-format on
 
 const Refusal kRefusals[] = {
-    REFUSAL(UnknownUnit, BCM_E_UNIT, bcm_field_entry_install(3, kEntry)),
-    REFUSAL(GroupIdInUse, BCM_E_EXISTS, create_group(kGroup, bcmFieldQualifyStageIngress, {})),
-    REFUSAL(GroupStageFull, BCM_E_RESOURCE, create_group(5, bcmFieldQualifyStageLookup, {})),
-    REFUSAL(GroupDestroyWithEntries, BCM_E_BUSY, bcm_field_group_destroy(0, kGroup)),
-    REFUSAL(EntryIdInUseOnTheUnit, BCM_E_EXISTS, bcm_field_entry_create_id(0, 17, kEntry)),
-    REFUSAL(QualifierNotInQset, BCM_E_NOT_FOUND, bcm_field_qualify_SrcMac(0, kEntry, kMac, kMac)),
-    REFUSAL(QualifierGetNotInQset, BCM_E_NOT_FOUND,
+    REFUSAL(UnknownUnit, BCM_E_UNIT, "unit", bcm_field_entry_install(3, kEntry)),
+    REFUSAL(GroupIdInUse, BCM_E_EXISTS, "group-exists", create_group(kGroup, bcmFieldQualifyStageIngress, {})),
+    REFUSAL(GroupStageFull, BCM_E_RESOURCE, "no-free-slice", create_group(5, bcmFieldQualifyStageLookup, {})),
+    REFUSAL(GroupDestroyWithEntries, BCM_E_BUSY, "group-busy", bcm_field_group_destroy(0, kGroup)),
+    REFUSAL(EntryIdInUseOnTheUnit, BCM_E_EXISTS, "entry-exists", bcm_field_entry_create_id(0, 17, kEntry)),
+    REFUSAL(QualifierNotInQset, BCM_E_NOT_FOUND, "qset-miss", bcm_field_qualify_SrcMac(0, kEntry, kMac, kMac)),
+    REFUSAL(QualifierGetNotInQset, BCM_E_NOT_FOUND, "qualifier-read-miss",
             bcm_field_qualify_IpType_get(0, kEntry, &ip_type)),
-    REFUSAL(ActionTheStageDoesNotSupport, BCM_E_UNAVAIL,
+    REFUSAL(ActionTheStageDoesNotSupport, BCM_E_UNAVAIL, "stage-lacks-action",
             bcm_field_action_add(0, kEntry, bcmFieldActionInnerVlanPrioNew, 0, 0)),
-    REFUSAL(ActionDeleteNotOnEntry, BCM_E_NOT_FOUND,
+    REFUSAL(ActionDeleteNotOnEntry, BCM_E_NOT_FOUND, "action-not-held",
             bcm_field_action_delete(0, kEntry, bcmFieldActionDrop, 0, 0)),
-    REFUSAL(BitmapActionThroughActionAdd, BCM_E_PARAM,
+    REFUSAL(BitmapActionThroughActionAdd, BCM_E_PARAM, "bad-argument",
             bcm_field_action_add(0, kUnknown, bcmFieldActionEgressMask, 0, 0)),
-    REFUSAL(ActionTwice, BCM_E_CONFIG,
+    REFUSAL(ActionTwice, BCM_E_CONFIG, "action-twice",
             bcm_field_action_add(0, kOtherEntry, bcmFieldActionDrop, 0, 0)),
-    REFUSAL(ActionPairTheFamilyRefuses, BCM_E_CONFIG,
+    REFUSAL(ActionPairTheFamilyRefuses, BCM_E_CONFIG, "action-conflict",
             bcm_field_action_add(0, kOtherEntry, bcmFieldActionRpDrop, 0, 0)),
-    REFUSAL(StatCreateBadType, BCM_E_PARAM, create_stat(kGroup, static_cast<bcm_field_stat_t>(14))),
-    REFUSAL(StatDestroyWhileAttached, BCM_E_BUSY, bcm_field_stat_destroy(0, kStat)),
-    REFUSAL(StatAttachEntryHasOne, BCM_E_EXISTS,
+    REFUSAL(StatCreateBadType, BCM_E_PARAM, "bad-argument", create_stat(kGroup, static_cast<bcm_field_stat_t>(14))),
+    REFUSAL(StatDestroyWhileAttached, BCM_E_BUSY, "stat-busy", bcm_field_stat_destroy(0, kStat)),
+    REFUSAL(StatAttachEntryHasOne, BCM_E_EXISTS, "stat-attached",
             bcm_field_entry_stat_attach(0, kEntry, kSpareStat)),
-    REFUSAL(StatDetachNoneAttached, BCM_E_EMPTY,
+    REFUSAL(StatDetachNoneAttached, BCM_E_EMPTY, "stat-not-attached",
             bcm_field_entry_stat_detach(0, kOtherEntry, kStat)),
-    REFUSAL(StatDetachAnotherAttached, BCM_E_PARAM,
+    REFUSAL(StatDetachAnotherAttached, BCM_E_PARAM, "other-stat-attached",
             bcm_field_entry_stat_detach(0, kEntry, kSpareStat)),
-    REFUSAL(StatSetBeforeAnyInstall, BCM_E_UNAVAIL,
+    REFUSAL(StatSetBeforeAnyInstall, BCM_E_UNAVAIL, "stat-set-without-counter",
             bcm_field_stat_set(0, kStat, bcmFieldStatPackets, 5)),
-    REFUSAL(PolicerAttachUnknownPolicer, BCM_E_NOT_FOUND,
+    REFUSAL(PolicerAttachUnknownPolicer, BCM_E_NOT_FOUND, "policer-unknown",
             bcm_field_entry_policer_attach(0, kEntry, 1, 99)),
-    REFUSAL(PolicerAttachLevelInUse, BCM_E_EXISTS,
+    REFUSAL(PolicerAttachLevelInUse, BCM_E_EXISTS, "policer-level-used",
             bcm_field_entry_policer_attach(0, kEntry, 0, kPolicer)),
-    REFUSAL(PolicerAttachBadLevelBeforeTheEntry, BCM_E_PARAM,
+    REFUSAL(PolicerAttachBadLevelBeforeTheEntry, BCM_E_PARAM, "bad-argument",
             bcm_field_entry_policer_attach(0, kUnknown, 2, kPolicer)),
-    REFUSAL(PolicerAttachOnePolicerTwoLevels, BCM_E_PARAM,
+    REFUSAL(PolicerAttachOnePolicerTwoLevels, BCM_E_PARAM, "policer-at-both-levels",
             bcm_field_entry_policer_attach(0, kEntry, 1, kPolicer)),
-    REFUSAL(PolicerAttachAtTheLookupStage, BCM_E_NOT_FOUND,
+    REFUSAL(PolicerAttachAtTheLookupStage, BCM_E_NOT_FOUND, "stage-has-no-meters",
             bcm_field_entry_policer_attach(0, kLookupEntry, 0, kPolicer)),
-    REFUSAL(PolicerSharedAtAnotherLevel, BCM_E_PARAM,
+    REFUSAL(PolicerSharedAtAnotherLevel, BCM_E_PARAM, "policer-shared-elsewhere",
             bcm_field_entry_policer_attach(0, kOtherEntry, 1, kPolicer)),
-    REFUSAL(PolicerDetachEmptyLevel, BCM_E_EMPTY, bcm_field_entry_policer_detach(0, kEntry, 1)),
-    REFUSAL(PolicerDestroyWhileAttached, BCM_E_BUSY, bcm_policer_destroy(0, kPolicer)),
-    REFUSAL(PolicerCreateWithIdInUse, BCM_E_EXISTS, create_policer(BCM_POLICER_WITH_ID, kPolicer)),
-    REFUSAL(PolicerReplaceWhileAttached, BCM_E_BUSY,
+    REFUSAL(PolicerDetachEmptyLevel, BCM_E_EMPTY, "policer-level-empty", bcm_field_entry_policer_detach(0, kEntry, 1)),
+    REFUSAL(PolicerDestroyWhileAttached, BCM_E_BUSY, "policer-busy", bcm_policer_destroy(0, kPolicer)),
+    REFUSAL(PolicerCreateWithIdInUse, BCM_E_EXISTS, "policer-exists", create_policer(BCM_POLICER_WITH_ID, kPolicer)),
+    REFUSAL(PolicerReplaceWhileAttached, BCM_E_BUSY, "policer-busy",
             create_policer(BCM_POLICER_WITH_ID | BCM_POLICER_REPLACE, kPolicer)),
-    REFUSAL(PolicerCommittedWithAPeak, BCM_E_PARAM,
+    REFUSAL(PolicerCommittedWithAPeak, BCM_E_PARAM, "bad-argument",
             create_policer(0, 0, bcmPolicerModeCommitted, 100)),
-    REFUSAL(L3EgressBeforeEgressMode, BCM_E_DISABLED, create_l3_egress(0)),
-    REFUSAL(PortControlUnknownPort, BCM_E_PORT,
+    REFUSAL(L3EgressBeforeEgressMode, BCM_E_DISABLED, "l3-egress-mode-off", create_l3_egress(0)),
+    REFUSAL(PortControlUnknownPort, BCM_E_PORT, "port-unknown",
             bcm_port_control_set(0, 40, bcmPortControlFilterIngress, 1)),
 };
 

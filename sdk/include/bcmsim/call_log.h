@@ -6,6 +6,8 @@
 
 namespace bcmsim {
 
+struct Rule;
+
 // A call as C source, for scripts that make it again: the variables it needs, the statements that
 // fill its inputs, its argument list, and the values it gave back through output arguments that
 // later calls use (an entry, statistics, policer or egress id).
@@ -26,6 +28,7 @@ struct Call {
   std::string args;  // the arguments as text, e.g. "0, 1048576, 0x800, 0xffff"
   int rc = 0;
   CallSource source;
+  const Rule* rule = nullptr;  // why a refused call was refused (bcmsim/refusals.h)
 
   std::string text() const;  // "function(args) = rc"
 };
