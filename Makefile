@@ -10,7 +10,8 @@ SOAK_STEPS ?= 150
 SUDO := $(if $(filter 0,$(shell id -u)),,sudo)
 PREFIX ?= $(CURDIR)/install
 
-.PHONY: deps install-missing build demo test asan bench fuzz soak sweep mutants install clean
+.PHONY: deps install-missing build demo test asan bench fuzz soak sweep mutants chip-table install \
+        clean
 
 deps:
 	@$(MAKE) --no-print-directory install-missing WANTED="$(PACKAGES)"
@@ -73,6 +74,11 @@ sweep: build
 # goes to build/mutants/report.txt. MUTANTS=id1,id2 runs those mutants only.
 mutants: deps
 	tools/mutants/run.sh
+
+# The table of docs/bcmsim.md of which named chips run each example, written again.
+chip-table: build
+	cmake -DFILTERSIM=build/default/tools/filtersim/filtersim -DSOURCE_DIR=$(CURDIR) -DMODE=write \
+	  -P tools/chip_table/chip_table.cmake
 
 install: build
 	cmake --install build/default --prefix $(PREFIX)

@@ -364,6 +364,9 @@ ChipProfile relaxed_katana2() {
   for (int stage : {kPreIngress, kEgress}) {
     chip.stages[stage].actions = chip.stages[stage].actions + library_actions();
   }
+  chip.relaxations = {"level-1 (parent) policers of every mode at ingress and egress",
+                      "statistics objects of any mix of types at every stage",
+                      "every action the filters library adds, at pre-ingress and egress"};
   return chip;
 }
 

@@ -3,6 +3,7 @@
 
 #include <bcmsim/device.h>
 #include <bcmsim/json.h>
+#include <bcmsim/names.h>
 #include <hal_callbacks/hal_callbacks_itf.h>
 #include <hal_filters_ll/hal_filters_bcm.h>
 
@@ -185,11 +186,13 @@ json stepJson(size_t index, const StepOutcome& step, bool trace) {
     json item = {{"kind", reason.kind == Reason::kLog ? "log" : "sdk_refusal"},
                  {"text", reason.text}};
     if (reason.kind == Reason::kLog) item["level"] = reason.level;
+    if (reason.kind == Reason::kSdkRefusal) item["rule"] = ruleJson(reason);
     reasons.push_back(item);
   }
   out["reasons"] = reasons;
   if (const Reason* refusal = firstSdkRefusal(step); step.result != 0 && refusal) {
     out["first_refusal"] = refusal->text;
+    out["first_refusal_rule"] = ruleJson(*refusal);
   }
   if (step.classification) {
     out["verdict"] = verdictJson(step.classification->verdict);
@@ -218,6 +221,21 @@ json counterJson(const RunResult& run) {
 
 }  // namespace
 
+json ruleJson(const Reason& refusal) {
+  json out = {{"function", refusal.function}, {"code", bcmsim::error_name(refusal.rc)}};
+  if (!refusal.rule) return out;
+  out["rule"] = refusal.rule->id;
+  out["words"] = refusal.rule->words;
+  out["decided_in"] = refusal.rule->decided_in(refusal.function);
+  out["chip_rule"] = refusal.rule->chip;
+  return out;
+}
+
+json deviceJson() {
+  const bcmsim::ChipProfile& chip = bcmsim::config().chip;
+  return {{"chip", chip.name}, {"family", chip.family}, {"relaxations", chip.relaxations}};
+}
+
 void writeJsonError(std::ostream& out, const std::string& kind, const std::string& message,
                     const LoadError* where) {
   json error = {{"kind", kind}, {"message", message}};
@@ -238,7 +256,8 @@ class JsonReport : public RunSink {
       : out_(out), file_(std::move(file)), sections_(sections), trace_(trace) {}
 
   void start(const RunResult&) override {
-    out_ << "{\n\"scenario\": " << json(file_).dump() << ",\n\"steps\": [";
+    out_ << "{\n\"scenario\": " << json(file_).dump() << ",\n\"device\": " << deviceJson().dump(2)
+         << ",\n\"steps\": [";
   }
   void step(size_t index, const StepOutcome& step) override {
     out_ << (index == 1 ? "\n" : ",\n") << stepJson(index, step, trace_).dump(2);

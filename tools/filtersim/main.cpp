@@ -1,8 +1,8 @@
 // filtersim: runs a scenario through the filters library on the software device and shows what
 // the chip holds, what each packet hits, and whether every expectation held.
 //
-// Exit status: 0 every expectation held, 1 one did not, 2 the scenario or the command line is
-// invalid.
+// Exit status: 0 every expectation held (with --check-chips: on every named chip, and no step
+// failed that was not expected to), 1 one did not, 2 the scenario or the command line is invalid.
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -17,6 +17,8 @@
 #include <hal_callbacks/hal_callbacks_itf.h>
 
 #include "catalogue.h"
+#include "chip_check.h"
+#include "chip_choice.h"
 #include "cint_script.h"
 #include "demo_scenario.h"
 #include "report.h"
@@ -52,6 +54,9 @@ int main(int argc, char** argv) {
   bool trace = false;
   bool catalogue = false;
   bool explain = false;
+  bool list_chips = false;
+  bool check_chips = false;
+  std::string chip;
   int log_level = HalCallbacksItf::kError;
   std::string show = "groups,entries,counters,policers,l3";
   std::string cint_file;
@@ -65,6 +70,12 @@ int main(int argc, char** argv) {
                "explain every packet: the entry hit in each group, or the closest misses");
   app.add_flag("--catalogue", catalogue,
                "print the group types: the matches each takes at each stage, and exit");
+  app.add_option("--chip", chip,
+                 "run on this named chip (see --chips), whatever the scenario's switch names");
+  app.add_flag("--chips", list_chips, "list the chips bcmsim can answer as, and exit");
+  app.add_flag("--check-chips", check_chips,
+               "run the scenario on every named chip and show which run it")
+      ->excludes("--chip");
   app.add_option("--log-level", log_level, "library log lines up to this level go to stderr")
       ->check(CLI::Range(0, 7));
   app.add_option("--show", show,
@@ -86,6 +97,10 @@ int main(int argc, char** argv) {
   }
   if (catalogue) {
     filtersim::writeCatalogue(std::cout);
+    return 0;
+  }
+  if (list_chips) {
+    filtersim::writeChipList(std::cout);
     return 0;
   }
 
@@ -116,6 +131,20 @@ int main(int argc, char** argv) {
     if (!pcap.empty()) scenario->appendReplay(std::filesystem::absolute(pcap).string(), in_port);
   } catch (const filtersim::LoadError& error) {
     return refuse(json, "usage", error.message());
+  }
+  try {
+    if (!chip.empty()) scenario->useChip(chip);
+    if (check_chips) {
+      const nlohmann::json check = filtersim::checkChips(*scenario);
+      if (json) {
+        std::cout << check.dump(2) << "\n";
+      } else {
+        filtersim::writeChipMatrix(std::cout, check);
+      }
+      return check["runs_on_every_chip"].get<bool>() ? 0 : 1;
+    }
+  } catch (const filtersim::LoadError& error) {
+    return refuse(json, "usage", error.message(), error.line() > 0 ? &error : nullptr);
   }
 
   std::unique_ptr<filtersim::RunSink> report =

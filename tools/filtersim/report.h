@@ -6,6 +6,8 @@
 #include <set>
 #include <string>
 
+#include <nlohmann/json.hpp>
+
 #include "runner.h"
 #include "yaml_reader.h"
 
@@ -29,6 +31,11 @@ std::unique_ptr<RunSink> textReport(std::ostream& out, const std::string& file,
                                     const Sections& sections, bool trace);
 std::unique_ptr<RunSink> jsonReport(std::ostream& out, const std::string& file,
                                     const Sections& sections, bool trace);
+// A refused call and its rule: {function, code, rule, words, decided_in, chip_rule}.
+nlohmann::json ruleJson(const Reason& refusal);
+// The device a run answers as: {chip, family, relaxations}.
+nlohmann::json deviceJson();
+
 // The one JSON document of a run that cannot start: {"error": {kind, message, file, line,
 // column}}, the place when the error has one.
 void writeJsonError(std::ostream& out, const std::string& kind, const std::string& message,

@@ -9,6 +9,7 @@
 #include <bcmsim/call_log.h>
 #include <bcmsim/classify.h>
 #include <bcmsim/explain.h>
+#include <bcmsim/refusals.h>
 
 #include "hits.h"
 #include "replay.h"
@@ -23,7 +24,15 @@ struct Reason {
   enum Kind { kLog, kSdkRefusal } kind;
   int level = 0;  // of a log line
   std::string text;
+  // Of a refusal: the call, its code and the device's rule.
+  std::string function;
+  int rc = 0;
+  const bcmsim::Rule* rule = nullptr;
 };
+
+// A refusal's rule in words and where the SDK decides it: "the stage has no such qualifier
+// (decided in _field_group_add_initialize (field_common.c))".
+std::string ruleText(const Reason& refusal);
 
 struct StepOutcome {
   const Step* step = nullptr;
@@ -58,6 +67,7 @@ struct RunOptions {
   int log_level = 3;   // library log lines up to this level also go to standard error
   bool progress = false;  // after a second, show how far the run is on standard error
   bool explain = false;   // explain every packet (the JSON report always does)
+  bool replay = true;     // replay captures; otherwise their steps are passed over
 };
 
 // Where a run's outcomes go, as they come: the set-up, every step, then the end.

@@ -48,6 +48,8 @@ struct VlanClass {
 
 struct SwitchSetup {
   bcmsim::Config device;
+  std::string chip;        // the named chip the switch is, or empty for the default device
+  int geometry_line = 0;   // the line of the scenario's own slices or entries, 0 when none
   int front_ports = 32;                  // eth1..ethN on local ports 1..N; cpu0 is port 0
   std::vector<RemotePort> remote_ports;  // modport gports
   std::vector<limid_t> unmapped_ports;   // named, but without a gport

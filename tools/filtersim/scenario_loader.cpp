@@ -8,6 +8,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "chip_choice.h"
 #include "step_stream.h"
 #include "value_parsers.h"
 
@@ -111,7 +112,7 @@ SwitchSetup ScenarioLoader::loadSwitch(const YAML::Node& node) {
   }
   reader_.expectMap(node,
                     {"ports", "remote_ports", "unmapped_ports", "lags", "destinations", "vpns",
-                     "virtual_ports", "service_ports", "vlan_classes", "device"},
+                     "virtual_ports", "service_ports", "vlan_classes", "device", "chip"},
                     "switch");
   if (node["ports"])
     setup.front_ports = static_cast<int>(reader_.integer(node["ports"], 1, 250, "ports"));
@@ -141,7 +142,16 @@ SwitchSetup ScenarioLoader::loadSwitch(const YAML::Node& node) {
                reader_.integer(reader_.need(item.second, "mask"), 0, 0xffffffff, "mask"))});
     }
   }
-  if (node["device"]) loadDevice(node["device"], setup.device);
+  if (node["device"]) loadDevice(node["device"], setup);
+  if (const YAML::Node chip = node["chip"]) {
+    const std::string name = reader_.text(chip, "a chip name");
+    if (setup.geometry_line) {
+      reader_.fail(chip, "a chip's geometry is the chip's: drop the device's slices_per_stage and "
+                         "entries_per_slice (line " + std::to_string(setup.geometry_line) + ")");
+    }
+    if (std::optional<std::string> error = applyChip(name, setup.device)) reader_.fail(chip, *error);
+    setup.chip = name;
+  }
   return setup;
 }
 
@@ -296,7 +306,8 @@ void ScenarioLoader::loadDestinations(const YAML::Node& node, SwitchSetup& setup
   }
 }
 
-void ScenarioLoader::loadDevice(const YAML::Node& node, bcmsim::Config& device) {
+void ScenarioLoader::loadDevice(const YAML::Node& node, SwitchSetup& setup) {
+  bcmsim::Config& device = setup.device;
   reader_.expectMap(node,
                     {"slices_per_stage", "entries_per_slice", "disabled_ports", "internal_ports"},
                     "device");
@@ -316,6 +327,9 @@ void ScenarioLoader::loadDevice(const YAML::Node& node, bcmsim::Config& device) 
   triple("slices_per_stage", slices);
   triple("entries_per_slice", entries);
   if (node["slices_per_stage"] || node["entries_per_slice"]) {
+    const YAML::Node geometry = node["slices_per_stage"] ? node["slices_per_stage"]
+                                                         : node["entries_per_slice"];
+    setup.geometry_line = reader_.line(geometry.Mark());
     for (int stage = 0; stage < bcmsim::kStageCount; ++stage)
       device.slices[stage] = bcmsim::Config::equal_slices(slices[stage], entries[stage]);
   }

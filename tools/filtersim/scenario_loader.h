@@ -45,7 +45,7 @@ class ScenarioLoader {
   void loadDestinations(const YAML::Node& node, SwitchSetup& setup);
   // Remote and unmapped ports, VPN access ports, virtual and service ports.
   void loadDeclaredInterfaces(const YAML::Node& node, SwitchSetup& setup);
-  void loadDevice(const YAML::Node& node, bcmsim::Config& device);
+  void loadDevice(const YAML::Node& node, SwitchSetup& setup);
   limid_t declare(const YAML::Node& name, limid_type_t type);
   limid_t interface(const YAML::Node& node, const char* what) const;
   std::string declaredInterfaces() const;

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string_view>
 
+#include "chip_choice.h"
 #include "scenario_loader.h"
 
 namespace filtersim {
@@ -177,6 +178,22 @@ size_t ScenarioStream::size() const {
 
 void ScenarioStream::appendReplay(const std::string& path, const std::string& in_port) {
   appended_.push_back(loader_->loadCaptureOption(path, in_port));
+}
+
+void ScenarioStream::refuseOwnGeometry(const std::string& purpose) const {
+  if (setup_.geometry_line) {
+    throw LoadError(file_, setup_.geometry_line, 1,
+                    "the scenario sets its own device geometry, which a chip's replaces: drop "
+                    "slices_per_stage and entries_per_slice " + purpose);
+  }
+}
+
+void ScenarioStream::useChip(const std::string& name) {
+  refuseOwnGeometry("to run it on " + name);
+  if (std::optional<std::string> error = applyChip(name, setup_.device)) {
+    throw LoadError(file_, 0, 0, *error);
+  }
+  setup_.chip = name;
 }
 
 void ScenarioStream::forEachStep(const std::function<void(const Step&)>& use) const {

@@ -27,6 +27,11 @@ class ScenarioStream {
   // Replays the capture at `path`, arriving on `in_port`, after the steps (the command line asks
   // for it); a LoadError for an unknown port or a capture that cannot be read.
   void appendReplay(const std::string& path, const std::string& in_port);
+  // Runs on the named chip, whatever the scenario's switch names; a LoadError without a place
+  // for an unknown chip, or for a scenario with a geometry of its own.
+  void useChip(const std::string& name);
+  // A LoadError at the scenario's own slices or entries, if it has any: a chip's replace them.
+  void refuseOwnGeometry(const std::string& purpose) const;
   // Loads the steps again, in order, and hands each to `use`.
   void forEachStep(const std::function<void(const Step&)>& use) const;
 

@@ -7,6 +7,7 @@
 #include <hal_callbacks/hal_callbacks_itf.h>
 #include <hal_filters_ll/hal_filters_bcm.h>
 
+#include "chip_choice.h"
 #include "packet_fields.h"
 #include "report.h"
 
@@ -115,14 +116,18 @@ void writeStep(std::ostream& out, size_t index, const StepOutcome& step, bool tr
   if (step.replay) outcome = std::to_string(step.replay->packets) + " packets";
   if (step.value) outcome += ", value " + std::to_string(*step.value);
   const Reason* refusal = firstSdkRefusal(step);
-  if (step.result != 0 && refusal) outcome += ", first refused by " + refusal->text;
+  if (step.result != 0 && refusal) {
+    outcome += ", first refused by " + refusal->text + ": " + ruleText(*refusal);
+  }
   out << std::setw(4) << index << "  " << step.description << ": " << outcome << "\n";
   for (const std::string& warning : step.warnings) out << "        warning: " << warning << "\n";
   for (const Reason& reason : step.reasons) {
-    out << "        "
-        << (reason.kind == Reason::kLog ? "log <" + std::to_string(reason.level) + "> "
-                                        : std::string("SDK refused "))
-        << reason.text << "\n";
+    if (reason.kind == Reason::kLog) {
+      out << "        log <" << reason.level << "> " << reason.text << "\n";
+    } else {
+      out << "        SDK refused " << reason.text << "\n          rule: " << ruleText(reason)
+          << "\n";
+    }
   }
   for (const UserHit& hit : step.hits) out << "        hit " << hitText(hit) << "\n";
   writeExplanation(out, step.explanation, "        ");
@@ -233,7 +238,9 @@ class TextReport : public RunSink {
       : out_(out), file_(std::move(file)), sections_(sections), trace_(trace) {}
 
   void start(const RunResult& run) override {
-    out_ << "filtersim: " << file_ << "\n\nSteps\n";
+    out_ << "filtersim: " << file_ << "\n";
+    for (const std::string& line : deviceLines(bcmsim::config())) out_ << line << "\n";
+    out_ << "\nSteps\n";
     if (trace_) writeCalls(out_, run.setup_calls, "   set-up | ");
   }
   void step(size_t index, const StepOutcome& step) override {

@@ -63,6 +63,9 @@ struct ChipProfile {
   std::string name;    // the device id it answers as, "bcm56450"
   std::string family;  // "Katana 2"
   std::array<StageRules, kStageCount> stages;
+  // Where a profile is kinder than the chip it starts from, each kindness in words; empty for a
+  // named chip.
+  std::vector<std::string> relaxations;
 };
 
 }  // namespace bcmsim
