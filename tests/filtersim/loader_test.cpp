@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <bcmsim/chips.h>
+
 #include "scenario_loader.h"
 
 namespace {
@@ -64,6 +66,8 @@ INSTANTIATE_TEST_SUITE_P(
         Invalid{"MemberTwice", "switch: {lags: {lag1: [eth1, eth1]}}\nsteps: []\n", "s.yaml:1:30: eth1 is listed twice in lag1; a port joins one LAG once"},
         Invalid{"PortInTwoLags", "switch: {lags: {lag1: [eth1], lag2: eth1}}\nsteps: []\n", "s.yaml:1:37: eth1 is already a member of lag1; a port joins one LAG once"},
         Invalid{"PacketFromALag", "switch: {lags: {lag1: [eth1]}}\nsteps:\n  - packet: {in_port: lag1}\n", "s.yaml:3:23: 'lag1' is not a port: in_port takes a port (ethN or cpu0)"},
+        Invalid{"UnknownChip", "switch: {chip: bcm56851}\nsteps: []\n", "s.yaml:1:16: unknown chip bcm56851 (known: bcm56450, bcm56850, bcm56960)"},
+        Invalid{"ChipWithItsOwnGeometry", "switch:\n  device: {entries_per_slice: [128, 128, 128]}\n  chip: bcm56850\nsteps: []\n", "s.yaml:3:9: a chip's geometry is the chip's: drop the device's slices_per_stage and entries_per_slice (line 2)"},
         Invalid{"ValueOnAnotherStep", "steps:\n  - clear_counter: {id: 1}\n    expect: {value: 3}\n", "s.yaml:3:21: only read_counter has a value"}),
     [](const auto& test) { return std::string(test.param.name); });
 // clang-format on
@@ -123,6 +127,18 @@ TEST(ValidScenarios, LeaveTheLibraryToJudgeItsOwnValues) {
   const auto& entry = std::get<filtersim::CreateEntry>(scenario.steps[2].action).entry;
   EXPECT_EQ(entry.getCounters().at(1).getType(), 9);
   EXPECT_EQ(entry.getMatches().size(), 2u);
+}
+
+// A named chip brings its geometry and rules; the switch's own ports and port sets stay.
+TEST(ValidScenarios, ANamedChipReplacesTheDeviceButNotThePorts) {
+  const filtersim::Scenario scenario = filtersim::loadScenarioText(
+      "switch: {ports: 8, device: {disabled_ports: [3]}, chip: bcm56850}\nsteps: []\n", "s.yaml");
+  const bcmsim::Config& device = scenario.setup.device;
+  EXPECT_EQ(scenario.setup.chip, "bcm56850");
+  EXPECT_EQ(device.chip.family, "Trident 2");
+  EXPECT_EQ(device.slices, bcmsim::chip_config("bcm56850")->slices);
+  EXPECT_EQ(device.front_ports.size(), 8u);
+  EXPECT_EQ(device.disabled_ports, std::vector<int>{3});
 }
 
 TEST(ValidScenarios, TheBuiltInDemoLoads) {
