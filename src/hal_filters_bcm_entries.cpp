@@ -42,8 +42,10 @@ halFiltersErr_t HalFiltersBcm::createEntry(filtersGroupStage_t stage, unsigned s
     callbacks().log(kLogInfo, "[HAL FILTERS] %s() Creating Filter Entry (EID: %d; Hw EID: %d)",
                     "createEntry", entry.getId(), hw_entry.entry.getId());
     if (halFiltersErr_t rc = createHwEntry(key, hw_entry.entry); rc != HAL_FILTERS_OK) {
-      // The counter created above stays.
+      // The counter created above stays. A policer created for the failing entry before its
+      // attach failed has no user to release it, and goes once the undo has destroyed the entry.
       undoCreatedHwEntries(key, *pool, count);
+      releaseIdlePolicers(entry);
       filters_cache_.DestroyEntriesPool(base);
       return rc;
     }

@@ -102,7 +102,8 @@ class HalFiltersBcm : public HalFiltersItf {
   int createBcmPolicerAction(FiltersCommon::filtersGroupStage_t stage,
                              const policer::Action& action, int hw_eid);
   int removePolicer(int hw_eid);
-  // Destroys the entry's policers that an earlier failed destroy left without users.
+  // Destroys the entry's policers left without users: by an earlier failed destroy, or created
+  // for a create that then failed.
   int releaseIdlePolicers(const FiltersCommon::FiltersEntry& entry);
 
   // Topology events.

@@ -175,6 +175,20 @@ TEST_F(Entries, DeletingAnEntryWhoseCreateFailedReleasesItsCounter) {
   EXPECT_NE(filters->getCounterValue(7, value), 0);
 }
 
+TEST_F(Entries, AFailedCreateDestroysThePolicersItCreated) {
+  FiltersEntry entry = egressEntry(0, ports({limid_ethernet(1)}));
+  const policer::Mode flow = policer::Mode::Flow(100, 1000);
+  entry.setPolicer(policer::Policer(4, policer::Policer::STAGE_EGRESS, flow, {}));
+  entry.setPolicerParent(std::make_shared<policer::Policer>(5, policer::Policer::STAGE_EGRESS, flow,
+                                                            std::list<policer::Action>{}));
+  // The parent is attached at level 1 first; the entry's own policer is refused.
+  bcmsim::inject_fault({"bcm_field_entry_policer_attach", BCM_E_RESOURCE, 2, std::nullopt, false});
+  ASSERT_EQ(filters->createEntry(kEg, 0, entry), -1);
+  EXPECT_TRUE(bcmsim::state().policers.empty());
+  EXPECT_EQ(filters->createEntry(kEg, 0, entry), 0) << "both are created again";
+  EXPECT_EQ(bcmsim::state().policers.size(), 2u);
+}
+
 TEST_F(Entries, APoolLargerThanItsIdBlockIsRefusedUntouched) {
   std::list<limid_t> out_ports;
   for (unsigned port = 1; port <= 32; ++port) out_ports.push_back(limid_ethernet(port));
