@@ -60,7 +60,8 @@ fuzz: deps
 	  { tail -60 build/fuzz/fuzz.log; exit 1; }
 	@grep -E "^Done|^stat::" build/fuzz/fuzz.log
 
-# Many more random operation sequences than the test suite runs.
+# Many more random operation sequences than the test suite runs: SOAK_SEQUENCES on the default
+# device and a quarter as many on each named chip (both tests match RandomSequences.Keep*).
 soak: build
 	FILTERS_RANDOM_SEQUENCES=$(SOAK_SEQUENCES) FILTERS_RANDOM_STEPS=$(SOAK_STEPS) \
 	  ./build/default/tests/robustness/robustness_tests --gtest_filter='RandomSequences.Keep*'

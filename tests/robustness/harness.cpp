@@ -9,8 +9,10 @@
 #include <bcm/field.h>
 #include <bcm/l3.h>
 #include <bcm/policer.h>
+#include <bcmsim/chips.h>
 #include <bcmsim/device.h>
 #include <bcmsim/fault_plan.h>
+#include <bcmsim/refusals.h>
 
 #include <hal_filters_ll/device_profile.h>
 
@@ -41,19 +43,30 @@ std::vector<std::string> missing_from(std::vector<std::string> from,
 }
 
 // A library call on one user entry or counter, what it answered, and whether the model expected
-// it to succeed. A user repeats such a call after a failure.
+// it to succeed; then the model's change: `done` when the call succeeded or the chip refused it
+// (saying where the library stopped), `failed` when it failed as expected. A user repeats such a
+// call after a fault.
 struct Call {
   std::function<int()> library;
   bool accepted;
+  std::function<void(std::optional<Stopped>)> done = [](std::optional<Stopped>) {};
+  std::function<void()> failed = [] {};
   int rc = library();
 };
 
 class Run {
  public:
-  Run() : saved_log_level_(HalCallbacksItf::getInstance().level()) {
+  // On a named chip, with its geometry; on the default device, with room for all the generator
+  // can ask for.
+  explicit Run(const std::string& chip)
+      : named_(!chip.empty()), saved_log_level_(HalCallbacksItf::getInstance().level()) {
     HalCallbacksItf::getInstance().setLevel(0);
     bcmsim::Config config;
-    config.set_slice_entries({1024, 1024, 1024});  // room for all the generator can ask for
+    if (named_) {
+      config = *bcmsim::chip_config(chip);
+    } else {
+      config.set_slice_entries({1024, 1024, 1024});
+    }
     bcmsim::reset(config);
     test_support::set_up_ports();
     filters_cache_.CleanupCache();
@@ -95,9 +108,10 @@ class Run {
     HalCallbacksItf::getInstance().setLevel(saved_log_level_);
   }
 
-  // What a user does after a failure: a call on one user entry (or a counter read) is repeated;
-  // after a topology change the user entries it reached are deleted, and a delete that reports a
-  // failure is repeated once. The answer that counts is the repeated one.
+  // What a user does after a failure: a call on one user entry (or a counter read) is repeated
+  // after a fault; after a topology change that met a fault or failed, the user entries it
+  // reached are deleted, and a delete that reports a failure is repeated once. The answer that
+  // counts is the repeated one. A failure no fault explains must be the chip's refusal.
   void step(const Operation& op, bool record_calls) {
     const bool lag_change = op.kind == Operation::kAddMember ||
                             op.kind == Operation::kRemoveMember ||
@@ -106,24 +120,31 @@ class Run {
         lag_change ? model_->following(op.lag) : model_->sending_to(op.destination);
     if (op.fault) bcmsim::inject_fault(*op.fault);
     result_.faults_injected += op.fault.has_value();
+    refused_ = event_failed_ = false;
     bcmsim::set_call_log(record_calls);
     bcmsim::clear_calls();
+    bcmsim::clear_refusals();
     std::optional<Call> call = apply(op);
     if (record_calls) result_.calls = bcmsim::call_names();
     bcmsim::set_call_log(false);
     const bool fired = op.fault && bcmsim::pending_faults() == 0;
     bcmsim::clear_faults();
+    // A fault after the chip's refusal hit the undo of the refused call.
+    const bool undo_faulted = fired && call && call->rc != 0 && first_refusal()->rule->chip;
+    result_.undo_faults += undo_faulted;
     if (fired) {
       ++result_.faults_fired;
-      if (call && call->rc != 0) call->rc = call->library();
+      if (call && call->rc != 0) {
+        bcmsim::clear_refusals();
+        call->rc = call->library();
+      }
       if (op.kind == Operation::kCreateGroups) createGroups(op.group_entries, failed_groups_);
-      for (const Key& key : reached) remove(key, 2, "after the fault");
     }
-    if (!failed_groups_.empty()) violation("creating a group failed");
-    if (call && (call->rc == 0) != call->accepted) {
-      violation(op.text(), " returned ", call->rc, ", expected ",
-                call->accepted ? "success" : "a failure");
+    if (call) settle(*call, op, undo_faulted);
+    if (fired || (event_failed_ && refusedByTheChip(op.text(), event_refusal(op)))) {
+      for (const Key& key : reached) remove(key, 2, "after the failure");
     }
+    result_.refused_steps += refused_;
     check();
   }
 
@@ -135,6 +156,56 @@ class Run {
   RunResult& result() { return result_; }
 
  private:
+  // The model's change once a call has answered, and whether the answer is the expected one.
+  void settle(const Call& call, const Operation& op, bool undo_faulted) {
+    if (call.rc != 0 && call.accepted) {
+      if (metForgottenEntry(undo_faulted) || refusedByTheChip(op.text(), first_refusal())) {
+        call.done(stoppedAt());
+      }
+    } else if ((call.rc == 0) != call.accepted) {
+      violation(op.text(), " returned ", call.rc, ", expected ",
+                call.accepted ? "success" : "a failure");
+    } else if (call.rc == 0) {
+      call.done(std::nullopt);
+    } else {
+      call.failed();
+    }
+  }
+
+  // Whether a failure no planned fault explains is the chip's: the refusal behind it (the
+  // first since the refusals were last cleared) must name a rule of a named chip's profile.
+  bool refusedByTheChip(const std::string& what, const bcmsim::Refusal* refusal) {
+    if (!refusal) {
+      violation(what, " failed without a refusal");
+      return false;
+    }
+    if (!named_ || !refusal->rule->chip) {
+      violation(what, " failed: ", refusal->function, " returned ", refusal->rc, " (",
+                refusal->rule->id, ")", named_ ? ", not a rule of the chip" : "");
+      return false;
+    }
+    ++result_.refusals[std::string(refusal->rule->id)];
+    refused_ = true;
+    return true;
+  }
+  // An undo that met the fault can leave a hardware entry on the device that the library has
+  // forgotten: the repeated call finds the id taken, and its own undo destroys the entry.
+  bool metForgottenEntry(bool undo_faulted) {
+    const bcmsim::Refusal* first = first_refusal();
+    if (!undo_faulted || !first || first->rule->id != "entry-exists") return false;
+    ++result_.forgotten_entries;
+    return true;
+  }
+  static const bcmsim::Refusal* first_refusal() {
+    const std::vector<bcmsim::Refusal>& refusals = bcmsim::refusals();
+    return refusals.empty() ? nullptr : &refusals.front();
+  }
+  // Where a create the chip refused stopped: it makes the user entry's statistics object first.
+  static Stopped stoppedAt() {
+    return first_refusal()->function == "bcm_field_stat_create" ? Stopped::kBeforeCounter
+                                                                : Stopped::kAfterCounter;
+  }
+
   std::optional<Call> apply(const Operation& op) {
     const EntrySpec& spec = op.entry;
     const limid_t lag = limid_lag(op.lag);
@@ -146,19 +217,20 @@ class Run {
         return std::nullopt;
       case Operation::kCreateEntry:
         return Call{[&] { return filters_->createEntry(spec.stage, 0, spec.toEntry()); },
-                    model_->create(spec)};
+                    model_->creatable(spec),
+                    [&](std::optional<Stopped> failed) { model_->create(spec, failed); }};
       case Operation::kUpdateEntry:
         return Call{[&] { return filters_->updateEntry(spec.stage, 0, spec.toEntry()); },
-                    model_->update(spec)};
+                    model_->updatable(spec),
+                    [&](std::optional<Stopped> failed) { model_->update(spec, failed); },
+                    [&] { model_->updateFailed(spec); }};
       case Operation::kDeleteEntry:
         return Call{[&] { return filters_->deleteEntry(spec.stage, 0, spec.id); },
-                    model_->remove(spec)};
-      case Operation::kReadCounter: {
-        bool counted = false;
-        for (const auto& [key, entry] : model_->entries())
-          for (const auto& [counter, type] : entry.spec.counters) counted |= counter == op.counter;
-        return Call{[&] { return readCounter(op.counter); }, counted};
-      }
+                    model_->entries().count(spec) > 0,
+                    [&](std::optional<Stopped>) { model_->remove(spec); },
+                    [&] { model_->remove(spec); }};
+      case Operation::kReadCounter:
+        return Call{[&] { return readCounter(op.counter); }, model_->counted(op.counter)};
       case Operation::kAddMember:
         return lagChange(lags_->AddMember(lag, member), model_->addMember(op.lag, port));
       case Operation::kRemoveMember:
@@ -170,6 +242,7 @@ class Run {
       case Operation::kRemoveDestination:
         model_->removeDestination(op.destination);
         destinations_.RemoveDestination(static_cast<int>(op.destination));
+        event_failed_ = event_refusal(op) != nullptr;
         destinations_.AddDestination(static_cast<int>(op.destination),
                                      facts_.egress_of_destination.at(op.destination));
         return std::nullopt;
@@ -189,7 +262,8 @@ class Run {
   }
 
   // Creates the group of each of `stages` with the entries of that stage; the model takes the
-  // entries of the groups created.
+  // entries of the groups created. A group that met the fault is repeated; one the chip refused
+  // (its type, or an entry it was created with) leaves its stage without a group.
   void createGroups(const std::vector<EntrySpec>& entries, std::vector<size_t> stages) {
     failed_groups_.clear();
     for (size_t k : stages) {
@@ -197,18 +271,36 @@ class Run {
       for (const EntrySpec& spec : entries) {
         if (spec.stage == kStages[k]) group.addEntry(spec.toEntry());
       }
-      const bool created = filters_->createGroup(group) == 0;
-      if (!created) failed_groups_.push_back(k);
-      for (const EntrySpec& spec : entries) {
-        if (created && spec.stage == kStages[k]) model_->create(spec);
+      const int pending = bcmsim::pending_faults();
+      bcmsim::clear_refusals();
+      if (filters_->createGroup(group) == 0) {
+        for (const EntrySpec& spec : entries) {
+          if (spec.stage == kStages[k]) model_->create(spec);
+        }
+      } else if (bcmsim::pending_faults() < pending) {
+        failed_groups_.push_back(k);
+      } else if (refusedByTheChip("creating the group of stage " + std::to_string(kStages[k]),
+                                  first_refusal())) {
+        model_->groupRefused(kStages[k]);
       }
     }
   }
 
+  // The refusal that failed the topology change of this step: the first. A destination removal
+  // has no result, and touches every hardware id of its entries' pools, existing or not (a
+  // refused call on an id that does not exist changes nothing): the first of the chip's.
+  static const bcmsim::Refusal* event_refusal(const Operation& op) {
+    if (op.kind != Operation::kRemoveDestination) return first_refusal();
+    for (const bcmsim::Refusal& refusal : bcmsim::refusals())
+      if (refusal.rule->chip) return &refusal;
+    return nullptr;
+  }
+
   // Whether the orchestrator made a LAG change (it answers -2 when it refuses) must match the
-  // model.
+  // model; -1 says that the filters did not follow.
   std::optional<Call> lagChange(int rc, bool modelled) {
     if ((rc != -2) != modelled) violation("the LAG orchestrator and the model disagree");
+    event_failed_ = rc != 0 && rc != -2;
     return std::nullopt;
   }
   // Deletes a user entry from the library, in up to `attempts` tries, and from the model.
@@ -241,21 +333,23 @@ class Run {
         !cache.l3_destination_entries().empty()) {
       violation("clearing the cache left records in it");
     }
-    for (const auto& [key, entry] : model_->entries()) {
-      for (const auto& [counter, type] : entry.spec.counters) {
-        if (readCounter(counter) == 0) violation("counter ", counter, " reads after the clear");
-      }
+    for (unsigned short counter : model_->counters()) {
+      if (readCounter(counter) == 0) violation("counter ", counter, " reads after the clear");
     }
     const bcmsim::State& state = bcmsim::state();
     const int unit = bcmsim::config().unit;
     for (int id : state.entry_ids()) bcm_field_entry_destroy(unit, id);
     for (const auto& [id, stat] : std::map(state.stats)) bcm_field_stat_destroy(unit, id);
     for (const auto& [id, policer] : std::map(state.policers)) bcm_policer_destroy(unit, id);
+    model_->forgetFailures();
     for (const auto& [key, entry] : std::map(model_->entries())) {
       model_->remove(key);
-      model_->create(entry.spec);
-      if (filters_->createEntry(key.stage, 0, entry.spec.toEntry()) != 0) {
-        violation("creating ", key.text(), " after clearing the cache failed");
+      bcmsim::clear_refusals();
+      if (filters_->createEntry(key.stage, 0, entry.spec.toEntry()) == 0) {
+        model_->create(entry.spec);
+      } else if (refusedByTheChip("creating " + key.text() + " after clearing the cache",
+                                  first_refusal())) {
+        model_->create(entry.spec, stoppedAt());
       }
     }
   }
@@ -285,7 +379,7 @@ class Run {
     // One statistics object per user entry with counters, shared by its hardware entries; the
     // policers its hardware entries use and no more; the L3 objects of the black hole and the
     // destinations.
-    size_t stats = 0;
+    const size_t stats = model_->statistics_objects();
     std::set<unsigned> policers;
     for (const auto& [key, entry] : model_->entries()) {
       const std::vector<std::string> expected = model_->expected(entry);
@@ -295,7 +389,6 @@ class Run {
         if (k < lacks.size()) violation(key.text(), " lacks: ", lacks[k]);
         if (k < unexpected.size()) violation(key.text(), " has unexpected: ", unexpected[k]);
       }
-      stats += !entry.spec.counters.empty();
       if (entry.hw.empty() || !entry.spec.policer) continue;
       policers.insert(*entry.spec.policer);
       policers.insert(entry.spec.parent_policer.value_or(*entry.spec.policer));
@@ -348,15 +441,18 @@ class Run {
   std::unique_ptr<Model> model_;
   DeviceFacts facts_;
   std::map<int, Key> blocks_;  // base hardware id of every user entry the generator can name
-  std::vector<size_t> failed_groups_;  // indexes into kStages of the groups not created
+  std::vector<size_t> failed_groups_;  // indexes into kStages of the groups the fault met
+  const bool named_;                   // a named chip, which may refuse what the library asks
+  bool refused_ = false;               // the chip refused a call of this step
+  bool event_failed_ = false;          // the topology change of this step failed
   int saved_log_level_;
   RunResult result_;
 };
 
 }  // namespace
 
-RunResult run_sequence(const std::vector<Operation>& operations) {
-  Run run;
+RunResult run_sequence(const std::vector<Operation>& operations, const std::string& chip) {
+  Run run(chip);
   RunResult& result = run.result();
   for (const Operation& op : operations) {
     run.step(op, &op == &operations.back());
@@ -371,7 +467,8 @@ RunResult run_sequence(const std::vector<Operation>& operations) {
   return result;
 }
 
-std::vector<Operation> shrink(std::vector<Operation> operations, int failed_step) {
+std::vector<Operation> shrink(std::vector<Operation> operations, int failed_step,
+                              const std::string& chip) {
   // The first operation creates the groups; every sequence keeps it.
   operations.resize(std::min(operations.size(), static_cast<size_t>(failed_step) + 1));
   for (bool shorter = true; shorter;) {
@@ -379,7 +476,7 @@ std::vector<Operation> shrink(std::vector<Operation> operations, int failed_step
     for (size_t k = operations.size(); k-- > 1;) {
       std::vector<Operation> candidate = operations;
       candidate.erase(candidate.begin() + static_cast<std::ptrdiff_t>(k));
-      if (const std::optional<int> step = run_sequence(candidate).failed_step) {
+      if (const std::optional<int> step = run_sequence(candidate, chip).failed_step) {
         candidate.resize(std::min(candidate.size(), static_cast<size_t>(*step) + 1));
         operations = std::move(candidate);
         shorter = true;

@@ -49,13 +49,49 @@ std::string describe(int priority, const bcmsim::EntryView& view,
   return text;
 }
 
-bool Model::create(const EntrySpec& spec) {
-  if (entries_.count(spec)) return false;
+void Model::create(const EntrySpec& spec, std::optional<Stopped> failed) {
+  // A create first destroys the statistics object an earlier failed create of the entry left;
+  // one that fails after its own statistics object was made leaves that one.
+  left_counters_.erase(spec);
+  if (failed) {
+    if (*failed == Stopped::kAfterCounter && !spec.counters.empty())
+      left_counters_[spec] = spec.counters;
+    return;
+  }
+  interrupted_.erase(spec);
   ModelEntry entry{spec, {}, false, expand(spec, std::nullopt)};
   for (const limid_t& port : spec.all_but_cpu ? std::vector<limid_t>{} : spec.ports)
     if (auto lag = lag_of(port)) entry.followed_lags.insert(*lag);
   entries_.emplace(Key(spec), std::move(entry));
-  return true;
+}
+
+void Model::update(const EntrySpec& spec, std::optional<Stopped> failed) {
+  // Delete, then create; an update that fails in its create step leaves no entry, and the next
+  // update of it only creates.
+  entries_.erase(spec);
+  create(spec, failed);
+  if (failed) interrupted_.insert(spec);
+}
+
+bool Model::remove(const Key& key) {
+  left_counters_.erase(key);
+  interrupted_.erase(key);
+  return entries_.erase(key) > 0;
+}
+
+std::set<unsigned short> Model::counters() const {
+  std::set<unsigned short> ids;
+  for (const auto& [key, entry] : entries_)
+    for (const auto& [counter, type] : entry.spec.counters) ids.insert(counter);
+  for (const auto& [key, counters] : left_counters_)
+    for (const auto& [counter, type] : counters) ids.insert(counter);
+  return ids;
+}
+
+size_t Model::statistics_objects() const {
+  return left_counters_.size() +
+         std::count_if(entries_.begin(), entries_.end(),
+                       [](const auto& entry) { return !entry.second.spec.counters.empty(); });
 }
 
 bool Model::addMember(unsigned lag, int port) {
@@ -192,9 +228,16 @@ std::vector<std::string> Model::expected(const ModelEntry& entry) const {
   auto counters = spec.counters;
   std::sort(counters.begin(), counters.end());
   std::vector<bcm_field_stat_t> stat_types;
-  for (const auto& [counter, type] : counters) {
-    stat_types.push_back(type == COUNTER_TYPE_PACKETS ? bcmFieldStatPackets : bcmFieldStatBytes);
-  }
+  static const std::map<counter_type_t, bcm_field_stat_t> kStatOf = {
+      {COUNTER_TYPE_PACKETS, bcmFieldStatPackets},
+      {COUNTER_TYPE_BYTES, bcmFieldStatBytes},
+      {COUNTER_TYPE_RED_BYTES, bcmFieldStatRedBytes},
+      {COUNTER_TYPE_NOT_RED_BYTES, bcmFieldStatNotRedBytes},
+      {COUNTER_TYPE_YELLOW_BYTES, bcmFieldStatYellowBytes},
+      {COUNTER_TYPE_NOT_YELLOW_BYTES, bcmFieldStatNotYellowBytes},
+      {COUNTER_TYPE_GREEN_BYTES, bcmFieldStatGreenBytes},
+      {COUNTER_TYPE_NOT_GREEN_BYTES, bcmFieldStatNotGreenBytes}};
+  for (const auto& [counter, type] : counters) stat_types.push_back(kStatOf.at(type));
   const int priority = facts_.entries_per_group[spec.stage - 1] - 1 - spec.priority;
 
   std::vector<std::string> texts;

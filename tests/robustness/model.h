@@ -52,15 +52,52 @@ struct ModelEntry {
   std::vector<ExpectedHw> hw;
 };
 
+// Where a failed create (or the create step of a failed update) stopped: before its statistics
+// object was made, or after.
+enum class Stopped { kBeforeCounter, kAfterCounter };
+
 class Model {
  public:
   Model(DeviceFacts facts, std::map<unsigned, std::set<int>> lags)
       : facts_(std::move(facts)), lags_(std::move(lags)) {}
 
-  // Each answers whether the library is expected to accept the change.
-  bool create(const EntrySpec& spec);
-  bool update(const EntrySpec& spec) { return remove(spec) && create(spec); }
-  bool remove(const Key& key) { return entries_.erase(key) > 0; }
+  // Whether the library is expected to accept a change when the chip takes every call. In a
+  // stage without a group only an entry with nothing to program (no counter, no hardware entry)
+  // is created: it lives in software alone.
+  bool creatable(const EntrySpec& spec) const {
+    return !entries_.count(spec) && programmable(spec);
+  }
+  bool updatable(const EntrySpec& spec) const {
+    return (entries_.count(spec) || interrupted_.count(spec)) && programmable(spec);
+  }
+  // A counter reads while a live entry, or the statistics object a failed create left, has it.
+  bool counted(unsigned short counter) const { return counters().count(counter) > 0; }
+  std::set<unsigned short> counters() const;
+
+  // The entry changes as the library answered them: made, or failed where `failed` says (the
+  // chip refused a call, or the stage has no group).
+  void create(const EntrySpec& spec, std::optional<Stopped> failed = std::nullopt);
+  void update(const EntrySpec& spec, std::optional<Stopped> failed = std::nullopt);
+  // An update expected to fail: of an entry that does not exist, in its delete step, which
+  // releases what a failed create left; else in its create step, in a stage without a group.
+  void updateFailed(const EntrySpec& spec) {
+    if (entries_.count(spec) || interrupted_.count(spec)) {
+      update(spec, Stopped::kBeforeCounter);
+    } else {
+      remove(spec);
+    }
+  }
+  // Deleting an entry, or the failed delete of one that does not exist, which still releases
+  // what a failed create left. Answers whether the entry existed.
+  bool remove(const Key& key);
+  // The chip refused the group of `stage` (or an entry it was created with): the library
+  // destroyed it, and every create in that stage fails.
+  void groupRefused(FiltersCommon::filtersGroupStage_t stage) { groupless_.insert(stage); }
+  // Clearing the cache, and emptying the device, forget what failed creates and updates left.
+  void forgetFailures() {
+    left_counters_.clear();
+    interrupted_.clear();
+  }
   // Each answers whether the orchestrator makes the change.
   bool createLag(unsigned lag) { return lags_.emplace(lag, std::set<int>{}).second; }
   bool addMember(unsigned lag, int port);
@@ -79,10 +116,18 @@ class Model {
   }
 
   const std::map<Key, ModelEntry>& entries() const { return entries_; }
+  // The statistics objects the device holds: one per live entry with counters, and the ones
+  // failed creates left.
+  size_t statistics_objects() const;
   // The texts of the hardware entries of a user entry.
   std::vector<std::string> expected(const ModelEntry& entry) const;
 
  private:
+  // Whether the library can make what the entry needs: its stage has a group, or it needs nothing.
+  bool programmable(const EntrySpec& spec) const {
+    return !groupless_.count(spec.stage) ||
+           (spec.counters.empty() && expand(spec, std::nullopt).empty());
+  }
   std::vector<Key> where(const std::function<bool(const ModelEntry&)>& holds) const;
   // Every hardware entry of `spec` over the current topology; `created_by`, when given, marks
   // them all as brought by that LAG member.
@@ -94,6 +139,12 @@ class Model {
   DeviceFacts facts_;
   std::map<unsigned, std::set<int>> lags_;  // existing LAGs and their member ports
   std::map<Key, ModelEntry> entries_;
+  // The counters of the user entries whose failed create left the statistics object; the
+  // entries whose update failed in its create step (a repeated update only creates); the stages
+  // without a group.
+  std::map<Key, decltype(EntrySpec::counters)> left_counters_;
+  std::set<Key> interrupted_;
+  std::set<FiltersCommon::filtersGroupStage_t> groupless_;
 };
 
 }  // namespace robustness

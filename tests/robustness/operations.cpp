@@ -90,9 +90,14 @@ class Generator {
     }
     spec.drop = chance(0.4);
     spec.copy_to_cpu = spec.stage != FILTERS_GROUP_STAGE_EGRESS && chance(0.2);
+    // Packets or bytes, else one of the colour counters, whose mixes a chip's counter modes
+    // may not serve.
     for (unsigned k = 0, n = number<unsigned>(0, 2); k < n; ++k) {
-      spec.counters.push_back({counter_number(spec.stage, spec.id, k),
-                               chance(0.5) ? COUNTER_TYPE_PACKETS : COUNTER_TYPE_BYTES});
+      spec.counters.push_back(
+          {counter_number(spec.stage, spec.id, k),
+           chance(0.7)
+               ? number<counter_type_t>(COUNTER_TYPE_PACKETS, COUNTER_TYPE_BYTES)
+               : number<counter_type_t>(COUNTER_TYPE_RED_BYTES, COUNTER_TYPE_NOT_GREEN_BYTES)});
     }
     if (spec.stage != FILTERS_GROUP_STAGE_PRE_INGRESS && chance(0.4)) {
       // A policer serves one stage and one level on the chip: each stage has its own ids.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -92,17 +93,23 @@ std::vector<Operation> generate(uint64_t seed, int steps);
 // Runs a sequence against the library on a fresh bcmsim device, keeps the model alongside and
 // checks the device and the cache after every step (harness.cpp).
 struct RunResult {
-  int steps = 0;                   // operations run, the final clean-up not counted
-  int faults_injected = 0;         // faults planned with an operation
-  int faults_fired = 0;            // of those, the ones the operation ran into
+  int steps = 0;              // operations run, the final clean-up not counted
+  int faults_injected = 0;    // faults planned with an operation
+  int faults_fired = 0;       // of those, the ones the operation ran into
+  int refused_steps = 0;      // operations in which the chip refused a call of the library
+  int undo_faults = 0;        // faults that hit the undo of a call the chip refused
+  int forgotten_entries = 0;  // of those, the ones that left a hardware entry the library forgot
+  std::map<std::string, int> refusals;  // by rule: the refusals that made a library call fail
   std::optional<int> failed_step;  // the operation after which a check failed; steps for the end
   std::vector<std::string> calls;  // the SDK functions the last operation called, in order
   std::vector<std::string> violations;
 };
 
-RunResult run_sequence(const std::vector<Operation>& operations);
+// `chip` names a chip of bcmsim/chips.h, with its own geometry; empty, the default device.
+RunResult run_sequence(const std::vector<Operation>& operations, const std::string& chip = "");
 
 // The shortest sequence found, by cutting the tail and then single operations, that still fails.
-std::vector<Operation> shrink(std::vector<Operation> operations, int failed_step);
+std::vector<Operation> shrink(std::vector<Operation> operations, int failed_step,
+                              const std::string& chip = "");
 
 }  // namespace robustness

@@ -1,6 +1,8 @@
 // Random sequences of entry, LAG and destination changes with SDK faults, checked after every
-// step against an independent model. FILTERS_RANDOM_SEQUENCES, FILTERS_RANDOM_STEPS and
+// step against an independent model, on the default device and on each named chip.
+// FILTERS_RANDOM_SEQUENCES, FILTERS_CHIP_SEQUENCES (per chip), FILTERS_RANDOM_STEPS and
 // FILTERS_RANDOM_SEED choose what runs; `make soak` runs many more sequences.
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 #include <map>
@@ -10,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <bcm/error.h>
+#include <bcmsim/chips.h>
 
 #include "operations.h"
 
@@ -23,22 +26,28 @@ long setting(const char* name, long fallback) {
   return value ? std::strtol(value, nullptr, 10) : fallback;
 }
 
-std::string report(uint64_t seed, const std::vector<Operation>& shortest) {
+std::string device(const std::string& chip) {
+  return chip.empty() ? "default device" : "chip " + chip;
+}
+
+std::string report(uint64_t seed, const std::string& chip, const std::vector<Operation>& shortest) {
   std::ostringstream text;
-  text << "seed " << seed << " fails; the shortest failing sequence has " << shortest.size()
-       << " operations:\n";
+  text << device(chip) << ": seed " << seed << " fails; the shortest failing sequence has "
+       << shortest.size() << " operations:\n";
   for (size_t k = 0; k < shortest.size(); ++k) {
     text << "  " << k << ": " << shortest[k].text() << "\n";
   }
   text << "what the checks found:\n";
-  for (const std::string& violation : run_sequence(shortest).violations) {
+  for (const std::string& violation : run_sequence(shortest, chip).violations) {
     text << "  " << violation << "\n";
   }
   return text.str();
 }
 
-TEST(RandomSequences, KeepTheDeviceAndTheCacheAsTheModelSays) {
-  const long sequences = setting("FILTERS_RANDOM_SEQUENCES", 200);
+// Runs `sequences` sequences on a named chip (empty: the default device), reports the first
+// that fails, shrunk, and prints the figures: the refusals are those that made a library call
+// fail, by rule.
+void run_sequences(const std::string& chip, long sequences) {
   const int steps = static_cast<int>(setting("FILTERS_RANDOM_STEPS", 80));
   const auto first_seed = static_cast<uint64_t>(setting("FILTERS_RANDOM_SEED", 1));
   RunResult total;
@@ -46,18 +55,43 @@ TEST(RandomSequences, KeepTheDeviceAndTheCacheAsTheModelSays) {
   for (; run < sequences; ++run) {
     const uint64_t seed = first_seed + static_cast<uint64_t>(run);
     const std::vector<Operation> operations = generate(seed, steps);
-    const RunResult result = run_sequence(operations);
+    const RunResult result = run_sequence(operations, chip);
     total.steps += result.steps;
     total.faults_injected += result.faults_injected;
     total.faults_fired += result.faults_fired;
+    total.refused_steps += result.refused_steps;
+    total.undo_faults += result.undo_faults;
+    total.forgotten_entries += result.forgotten_entries;
+    for (const auto& [rule, count] : result.refusals) total.refusals[rule] += count;
+    total.violations.insert(total.violations.end(), result.violations.begin(),
+                            result.violations.end());
     if (result.failed_step) {
-      ADD_FAILURE() << report(seed, shrink(operations, *result.failed_step));
+      ADD_FAILURE() << report(seed, chip, shrink(operations, *result.failed_step, chip));
+      ++run;
       break;
     }
   }
-  std::cout << "sequences " << run << ", steps " << total.steps << ", faults injected "
-            << total.faults_injected << " (fired " << total.faults_fired
-            << ", each followed by a retry or a delete)\n";
+  std::cout << device(chip) << ": sequences " << run << ", steps " << total.steps
+            << ", faults injected " << total.faults_injected << " (fired " << total.faults_fired
+            << ", each followed by a retry or a delete; " << total.undo_faults
+            << " in the undo of a refused call, " << total.forgotten_entries
+            << " leaving a hardware entry in the repeated call's way), refused steps "
+            << total.refused_steps << "; by rule:";
+  for (const auto& [rule, count] : total.refusals) std::cout << " " << rule << " " << count;
+  if (total.refusals.empty()) std::cout << " none";
+  std::cout << "; violations " << total.violations.size() << "\n";
+}
+
+TEST(RandomSequences, KeepTheDeviceAndTheCacheAsTheModelSays) {
+  run_sequences("", setting("FILTERS_RANDOM_SEQUENCES", 200));
+}
+
+// Each named chip with its own geometry: a call the chip refuses fails the library's operation,
+// which must leave the device as the model says that failure leaves it.
+TEST(RandomSequences, KeepEachNamedChipAsTheModelSays) {
+  const long sequences =
+      setting("FILTERS_CHIP_SEQUENCES", std::max(1L, setting("FILTERS_RANDOM_SEQUENCES", 200) / 4));
+  for (const std::string& chip : bcmsim::chip_names()) run_sequences(chip, sequences);
 }
 
 // An operation on LAG 1; `number` is the member or the destination it names.
