@@ -19,10 +19,6 @@ bool user_entry_key_t::operator<(const user_entry_key_t& other) const {
          std::tie(other.stage, other.group_id, other.entry_id);
 }
 
-bool user_entry_key_t::operator==(const user_entry_key_t& other) const {
-  return stage == other.stage && group_id == other.group_id && entry_id == other.entry_id;
-}
-
 pool_entry FilterEntriesCache::ConvertFiltersEntryToPoolEntry(const FiltersEntry& entry) const {
   using namespace FiltersCommon;
   pool_entry converted;

@@ -22,7 +22,6 @@ struct user_entry_key_t {
 
   // Stage (signed), then group id, then entry id (both unsigned).
   bool operator<(const user_entry_key_t& other) const;
-  bool operator==(const user_entry_key_t& other) const;
 };
 
 // One hardware entry of a user entry: a copy of the user entry with single-valued matches, whose

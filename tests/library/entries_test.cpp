@@ -189,6 +189,26 @@ TEST_F(Entries, AFailedCreateDestroysThePolicersItCreated) {
   EXPECT_EQ(bcmsim::state().policers.size(), 2u);
 }
 
+// A delete succeeds only once its work is done: an id outside the group's block is refused, and
+// a delete repeated while a policer destroy keeps failing fails again.
+TEST_F(Entries, ADeleteReportsSuccessOnlyWhenItsWorkIsDone) {
+  EXPECT_EQ(filters->deleteEntry(kIn, 0, 256), -2);
+  EXPECT_TRUE(log.contains(HalCallbacksItf::kError,
+                           "[HAL FILTERS] deleteEntry() Hardware entry ID translation failed"));
+
+  FiltersEntry entry = egressEntry(0, ports({limid_ethernet(1)}));
+  entry.setPolicer(policer::Policer(4, policer::Policer::STAGE_EGRESS,
+                                    policer::Mode::Flow(100, 1000), {}));
+  ASSERT_EQ(filters->createEntry(kEg, 0, entry), 0);
+  bcmsim::inject_fault({"bcm_policer_destroy", BCM_E_INTERNAL, 1, std::nullopt, true});
+  EXPECT_NE(filters->deleteEntry(kEg, 0, 0), 0);
+  EXPECT_NE(filters->deleteEntry(kEg, 0, 0), 0) << "the policer is still on the chip";
+  bcmsim::clear_faults();
+  EXPECT_EQ(filters->deleteEntry(kEg, 0, 0), 0);
+  EXPECT_TRUE(bcmsim::state().policers.empty());
+  EXPECT_TRUE(bcmsim::state().entries.empty());
+}
+
 TEST_F(Entries, APoolLargerThanItsIdBlockIsRefusedUntouched) {
   std::list<limid_t> out_ports;
   for (unsigned port = 1; port <= 32; ++port) out_ports.push_back(limid_ethernet(port));
