@@ -8,6 +8,17 @@ execute_process(COMMAND ${PROGRAM} ${ARGS} RESULT_VARIABLE status OUTPUT_VARIABL
 if(NOT status EQUAL EXPECTED)
   message(FATAL_ERROR "exit status ${status}, expected ${EXPECTED}\n${out}\n${err}")
 endif()
+# A run the library's fatal path ended: one line naming the counter, or one JSON document whose
+# `fatal` says so.
+if(KIND STREQUAL "fatal")
+  if("--json" IN_LIST ARGS)
+    string(JSON out GET "${out}" fatal)
+  endif()
+  if(NOT out MATCHES "counter 1 \\(type 9\\) of entry 1: .*Unsupported counter type: 9"
+     OR err MATCHES "Backtrace")
+    message(FATAL_ERROR "the fatal path was not reported as one line:\n${out}\n${err}")
+  endif()
+endif()
 if(NOT EXPECTED EQUAL 2)
   return()
 endif()

@@ -42,10 +42,29 @@ bool expectedToFail(const StepOutcome& step) {
   return step.step->expect.result && *step.step->expect.result == step.result;
 }
 
+void writeAll(int fd, const std::string& text) {
+  for (size_t done = 0; done < text.size();) {
+    const ssize_t written = write(fd, text.data() + done, text.size() - done);
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return;
+    done += static_cast<size_t>(written);
+  }
+}
+
 // Keeps what the matrix shows of one chip's run.
 class ChipRunSink : public RunSink {
  public:
+  explicit ChipRunSink(int fd) : fd_(fd) {}
+
   void start(const RunResult&) override {}
+  // The library ends the child: what the run got to is sent as it stands.
+  void fatal(size_t, const std::string& line) override {
+    json run = result();
+    run["finished"] = false;
+    run["runs"] = false;
+    run["error"] = line;
+    writeAll(fd_, run.dump());
+  }
   void step(size_t index, const StepOutcome& step) override {
     const auto use = tcamInUse();
     for (int stage = 0; stage < bcmsim::kStageCount; ++stage) {
@@ -97,6 +116,7 @@ class ChipRunSink : public RunSink {
   }
 
  private:
+  int fd_;
   std::array<StageUse, bcmsim::kStageCount> peak_{};
   json failed_ = json::array();
   json first_refusal_;
@@ -104,15 +124,6 @@ class ChipRunSink : public RunSink {
   int checked_ = 0;
   int failed_expectations_ = 0;
 };
-
-void writeAll(int fd, const std::string& text) {
-  for (size_t done = 0; done < text.size();) {
-    const ssize_t written = write(fd, text.data() + done, text.size() - done);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) return;
-    done += static_cast<size_t>(written);
-  }
-}
 
 std::string readAll(int fd) {
   std::string text;
@@ -128,7 +139,7 @@ std::string readAll(int fd) {
 // In the child: the run on one chip, written to `fd` as one JSON document.
 [[noreturn]] void runInChild(ScenarioStream& scenario, const std::string& chip, int fd) {
   scenario.useChip(chip);
-  ChipRunSink sink;
+  ChipRunSink sink(fd);
   RunOptions options;
   options.log_level = -1;  // the parent shows the matrix alone
   options.replay = false;
@@ -169,10 +180,9 @@ json runOnChip(ScenarioStream& scenario, const std::string& chip) {
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
   }
-  if (!WIFEXITED(status) || WEXITSTATUS(status) != 0 || text.empty()) {
-    return unfinished("the run " + endText(status));
-  }
-  return json::parse(text);
+  // A child the library's fatal path ended sends what its run got to.
+  json run = json::parse(text, nullptr, false);
+  return run.is_discarded() ? unfinished("the run " + endText(status)) : run;
 }
 
 std::string failedStepsText(const json& run) {

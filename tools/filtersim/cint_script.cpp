@@ -127,6 +127,12 @@ class CintScript : public RunSink {
     functions_.push_back("filtersim_startup");
   }
 
+  void fatal(size_t index, const std::string& line) override {
+    report_->fatal(index, line);
+    out_ << "\n/* The run ended here, in step " << index << ": " << line << " */\n";
+    out_.flush();
+  }
+
   void step(size_t index, const StepOutcome& outcome) override {
     report_->step(index, outcome);
     if (!range_.contains(index)) return;

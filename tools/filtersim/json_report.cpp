@@ -270,6 +270,10 @@ class JsonReport : public RunSink {
     }
     out_ << "\n}\n";
   }
+  void fatal(size_t, const std::string& line) override {
+    out_ << "\n],\n\"fatal\": " << json(line).dump() << "\n}\n";
+    out_.flush();
+  }
 
  private:
   json tail(const RunResult& run) const {

@@ -10,6 +10,7 @@
 #include <bcmsim/names.h>
 #include <hal_callbacks/hal_callbacks_itf.h>
 #include <hal_filters_ll/hal_filters_bcm.h>
+#include <qarmw/fault.h>
 
 #include "catalogue.h"
 #include "switch_setup.h"
@@ -379,6 +380,49 @@ class Progress {
   std::chrono::steady_clock::time_point last_{};
 };
 
+// The counters of a step's entries whose type the library cannot convert: "counter 3 (type 9) of
+// entry 1".
+std::string unsupportedCounters(const Step& step) {
+  std::vector<const FiltersEntry*> entries;
+  if (auto* group = std::get_if<CreateGroup>(&step.action)) {
+    for (const auto& [id, entry] : group->group.getEntries()) entries.push_back(&entry);
+  } else if (auto* create = std::get_if<CreateEntry>(&step.action)) {
+    entries.push_back(&create->entry);
+  }
+  std::string text;
+  for (const FiltersEntry* entry : entries) {
+    for (const auto& [id, counter] : entry->getCounters()) {
+      const int type = counter.getType();
+      if (type >= COUNTER_TYPE_PACKETS && type <= COUNTER_TYPE_NOT_GREEN_BYTES) continue;
+      text += (text.empty() ? "" : ", ") + ("counter " + std::to_string(id) + " (type " +
+                                            std::to_string(type) + ") of entry " +
+                                            std::to_string(entry->getId()));
+    }
+  }
+  return text;
+}
+
+// While a run goes, the library's fatal path closes the sink's report with one line naming the
+// step (and the counters it could not convert) before the library ends the program.
+class FatalPath {
+ public:
+  FatalPath(RunSink& sink, const size_t& index, const Step* const& step) {
+    qarmw::set_fault_handler([&sink, &index, &step](const qarmw::Fault& fault) {
+      std::string line = "the library's fatal path in step " + std::to_string(index);
+      if (step) {
+        line += " (line " + std::to_string(step->line) + ", " + step->kind + ")";
+        if (std::string counters = unsupportedCounters(*step); !counters.empty()) {
+          line += ", " + counters;
+        }
+      }
+      sink.fatal(index, line + ": " + fault.message);
+    });
+  }
+  ~FatalPath() { qarmw::set_fault_handler(nullptr); }
+  FatalPath(const FatalPath&) = delete;
+  FatalPath& operator=(const FatalPath&) = delete;
+};
+
 }  // namespace
 
 std::string ruleText(const Reason& refusal) {
@@ -427,8 +471,12 @@ RunResult runScenario(const ScenarioStream& scenario, const RunOptions& options,
 
   Progress progress(options.progress, scenario.size());
   size_t index = 0;
+  const Step* running = nullptr;
+  FatalPath fatal_path(sink, index, running);
   scenario.forEachStep([&](const Step& step) {
     progress.step();
+    ++index;
+    running = &step;
     bcmsim::clear_calls();
     log.start();
     StepOutcome outcome;
@@ -451,7 +499,7 @@ RunResult runScenario(const ScenarioStream& scenario, const RunOptions& options,
     } else if (auto* entry = std::get_if<CreateEntry>(&step.action)) {
       collectCounters(entry->entry, run.counters);
     }
-    sink.step(++index, outcome);
+    sink.step(index, outcome);
   });
   bcmsim::set_call_log(false);
   sink.finish(run);

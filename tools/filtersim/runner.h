@@ -77,6 +77,9 @@ class RunSink {
   virtual void start(const RunResult& run) = 0;
   virtual void step(size_t index, const StepOutcome& step) = 0;  // index from 1
   virtual void finish(const RunResult& run) = 0;
+  // The library met its fatal path during step `index` and ends the program: the sink closes
+  // what it writes, with `line` saying why.
+  virtual void fatal(size_t /*index*/, const std::string& /*line*/) {}
 };
 
 // Runs every step once, in order, handing each outcome to `sink` and keeping none. One scenario

@@ -259,6 +259,10 @@ class TextReport : public RunSink {
     out_ << "\nTCAM moves: " << state.tcam_moves << "\n";
     out_ << "Expectations: " << run.checked - run.failed << " of " << run.checked << " held\n";
   }
+  void fatal(size_t, const std::string& line) override {
+    out_ << "\nFATAL " << line << "\n";
+    out_.flush();
+  }
 
  private:
   std::ostream& out_;
