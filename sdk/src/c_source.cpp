@@ -75,6 +75,14 @@ CSourceBuilder& CSourceBuilder::mac(const std::string& name, const Words& mac) {
   return *this;
 }
 
+CSourceBuilder& CSourceBuilder::uint64(const std::string& name, uint64_t value) {
+  declare("uint64", name);
+  source_.inputs.push_back("COMPILER_64_SET(&" + name + ", " + hex_text(value >> 32) + ", " +
+                           hex_text(value & 0xffffffffu) + ");");
+  argument(name);
+  return *this;
+}
+
 CSourceBuilder& CSourceBuilder::ip6(const std::string& name, const Words& ip6) {
   declare("bcm_ip6_t", name);
   for (int i = 0; i < 16; ++i) {

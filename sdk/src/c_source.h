@@ -30,6 +30,8 @@ class CSourceBuilder {
   CSourceBuilder& number(int64_t value) { return literal(std::to_string(value)); }
   CSourceBuilder& hex(uint32_t value);
   CSourceBuilder& mac(const std::string& name, const Words& mac);
+  // A 64-bit value, set by halves: a diag shell's cint takes no integer where a uint64 belongs.
+  CSourceBuilder& uint64(const std::string& name, uint64_t value);
   CSourceBuilder& ip6(const std::string& name, const Words& ip6);
   CSourceBuilder& pbmp(const std::string& name, const Words& ports);
   // A structure passed by address: declared, initialised, then the given fields set.

@@ -152,7 +152,7 @@ int bcm_field_stat_set(int unit, int stat_id, bcm_field_stat_t stat, uint64 valu
       __func__, unit, kNoEntry,
       [&] {
         return LoggedArgs{stat_args(unit, stat_id, stat) + ", " + std::to_string(value),
-                          stat_source(unit, stat_id, stat).literal(std::to_string(value)).build()};
+                          stat_source(unit, stat_id, stat).uint64("stat_value", value).build()};
       },
       [&](Device& dev) -> int {
         return with_stat_type(

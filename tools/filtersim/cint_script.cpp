@@ -24,6 +24,9 @@ const char* const kPrelude = R"(
 #include <bcm/switch.h>
 #include <bcm/vlan.h>
 int filtersim_packet(int unit, const char *packet);
+/* cint's COMPILER_64_SET takes the value's address. */
+#undef COMPILER_64_SET
+#define COMPILER_64_SET(dst, hi, lo) (*(dst) = ((uint64)(hi) << 32) | (uint64)(lo))
 // */
 
 int filtersim_check(char *where, char *call, int rv, int expected)
