@@ -1,6 +1,10 @@
 // The scenario loader refuses an invalid scenario with file, line, column and what is wrong.
+#include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
+#include <sstream>
 
 #include <gtest/gtest.h>
 
@@ -106,6 +110,61 @@ TEST(ScenarioFiles, OnlyARegularTextFileOfAReasonableSizeIsRead) {
     }
   }
   fs::remove_all(dir);
+}
+
+// Each file of invalid/ says on its first line the error it must be refused with:
+// "# error: <file name>:<line>:<column>: <message>". Every refusal, alias bombs included, must take
+// well under a second.
+TEST(InvalidScenarioFiles, AreRefusedQuicklyWithTheErrorTheirFirstLineGives) {
+  namespace fs = std::filesystem;
+  std::vector<fs::path> files;
+  for (const auto& file : fs::directory_iterator(FILTERSIM_INVALID_DIR)) {
+    if (file.path().extension() == ".yaml") files.push_back(file.path());
+  }
+  std::sort(files.begin(), files.end());
+  ASSERT_FALSE(files.empty());
+  std::chrono::duration<double, std::milli> slowest{0};
+  std::string slowest_name;
+  for (const fs::path& path : files) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream read;
+    read << in.rdbuf();
+    const std::string text = read.str();
+    const std::string tag = "# error: ";
+    ASSERT_EQ(text.rfind(tag, 0), 0u) << path << " does not start with '" << tag << "'";
+    const std::string expected = text.substr(tag.size(), text.find('\n') - tag.size());
+    const auto start = std::chrono::steady_clock::now();
+    try {
+      filtersim::loadScenarioText(text, path.filename().string());
+      ADD_FAILURE() << path << " loaded";
+    } catch (const filtersim::LoadError& error) {
+      EXPECT_EQ(std::string(error.what()), expected);
+    }
+    const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - start;
+    EXPECT_LT(took.count(), 1000.0) << path;
+    if (took > slowest) {
+      slowest = took;
+      slowest_name = path.filename().string();
+    }
+  }
+  std::cout << files.size() << " invalid scenarios refused; the slowest, " << slowest_name
+            << ", in " << slowest.count() << " ms\n";
+  RecordProperty("slowest_refusal_us", static_cast<int>(slowest.count() * 1000));
+}
+
+TEST(ValidScenarios, ASharedMatchListLoadsIntoEveryEntryThatNamesIt) {
+  const filtersim::Scenario scenario = filtersim::loadScenarioText(
+      "steps:\n"
+      "  - create_entry: {stage: 2, group: 0, id: 1, match: {outer_vlan: &vlans [10, 20]}}\n"
+      "  - create_entry: {stage: 2, group: 0, id: 2, match: {outer_vlan: *vlans, pcp: 3}}\n",
+      "s.yaml");
+  ASSERT_EQ(scenario.steps.size(), 2u);
+  for (const filtersim::Step& step : scenario.steps) {
+    const auto& matches = std::get<filtersim::CreateEntry>(step.action).entry.getMatches();
+    const auto& vlans = dynamic_cast<const FiltersCommon::MatchVlanId&>(
+        *matches.at(FiltersCommon::FILTERS_MATCH_EXTERNAL_VLAN_ID));
+    EXPECT_EQ(vlans.getVlanIds(), (std::set<unsigned short>{10, 20})) << "line " << step.line;
+  }
 }
 
 TEST(ValidScenarios, LeaveTheLibraryToJudgeItsOwnValues) {

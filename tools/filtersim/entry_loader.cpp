@@ -155,7 +155,8 @@ FiltersEntry ScenarioLoader::loadEntry(const YAML::Node& node) {
 }
 
 void ScenarioLoader::loadMatches(const YAML::Node& node, FiltersEntry& entry) {
-  if (!node.IsMap()) reader_.fail(node, "match must map match names to values");
+  if (!node.IsMap())
+    reader_.fail(node, "match must map match names to values, not " + kindOf(node));
   for (const auto& item : node) {
     const std::string key = reader_.key(item.first);
     if (key == "raw") {
@@ -417,18 +418,21 @@ policer::Policer ScenarioLoader::loadPolicer(const YAML::Node& node) {
       reader_.expectMap(item, {"color", "drop", "set_pcp", "set_dscp"}, "a policer action");
       const auto color = static_cast<policer::Color>(
           reader_.named(reader_.need(item, "color"), {"red", "yellow", "green"}, "colour"));
+      if ((item["drop"] ? 1 : 0) + (item["set_pcp"] ? 1 : 0) + (item["set_dscp"] ? 1 : 0) != 1) {
+        reader_.fail(item, "a policer action needs one of drop, set_pcp or set_dscp");
+      }
       if (item["drop"]) {
+        if (!reader_.boolean(item["drop"], "drop"))
+          reader_.fail(item["drop"], "drop can only be true");
         actions.emplace_back(color, policer::Action::TYPE_DROP);
       } else if (item["set_pcp"]) {
         actions.emplace_back(
             color, policer::Action::TYPE_SET_PCP,
             static_cast<unsigned char>(reader_.integer(item["set_pcp"], 0, 7, "PCP")));
-      } else if (item["set_dscp"]) {
+      } else {
         actions.emplace_back(
             color, policer::Action::TYPE_SET_DSCP, 0,
             static_cast<unsigned char>(reader_.integer(item["set_dscp"], 0, 63, "DSCP")));
-      } else {
-        reader_.fail(item, "a policer action needs drop, set_pcp or set_dscp");
       }
     }
   }

@@ -31,7 +31,7 @@ bool flag(const YamlReader& reader, const YAML::Node& value, const char* key) {
 }  // namespace
 
 SendPacket ScenarioLoader::loadPacket(const YAML::Node& node) {
-  if (!node.IsMap()) reader_.fail(node, "a packet must be a mapping");
+  reader_.expectMap(node, "a packet");
   SendPacket send;
   loadPacketFields(node, {}, "a packet", send);
   return send;
@@ -43,7 +43,7 @@ ReplayCapture ScenarioLoader::loadReplay(const YAML::Node& node) {
       "pcap",           "in_port", "out_port",      "packet_res",      "stp_state",
       "forwarding_type", "vrf",    "l3_routable",   "my_station_hit",  "drop",
       "l2_src_static",  "mpls_terminated", "interface_class", "virtual_port", "int_priority"};
-  if (!node.IsMap()) reader_.fail(node, "packets must be a mapping");
+  reader_.expectMap(node, "packets");
   SendPacket defaults;
   loadPacketFields(node, kKeys, "packets", defaults);
   return ReplayCapture{capturePath(reader_.need(node, "pcap")), defaults.packet};

@@ -25,6 +25,19 @@ const std::initializer_list<const char*> kStepKinds = {
     "lag_destroy",  "destination_remove", "clear_cache",    "show",
     "packet",       "packets"};
 
+// The steps must be a list; an empty value is placed at its key, where something is missing.
+void expectSteps(const YamlReader& reader, const YAML::Node& root) {
+  const YAML::Node steps = root["steps"];
+  if (steps.IsNull()) {
+    for (const auto& item : root) {
+      if (item.first.Scalar() == "steps") {
+        reader.fail(item.first, "steps must be a list, not empty; give [] for no steps");
+      }
+    }
+  }
+  reader.expectSequence(steps, "steps");
+}
+
 }  // namespace
 
 Scenario loadScenarioText(const std::string& text, const std::string& name) {
@@ -80,19 +93,23 @@ Scenario ScenarioLoader::load(const YAML::Node& root) {
   scenario.setup = loadSwitch(root["switch"]);
   const YAML::Node steps = root["steps"];
   if (!steps) reader_.fail(root, "the scenario has no steps");
-  reader_.expectSequence(steps, "steps");
+  expectSteps(reader_, root);
   for (const YAML::Node& step : steps) scenario.steps.push_back(loadStep(step));
   return scenario;
 }
 
-SwitchSetup ScenarioLoader::loadHeader(const YAML::Node& root) {
+SwitchSetup ScenarioLoader::loadHeader(const YAML::Node& root, bool items_left_out) {
   if (!root.IsDefined() || root.IsNull()) {
     throw LoadError(reader_.file(), 1, 1, "the scenario is empty");
   }
   reader_.refuseDuplicateKeys(root);
   reader_.expectMap(root, {"switch", "steps"}, "the scenario");
-  if (!root["steps"]) reader_.fail(root, "the scenario has no steps");
-  return loadSwitch(root["switch"]);
+  const YAML::Node steps = root["steps"];
+  if (!steps) reader_.fail(root, "the scenario has no steps");
+  SwitchSetup setup = loadSwitch(root["switch"]);
+  // Items left out leave the key empty; without them its value is all there is.
+  if (!(items_left_out && steps.IsNull())) expectSteps(reader_, root);
+  return setup;
 }
 
 Step ScenarioLoader::loadStepItem(const YAML::Node& item, int first_line, bool keys_unique) {
@@ -216,13 +233,17 @@ std::list<limid_t> ScenarioLoader::interfaces(const YAML::Node& node, const char
     list.push_back(interface(node, what));
     return list;
   }
-  reader_.expectSequence(node, what);
+  if (!node.IsSequence()) {
+    reader_.fail(node,
+                 std::string(what) + " must be a name or a list of names, not " + kindOf(node));
+  }
   for (const YAML::Node& item : node) list.push_back(interface(item, what));
   return list;
 }
 
 void ScenarioLoader::loadLags(const YAML::Node& node, SwitchSetup& setup) {
-  if (!node.IsMap()) reader_.fail(node, "lags must be a mapping of LAG names to member lists");
+  if (!node.IsMap())
+    reader_.fail(node, "lags must be a mapping of LAG names to member lists, not " + kindOf(node));
   std::map<limid_t, limid_t> lag_of_member;
   for (const auto& item : node) {
     Lag lag{declare(item.first, limid_type_lag), {}};
@@ -256,6 +277,7 @@ void ScenarioLoader::loadLags(const YAML::Node& node, SwitchSetup& setup) {
 
 void ScenarioLoader::loadDeclaredInterfaces(const YAML::Node& node, SwitchSetup& setup) {
   if (const YAML::Node remote = node["remote_ports"]) {
+    reader_.expectMap(remote, "remote_ports");
     for (const auto& item : remote) {
       reader_.expectMap(item.second, {"module", "port"}, "a remote port");
       setup.remote_ports.push_back(
@@ -276,7 +298,8 @@ void ScenarioLoader::loadDeclaredInterfaces(const YAML::Node& node, SwitchSetup&
     }
   }
   if (const YAML::Node ports = node["virtual_ports"]) {
-    if (!ports.IsMap()) reader_.fail(ports, "virtual_ports must map names to gports");
+    if (!ports.IsMap())
+      reader_.fail(ports, "virtual_ports must map names to gports, not " + kindOf(ports));
     for (const auto& item : ports) {
       const limid_t port = declare(item.first, limid_type_vpn_access);
       const int gport = static_cast<int>(reader_.integer(item.second, 0, 0x7fffffff, "gport"));
@@ -285,7 +308,8 @@ void ScenarioLoader::loadDeclaredInterfaces(const YAML::Node& node, SwitchSetup&
     }
   }
   if (const YAML::Node ports = node["service_ports"]) {
-    if (!ports.IsMap()) reader_.fail(ports, "service_ports must map names to local ports");
+    if (!ports.IsMap())
+      reader_.fail(ports, "service_ports must map names to local ports, not " + kindOf(ports));
     for (const auto& item : ports) {
       const limid_t port = declare(item.first, limid_type_vpn_access);
       setup.service_ports[port] = interface(item.second, "a service port's local port");
@@ -294,7 +318,8 @@ void ScenarioLoader::loadDeclaredInterfaces(const YAML::Node& node, SwitchSetup&
 }
 
 void ScenarioLoader::loadDestinations(const YAML::Node& node, SwitchSetup& setup) {
-  if (!node.IsMap()) reader_.fail(node, "destinations must map ids to {port, mac}");
+  if (!node.IsMap())
+    reader_.fail(node, "destinations must map ids to {port, mac}, not " + kindOf(node));
   for (const auto& item : node) {
     reader_.expectMap(item.second, {"port", "mac"}, "a destination");
     const YAML::Node mac_node = reader_.need(item.second, "mac");
@@ -344,7 +369,7 @@ void ScenarioLoader::loadDevice(const YAML::Node& node, SwitchSetup& setup) {
 }
 
 Step ScenarioLoader::loadStep(const YAML::Node& node) {
-  if (!node.IsMap()) reader_.fail(node, "a step must be a mapping");
+  reader_.expectMap(node, "a step");
   Step step;
   step.line = reader_.line(node.Mark());
   for (const auto& item : node) {
@@ -499,7 +524,8 @@ PacketExpectation ScenarioLoader::loadPacketExpectation(const YAML::Node& node) 
     }
   }
   if (const YAML::Node counters = node["counters"]) {
-    if (!counters.IsMap()) reader_.fail(counters, "counters must map counter ids to values");
+    if (!counters.IsMap())
+      reader_.fail(counters, "counters must map counter ids to values, not " + kindOf(counters));
     for (const auto& item : counters) {
       expect.counters[static_cast<unsigned short>(
           reader_.integer(item.first, 0, 65535, "counter id"))] =

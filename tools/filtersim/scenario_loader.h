@@ -23,9 +23,9 @@ class ScenarioLoader {
  public:
   explicit ScenarioLoader(std::string file) : reader_(std::move(file)) {}
   Scenario load(const YAML::Node& root);
-  // The switch of a scenario whose steps are read one at a time: `root` has the steps key, its
-  // items left out.
-  SwitchSetup loadHeader(const YAML::Node& root);
+  // The switch of a scenario whose steps are read one at a time: `root` has the steps key, with
+  // its items left out when `items_left_out` (the key is empty then), else with its whole value.
+  SwitchSetup loadHeader(const YAML::Node& root, bool items_left_out);
   // One item of the steps, from a text that starts at `first_line` of the file; `keys_unique`
   // when its keys are known to be so.
   Step loadStepItem(const YAML::Node& item, int first_line, bool keys_unique = false);

@@ -92,14 +92,6 @@ std::optional<Split> splitSteps(const std::string& text) {
   return split;
 }
 
-YAML::Node parseText(const std::string& text, const std::string& file, int first_line) {
-  try {
-    return YAML::Load(text);
-  } catch (const YAML::ParserException& error) {
-    throw LoadError(file, error.mark.line + first_line, error.mark.column + 1, error.msg);
-  }
-}
-
 std::string_view trimmed(std::string_view text) {
   const size_t first = text.find_first_not_of(" \r\n");
   if (first == std::string_view::npos) return {};
@@ -158,12 +150,12 @@ ScenarioStream::ScenarioStream(std::string text, std::string name)
       loader_(std::make_unique<ScenarioLoader>(file_)) {
   std::optional<Split> split = splitSteps(text_);
   if (!split) {
-    Scenario whole = loader_->load(parseText(text_, file_, 1));
+    Scenario whole = loader_->load(parseYaml(text_, file_, 1));
     setup_ = std::move(whole.setup);
     steps_ = std::move(whole.steps);
     return;
   }
-  setup_ = loader_->loadHeader(parseText(split->header, file_, 1));
+  setup_ = loader_->loadHeader(parseYaml(split->header, file_, 1), !split->items.empty());
   for (const auto& [span, line] : split->items) items_.push_back({span.offset, span.length, line});
   for (const Item& item : items_) loadItem(item);  // every step is checked before any runs
 }
@@ -213,7 +205,7 @@ Step ScenarioStream::loadItem(const Item& item) const {
       // Read it again with the parser, whose marks place the error.
     }
   }
-  const YAML::Node parsed = parseText(std::string(text), file_, item.line);
+  const YAML::Node parsed = parseYaml(std::string(text), file_, item.line);
   return loader_->loadStepItem(parsed[0], item.line);
 }
 

@@ -40,6 +40,20 @@ class LoadError : public std::runtime_error {
 // " (did you mean 'x'?)" for the known name closest to `name` when it is a likely typo, else "".
 std::string didYouMean(const std::string& name, const std::vector<std::string>& known);
 
+// What a node is, for messages: "a mapping", "a list", "empty" or its text in quotes (its first
+// 37 characters and "..." when longer than 40).
+std::string kindOf(const YAML::Node& node);
+
+// What anchors and aliases may add to a document in all: each alias counts as the nodes and the
+// text of what it stands for. Beyond them a few lines of aliases would stand for billions.
+constexpr uint64_t kMaxAliasNodes = 100000;
+constexpr uint64_t kMaxAliasBytes = uint64_t{1} << 20;
+
+// The first document of `text`, which starts at `first_line` of `file`. A LoadError for a YAML
+// syntax error, an alias inside the node it refers to, or aliases beyond the bounds above, found
+// before any node is built.
+YAML::Node parseYaml(const std::string& text, const std::string& file, int first_line);
+
 class YamlReader {
  public:
   explicit YamlReader(std::string file) : file_(std::move(file)) {}
@@ -47,10 +61,12 @@ class YamlReader {
   [[noreturn]] void fail(const YAML::Node& at, const std::string& what) const;
   [[noreturn]] void fail(const YAML::Mark& at, const std::string& what) const;
 
-  // A mapping whose keys are all among `allowed`.
+  // A mapping whose keys are all among `allowed`; "<what> must be a mapping, not a list".
   void expectMap(const YAML::Node& node, std::initializer_list<const char*> allowed,
                  const char* what) const;
   void expectSequence(const YAML::Node& node, const char* what) const;
+  // A mapping whose keys are read by the caller.
+  void expectMap(const YAML::Node& node, const std::string& what) const;
   // The key of a mapping item, which must be a plain value.
   std::string key(const YAML::Node& key) const;
   // The value of a key that must be there.
