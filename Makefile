@@ -47,18 +47,28 @@ bench: deps
 	cmake --build --preset release
 	./build/release/bench/filters_bench $(BENCH_ARGS)
 
-# The scenario loader under libFuzzer for FUZZ_SECONDS; the corpus grows in build/fuzz/corpus.
+# The scenario loader, then the capture replay, under libFuzzer for FUZZ_SECONDS between them; the
+# corpora grow in build/fuzz/corpus and build/fuzz/captures (seeded with a one-frame capture).
+FUZZ_HALF = $$(( ($(FUZZ_SECONDS) + 1) / 2 ))
+CAPTURE_SEED := \324\303\262\241\002\000\004\000\000\000\000\000\000\000\000\000\377\377\000\000\001\000\000\000\001\000\000\000\000\000\000\000\052\000\000\000\364\001\000\000\002\000\000\000\000\002\002\000\000\000\000\001\010\000\105\000\000\034\000\000\000\000\100\021\000\000\012\000\000\001\012\000\000\002\000\011\000\011\000\010\000\000
 fuzz: deps
 	@$(MAKE) --no-print-directory install-missing WANTED="$(FUZZ_PACKAGES)"
 	cmake --preset fuzz
-	cmake --build --preset fuzz --target scenario_loader_fuzzer
-	mkdir -p build/fuzz/corpus
-	@echo "Fuzzing the scenario loader for $(FUZZ_SECONDS) s (log in build/fuzz/fuzz.log)"
-	@./build/fuzz/tests/fuzz/scenario_loader_fuzzer -max_total_time=$(FUZZ_SECONDS) \
+	cmake --build --preset fuzz --target scenario_loader_fuzzer capture_fuzzer
+	mkdir -p build/fuzz/corpus build/fuzz/captures
+	@test -n "$$(ls -A build/fuzz/captures)" || printf '$(CAPTURE_SEED)' > build/fuzz/captures/seed.pcap
+	@echo "Fuzzing the scenario loader for $(FUZZ_HALF) s (log in build/fuzz/fuzz.log)"
+	@./build/fuzz/tests/fuzz/scenario_loader_fuzzer -max_total_time=$(FUZZ_HALF) \
 	  -dict=tests/fuzz/scenario.dict -artifact_prefix=build/fuzz/ -print_final_stats=1 \
 	  build/fuzz/corpus examples tests/filtersim/scenarios > build/fuzz/fuzz.log 2>&1 || \
 	  { tail -60 build/fuzz/fuzz.log; exit 1; }
 	@grep -E "^Done|^stat::" build/fuzz/fuzz.log
+	@echo "Fuzzing the capture replay for $(FUZZ_HALF) s (log in build/fuzz/capture_fuzz.log)"
+	@./build/fuzz/tests/fuzz/capture_fuzzer -max_total_time=$(FUZZ_HALF) \
+	  -artifact_prefix=build/fuzz/capture- -print_final_stats=1 \
+	  build/fuzz/captures > build/fuzz/capture_fuzz.log 2>&1 || \
+	  { tail -60 build/fuzz/capture_fuzz.log; exit 1; }
+	@grep -E "^Done|^stat::" build/fuzz/capture_fuzz.log
 
 # Many more random operation sequences than the test suite runs: SOAK_SEQUENCES on the default
 # device and a quarter as many on each named chip (both tests match RandomSequences.Keep*).

@@ -46,6 +46,7 @@ TEST_P(FrameParser, GivesTheHeaderFields) {
                                       row.frame.begin() + static_cast<long>(size));
   bcmsim::Packet packet;
   packet.ether_type = 0;
+  packet.ttl = 0;
   filtersim::parseFrame(captured.data(), captured.size(), packet);
   const std::vector<std::string> fields = fieldsOf(packet);
   for (const std::string& field : row.fields) {
@@ -63,6 +64,16 @@ std::vector<uint8_t> tcpOverIpv4() {
 
 std::vector<uint8_t> doubleTagged() {
   return Frame().tag(0x88a8, 100, 6).tag(0x8100, 200, 3).ipv4(1, 2, capture_frames::kTcp).ports(22, 23).bytes();
+}
+
+// UDP 5353 -> 53 over IPv4 from 0.0.0.1 to 0.0.0.2 whose total length says `total` bytes.
+std::vector<uint8_t> udpTotalLength(uint16_t total) {
+  return Frame()
+      .ipv4(1, 2, capture_frames::kUdp)
+      .ipByte(2, static_cast<uint8_t>(total >> 8))
+      .ipByte(3, static_cast<uint8_t>(total))
+      .ports(5353, 53)
+      .bytes();
 }
 
 // clang-format off
@@ -88,8 +99,33 @@ INSTANTIATE_TEST_SUITE_P(
             {"ether_type 0x0800", "protocol 6", "ttl 63", "src_ip 0.0.0.0", "src_port 0"}, {}},
         Row{"CutInsideTheSourcePort", tcpOverIpv4(), 14 + 20 + 1, {"dst_ip 10.0.0.2", "src_port 0"}, {}},
         Row{"CutInsideATag", Frame().tag(0x8100, 10, 5).bytes(), 15, {"ether_type 0x8100"}, {"vlan", "src_ip"}},
-        Row{"ShorterThanTheAddresses", tcpOverIpv4(), 8, {"src_mac 00:00:00:00:00:00"}, {"src_ip"}}));
+        Row{"ShorterThanTheAddresses", tcpOverIpv4(), 8, {"src_mac 00:00:00:00:00:00"}, {"src_ip"}},
+        // The total length ends the datagram: the bytes after it are padding, not ports.
+        Row{"TotalLengthEndsBeforeThePorts", udpTotalLength(20), kWhole,
+            {"dst_ip 0.0.0.2", "protocol 17", "src_port 0", "dst_port 0"}, {}},
+        Row{"TotalLengthEndsAfterTheSourcePort", udpTotalLength(22), kWhole,
+            {"src_port 5353", "dst_port 0"}, {}},
+        Row{"TotalLengthPastTheCapture", udpTotalLength(1500), kWhole,
+            {"src_port 5353", "dst_port 53"}, {}},
+        // Another version than the Ethernet type's: nothing of L3 or L4 is read.
+        Row{"Ipv4TypeVersion6", Frame().ipv4(1, 2, capture_frames::kUdp, 46, 63).ipByte(0, 0x65).ports(7, 8).bytes(), kWhole,
+            {"ether_type 0x0800", "dst_ip 0.0.0.0", "protocol 0", "dscp 0", "ttl 0", "src_port 0", "dst_port 0"}, {}},
+        Row{"Ipv6TypeVersion4", Frame().ipv6(kDocumentationHost, capture_frames::kUdp, 34).ipByte(0, 0x48).ports(7, 8).bytes(), kWhole,
+            {"ether_type 0x86dd", "dst_ipv6 ::", "protocol 0", "dscp 0", "src_port 0"}, {}}));
 // clang-format on
+
+// The length metered and counted: the record's wire length, unless it is below the captured one.
+TEST(FrameLength, IsTheWireLengthUnlessTheCapturedOneIsMore) {
+  const struct {
+    uint32_t wire;
+    size_t captured;
+    uint32_t length;
+  } rows[] = {{1500, 60, 1500}, {64, 64, 64}, {0, 1000, 1000}, {60, 61, 61}, {65535, 0, 65535}};
+  for (const auto& row : rows) {
+    EXPECT_EQ(filtersim::frameLength(row.wire, row.captured), row.length)
+        << row.wire << " on the wire, " << row.captured << " captured";
+  }
+}
 
 // Every prefix of a frame with every header parses, and the whole frame gives the most fields.
 TEST(FrameParserPrefixes, ParseWithinTheirBytes) {

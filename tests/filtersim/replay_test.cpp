@@ -1,11 +1,18 @@
 // A capture written with libpcap replays through a scenario: hits per user and hardware entry,
 // verdict totals, counters (bytes from the frames' wire lengths) and the packets that hit nothing.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <stdexcept>
+#include <thread>
 
 #include <gtest/gtest.h>
 
+#include "capture_reader.h"
 #include "runner.h"
 #include "step_stream.h"
 #include "yaml_reader.h"
@@ -71,57 +78,71 @@ void writeCapture(const std::string& path) {
                 6 * second);
   capture.write(Frame().bytes(), 7 * second, 10);  // too short for an Ethernet type
   capture.write(Frame().etherType(0x0806).bytes(), 8 * second);
+  // A wire length below the captured one: counted at the captured length.
+  capture.write(Frame().ipv4(1, 2, capture_frames::kTcp).ports(1000, 80).bytes(), 9 * second,
+                SIZE_MAX, 0, /*wire_zero=*/true);
 }
 
-// Keeps the replay step's outcome.
+// Keeps the replay steps' outcomes.
 class ReplaySink : public filtersim::RunSink {
  public:
   void start(const filtersim::RunResult&) override {}
   void step(size_t, const filtersim::StepOutcome& step) override {
-    if (step.replay) replay = *step.replay;
+    if (step.replay) replays.push_back(*step.replay);
   }
   void finish(const filtersim::RunResult&) override {}
 
-  std::optional<filtersim::ReplaySummary> replay;
+  std::vector<filtersim::ReplaySummary> replays;
 };
 
-// Runs `text` from a folder where `write` wrote capture.pcap, with the capture's replay
-// appended as the command line asks for it when `in_port` is given; the replay step's outcome.
-// One scenario per process: each test case runs in its own.
-filtersim::ReplaySummary replayed(const char* name, const char* text,
-                                  void (*write)(const std::string& path),
-                                  const char* in_port = nullptr) {
+// Runs `text` from a folder where `write` wrote capture.pcap, with the capture's replay at
+// `appended` (capture.pcap when empty) added as the command line asks for it when `in_port` is
+// given; the replay steps' outcomes. One scenario per process: each test case runs in its own.
+std::vector<filtersim::ReplaySummary> replays(const char* name, const std::string& text,
+                                              void (*write)(const std::string& path),
+                                              const char* in_port = nullptr,
+                                              std::string appended = "") {
   const fs::path dir = fs::path(::testing::TempDir()) / name;
   fs::create_directories(dir);
   write((dir / "capture.pcap").string());
   filtersim::ScenarioStream scenario(text, (dir / "replay.yaml").string());
-  if (in_port) scenario.appendReplay((dir / "capture.pcap").string(), in_port);
+  if (appended.empty()) appended = (dir / "capture.pcap").string();
+  if (in_port) scenario.appendReplay(appended, in_port);
   ReplaySink sink;
   filtersim::runScenario(scenario, {}, sink);
-  if (!sink.replay) throw std::runtime_error("no replay step ran");
-  return *sink.replay;
+  if (sink.replays.empty()) throw std::runtime_error("no replay step ran");
+  return sink.replays;
+}
+
+filtersim::ReplaySummary replayed(const char* name, const std::string& text,
+                                  void (*write)(const std::string& path),
+                                  const char* in_port = nullptr) {
+  return replays(name, text, write, in_port).back();
 }
 
 TEST(Replay, CountsWhatEveryFrameMet) {
   const filtersim::ReplaySummary replay = replayed("filtersim_replay", kScenario, writeCapture);
 
-  EXPECT_EQ(replay.packets, 8u);
-  EXPECT_EQ(replay.verdicts, (std::map<std::string, uint64_t>{{"dropped", 4}, {"forwarded", 4}}));
+  EXPECT_EQ(replay.packets, 9u);
+  EXPECT_EQ(replay.verdicts, (std::map<std::string, uint64_t>{{"dropped", 5}, {"forwarded", 4}}));
+  EXPECT_EQ(replay.short_records, 1u);
+  EXPECT_EQ(replay.long_gaps, 0u);
   std::map<std::string, uint64_t> user_hits;
   for (const filtersim::UserEntryHits& hits : replay.user_entries) {
     user_hits[filtersim::stageName(hits.stage) + " " + std::to_string(hits.group) + "/" +
               std::to_string(hits.entry)] = hits.packets;
   }
   EXPECT_EQ(user_hits, (std::map<std::string, uint64_t>{{"pre-ingress 1/10", 1},
-                                                        {"ingress 2/1", 2},
+                                                        {"ingress 2/1", 3},
                                                         {"ingress 2/2", 1},
                                                         {"ingress 2/3", 1},
                                                         {"ingress 3/20", 1}}));
   uint64_t hw_hits = 0;
   for (const filtersim::HwEntryHits& hits : replay.hw_entries) hw_hits += hits.packets;
-  EXPECT_EQ(hw_hits, 6u);
+  EXPECT_EQ(hw_hits, 7u);
+  // 100 and 1500 bytes on the wire, then the 60 bytes of the record that gives 0.
   EXPECT_EQ(replay.counters, (std::map<unsigned short, std::optional<uint64_t>>{
-                                 {1, 2}, {2, 1600}, {3, 1}, {4, 1}, {5, 1}, {6, 1}}));
+                                 {1, 3}, {2, 1660}, {3, 1}, {4, 1}, {5, 1}, {6, 1}}));
   EXPECT_EQ(replay.missed, 2u);
   ASSERT_EQ(replay.first_misses.size(), 2u);
   EXPECT_EQ(replay.first_misses[0].number, 7u);
@@ -172,6 +193,122 @@ TEST(Replay, CountsThePolicersColours) {
   EXPECT_EQ(replay.verdicts, (std::map<std::string, uint64_t>{{"dropped", 2}, {"forwarded", 5}}));
   EXPECT_EQ(replay.counters.at(1), 7u);
   EXPECT_EQ(replay.packets, 7u);
+}
+
+// 1,000-byte packets against the policer above: one a second keeps to the committed rate, so
+// each is green when a second has passed since the one before; with no time passed the
+// committed bucket is empty and the peak one holds one more (yellow).
+struct ClockRow {
+  const char* name;
+  std::vector<uint64_t> stamps;                  // of the frames, in ms
+  size_t steps;                                  // packets steps replaying the capture
+  std::vector<std::array<uint64_t, 3>> colours;  // per step: green, yellow, red
+  uint64_t backward;
+  uint64_t long_gaps;
+};
+
+void PrintTo(const ClockRow& row, std::ostream* out) {
+  *out << row.name;
+}
+
+constexpr uint64_t kYear2106Ms = 4294967040000;  // the last minutes of 32-bit pcap seconds
+
+const std::vector<uint64_t>* g_stamps = nullptr;
+
+void writeStamped(const std::string& path) {
+  capture_frames::CaptureWriter capture(path);
+  const std::vector<uint8_t> frame = Frame().ipv4(1, 2, capture_frames::kUdp).ports(9, 9).bytes();
+  for (uint64_t ms : *g_stamps) capture.write(frame, ms * 1000000, SIZE_MAX, 1000);
+}
+
+class ReplayClock : public ::testing::TestWithParam<ClockRow> {};
+
+TEST_P(ReplayClock, MetersByTheGapsBetweenFrames) {
+  const ClockRow& row = GetParam();
+  g_stamps = &row.stamps;
+  std::string text = kPolicedScenario;
+  for (size_t step = 0; step < row.steps; ++step) text += "  - packets: {pcap: capture.pcap}\n";
+  const std::vector<filtersim::ReplaySummary> steps =
+      replays((std::string("filtersim_clock_") + row.name).c_str(), text, writeStamped);
+  ASSERT_EQ(steps.size(), row.colours.size());
+  for (size_t step = 0; step < steps.size(); ++step) {
+    ASSERT_EQ(steps[step].policers.size(), 1u);
+    EXPECT_EQ(steps[step].policers.front().packets, row.colours[step]) << "step " << step;
+    EXPECT_EQ(steps[step].backward_steps, row.backward);
+    EXPECT_EQ(steps[step].long_gaps, row.long_gaps);
+    EXPECT_EQ(steps[step].warnings.size(), size_t{row.backward > 0} + size_t{row.long_gaps > 0});
+  }
+}
+
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(
+    Table, ReplayClock,
+    ::testing::Values(
+        // G G; the 2106 frame finds full buckets (G); the next steps back, no time: Y; then a
+        // second each: G G.
+        ClockRow{"FarFutureStamp", {1000, 2000, kYear2106Ms, 3000, 4000, 5000}, 1, {{5, 1, 0}}, 1, 1},
+        // G G; back half a second, no time: Y; a second later: G.
+        ClockRow{"BackwardStamp", {1000, 2000, 1500, 2500}, 1, {{3, 1, 0}}, 1, 0},
+        // The second replay's first packet comes a second (the capture's first gap) after the
+        // first replay's last: green throughout.
+        ClockRow{"RepeatedReplay", {1000, 2000, 3000}, 2, {{3, 0, 0}, {3, 0, 0}}, 0, 0},
+        // G Y G G; a first gap of none: the second replay's first two packets meet the buckets
+        // the first replay's last left with no time passed (Y R), the rest a second apart (G G).
+        ClockRow{"RepeatedBurstStart", {1000, 1000, 2000, 3000}, 2, {{3, 1, 0}, {2, 1, 1}}, 0, 0}));
+// clang-format on
+
+// Pours a file's bytes into the descriptor `open` gives, on a thread, then closes it: the writer
+// end of a pipe.
+std::thread pour(const std::string& file, std::function<int()> open) {
+  return std::thread([file, open] {
+    const int fd = open();
+    std::ifstream in(file, std::ios::binary);
+    std::array<char, 512> chunk;
+    while (in.read(chunk.data(), chunk.size()) || in.gcount() > 0) {
+      if (::write(fd, chunk.data(), static_cast<size_t>(in.gcount())) < 0) break;
+    }
+    ::close(fd);
+  });
+}
+
+// A capture read from a FIFO, named by two steps, and from standard input as --pcap - gives it,
+// replays as the file does (CountsThePolicersColours); the stream is read once and spooled.
+TEST(Replay, ReadsCapturesFromPipes) {
+  const fs::path dir = fs::path(::testing::TempDir()) / "filtersim_replay_pipes";
+  fs::create_directories(dir);
+  const std::string file = (dir / "burst.pcap").string();
+  writeBurst(file);
+  const std::string fifo = (dir / "burst.fifo").string();
+  fs::remove(fifo);
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  std::thread fifo_writer = pour(file, [fifo] { return ::open(fifo.c_str(), O_WRONLY); });
+  int ends[2];
+  ASSERT_EQ(::pipe(ends), 0);
+  ASSERT_EQ(::dup2(ends[0], STDIN_FILENO), STDIN_FILENO);
+  ::close(ends[0]);
+  std::thread stdin_writer = pour(file, [ends] { return ends[1]; });
+
+  std::string text = kPolicedScenario;
+  text += "  - packets: {pcap: burst.fifo}\n  - packets: {pcap: burst.fifo}\n";
+  filtersim::ScenarioStream scenario(text, (dir / "s.yaml").string());
+  scenario.appendReplay("/dev/stdin", "eth2");  // what filtersim --pcap - asks for
+  ReplaySink sink;
+  filtersim::runScenario(scenario, {}, sink);
+  fifo_writer.join();
+  stdin_writer.join();
+
+  ASSERT_EQ(sink.replays.size(), 3u);
+  EXPECT_EQ(sink.replays[0].policers.at(0).packets, (std::array<uint64_t, 3>{3, 2, 2}));
+  for (const filtersim::ReplaySummary& replay : sink.replays) {
+    EXPECT_EQ(replay.packets, 7u) << replay.capture;
+    EXPECT_FALSE(replay.damage) << *replay.damage;
+  }
+  // "-" is standard input, already read: the same seven frames again.
+  filtersim::CaptureReader again("-");
+  filtersim::CapturedFrame frame{};
+  size_t frames = 0;
+  while (again.next(frame)) ++frames;
+  EXPECT_EQ(frames, 7u);
 }
 
 void writeCutShort(const std::string& path) {

@@ -67,6 +67,12 @@ class Frame {
     l4_ = std::move(header);
     return *this;
   }
+  // Replaces byte `at` of the IP header, after the lengths are filled in (a version nibble, an
+  // IPv4 total length).
+  Frame& ipByte(size_t at, uint8_t value) {
+    ip_bytes_.push_back({at, value});
+    return *this;
+  }
   Frame& ports(uint16_t src, uint16_t dst) {
     l4_ = {};
     put16(l4_, src);
@@ -83,7 +89,16 @@ class Frame {
       put16(out, control);
     }
     put16(out, type_);
-    out.insert(out.end(), ip_.begin(), ip_.end());
+    std::vector<uint8_t> ip = ip_;
+    // The IPv4 total length, or the IPv6 payload length.
+    const size_t length_at = type_ == 0x0800 ? 2 : 4;
+    const size_t length = type_ == 0x0800 ? ip.size() + l4_.size() : l4_.size();
+    if (ip.size() > length_at + 1) {
+      ip[length_at] = static_cast<uint8_t>(length >> 8);
+      ip[length_at + 1] = static_cast<uint8_t>(length);
+    }
+    for (const auto& [at, value] : ip_bytes_) ip.at(at) = value;
+    out.insert(out.end(), ip.begin(), ip.end());
     out.insert(out.end(), l4_.begin(), l4_.end());
     if (out.size() < 60) out.resize(60);  // padded to the minimum frame, without the FCS
     return out;
@@ -106,6 +121,7 @@ class Frame {
   uint8_t protocol_ = 0;
   std::vector<uint8_t> ip_;
   std::vector<uint8_t> l4_;
+  std::vector<std::pair<size_t, uint8_t>> ip_bytes_;
 };
 
 // A capture file written frame by frame, with nanosecond timestamps.
@@ -124,14 +140,14 @@ class CaptureWriter {
   CaptureWriter& operator=(const CaptureWriter&) = delete;
 
   // The first `captured` bytes of `frame` (all by default), recorded as `length` bytes long on the
-  // wire (its size by default).
+  // wire (its size by default, or 0 with `wire_zero`).
   void write(const std::vector<uint8_t>& frame, uint64_t time_ns, size_t captured = SIZE_MAX,
-             uint32_t length = 0) {
+             uint32_t length = 0, bool wire_zero = false) {
     pcap_pkthdr header{};
     header.ts.tv_sec = static_cast<time_t>(time_ns / 1000000000u);
     header.ts.tv_usec = static_cast<suseconds_t>(time_ns % 1000000000u);  // nanoseconds here
     header.caplen = static_cast<bpf_u_int32>(std::min(captured, frame.size()));
-    header.len = length ? length : static_cast<bpf_u_int32>(frame.size());
+    header.len = length || wire_zero ? length : static_cast<bpf_u_int32>(frame.size());
     pcap_dump(reinterpret_cast<u_char*>(dump_), &header, frame.data());
   }
 

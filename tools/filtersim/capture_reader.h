@@ -20,13 +20,16 @@ class CaptureError : public std::runtime_error {
 struct CapturedFrame {
   const uint8_t* data;
   size_t captured;        // bytes in the capture
-  uint32_t length;        // the frame's length on the wire
+  uint32_t length;        // the frame's length on the wire, as the record gives it
   uint64_t timestamp_ns;  // from the epoch
 };
 
 class CaptureReader {
  public:
-  // Opens an Ethernet (DLT_EN10MB) capture, or raises CaptureError.
+  // Opens an Ethernet (DLT_EN10MB) capture, or raises CaptureError. `path` may be "-" (standard
+  // input) or a pipe (/dev/stdin, /dev/fd/N, a FIFO): a stream is read to its end the first time
+  // it is opened, into an unlinked temporary file that every later reader of the same stream
+  // reads again from its start. Readers of one stream must not overlap.
   explicit CaptureReader(const std::string& path);
   ~CaptureReader();
   CaptureReader(const CaptureReader&) = delete;

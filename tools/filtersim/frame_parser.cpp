@@ -24,6 +24,7 @@ struct Bytes {
   uint16_t be16(size_t at) const { return static_cast<uint16_t>(data[at] << 8 | data[at + 1]); }
   uint32_t be32(size_t at) const { return uint32_t{be16(at)} << 16 | be16(at + 2); }
   Bytes from(size_t at) const { return at <= size ? Bytes{data + at, size - at} : Bytes{data, 0}; }
+  Bytes upTo(size_t end) const { return Bytes{data, std::min(size, end)}; }
 };
 
 void parseL4(Bytes l4, uint8_t protocol, bcmsim::Packet& packet) {
@@ -32,7 +33,13 @@ void parseL4(Bytes l4, uint8_t protocol, bcmsim::Packet& packet) {
   if (l4.has(2, 2)) packet.l4_dst_port = l4.be16(2);
 }
 
+// Whether the header's version nibble is `version`: a parser goes no further into another one.
+bool versionIs(Bytes ip, unsigned version) {
+  return ip.has(0, 1) && ip.u8(0) >> 4 == version;
+}
+
 void parseIpv4(Bytes ip, bcmsim::Packet& packet) {
+  if (!versionIs(ip, 4)) return;
   if (ip.has(1, 1)) packet.dscp = static_cast<uint8_t>(ip.u8(1) >> 2);
   if (ip.has(8, 1)) packet.ttl = ip.u8(8);
   if (ip.has(9, 1)) packet.ip_protocol = ip.u8(9);
@@ -41,12 +48,15 @@ void parseIpv4(Bytes ip, bcmsim::Packet& packet) {
   if (!ip.has(0, kIpv4MinHeader)) return;
   const size_t header = size_t{ip.u8(0) & 0x0fu} * 4;
   const bool later_fragment = (ip.be16(6) & 0x1fff) != 0;  // no L4 header in it
+  // The datagram ends at its total length: what follows is the frame's padding.
+  const Bytes datagram = ip.upTo(ip.be16(2));
   if (header >= kIpv4MinHeader && !later_fragment) {
-    parseL4(ip.from(header), packet.ip_protocol, packet);
+    parseL4(datagram.from(header), packet.ip_protocol, packet);
   }
 }
 
 void parseIpv6(Bytes ip, bcmsim::Packet& packet) {
+  if (!versionIs(ip, 6)) return;
   if (ip.has(0, 2)) packet.dscp = static_cast<uint8_t>((ip.be16(0) >> 6) & 0x3f);
   if (ip.has(6, 1)) packet.ip_protocol = ip.u8(6);
   if (ip.has(7, 1)) packet.ttl = ip.u8(7);
@@ -80,6 +90,10 @@ void parseFrame(const uint8_t* frame, size_t captured, bcmsim::Packet& packet) {
   at += 2;
   if (type == kIpv4) parseIpv4(bytes.from(at), packet);
   if (type == kIpv6) parseIpv6(bytes.from(at), packet);
+}
+
+uint32_t frameLength(uint32_t wire, size_t captured) {
+  return wire >= captured ? wire : static_cast<uint32_t>(std::min<size_t>(captured, UINT32_MAX));
 }
 
 }  // namespace filtersim

@@ -84,8 +84,9 @@ int main(int argc, char** argv) {
                  "write the SDK calls as a cint script (plain C as well) to this file");
   app.add_option("--cint-steps", cint_steps, "only the calls of these steps: N or FIRST-LAST")
       ->needs("--cint");
-  CLI::Option* pcap_option =
-      app.add_option("--pcap", pcap, "replay this capture (Ethernet) after the scenario's steps");
+  CLI::Option* pcap_option = app.add_option(
+      "--pcap", pcap,
+      "replay this capture (Ethernet; - for standard input) after the scenario's steps");
   app.add_option("--in-port", in_port, "the port the capture's packets arrive on (eth1 by default)")
       ->needs(pcap_option);
   try {
@@ -128,7 +129,10 @@ int main(int argc, char** argv) {
     return refuse(json, "invalid-scenario", error.message(), &error);
   }
   try {
-    if (!pcap.empty()) scenario->appendReplay(std::filesystem::absolute(pcap).string(), in_port);
+    // "-" is standard input, which the loader would take for a file beside the scenario.
+    if (!pcap.empty())
+      scenario->appendReplay(pcap == "-" ? "/dev/stdin" : std::filesystem::absolute(pcap).string(),
+                             in_port);
   } catch (const filtersim::LoadError& error) {
     return refuse(json, "usage", error.message());
   }

@@ -1,6 +1,7 @@
 #include "replay.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <tuple>
 
 #include <bcmsim/device.h>
@@ -96,6 +97,82 @@ ReplaySummary ReplayTally::summary(const CounterReader& read_counter) const {
   return out;
 }
 
+namespace {
+
+constexpr uint64_t kSecondNs = 1000000000;
+
+// The meters' time across every replay of the process: meters only see differences, so one clock
+// serves however many steps (and devices) there are.
+class ReplayClock {
+ public:
+  // The first packet of a replay: at its own stamp on the first replay, otherwise `first_gap`
+  // after the last packet of the replay before.
+  uint64_t start(uint64_t stamp, uint64_t first_gap) {
+    now_ = now_ ? plus(*now_, first_gap) : stamp;
+    return *now_;
+  }
+  uint64_t advance(uint64_t gap) {
+    now_ = plus(*now_, gap);
+    return *now_;
+  }
+
+ private:
+  static uint64_t plus(uint64_t now, uint64_t gap) {
+    return gap > UINT64_MAX - now ? UINT64_MAX : now + gap;
+  }
+
+  std::optional<uint64_t> now_;
+};
+
+ReplayClock& replayClock() {
+  static ReplayClock clock;
+  return clock;
+}
+
+// What one replay met of odd stamps and lengths.
+struct Oddities {
+  uint64_t backward = 0;
+  uint64_t long_gaps = 0;
+  uint64_t short_records = 0;
+
+  // The time from a frame stamped `before` to the next, stamped `after`.
+  uint64_t gap(uint64_t before, uint64_t after) {
+    if (after < before) {
+      ++backward;
+      return 0;
+    }
+    if (after - before > kSecondNs) ++long_gaps;
+    return after - before;
+  }
+  // The frame's length for meters and counters.
+  uint32_t length(const CapturedFrame& frame) {
+    if (frame.length < frame.captured) ++short_records;
+    return frameLength(frame.length, frame.captured);
+  }
+};
+
+std::vector<std::string> warningsOf(const Oddities& odd) {
+  std::vector<std::string> warnings;
+  if (odd.backward) {
+    warnings.push_back(std::to_string(odd.backward) +
+                       " frames are stamped earlier than the frame before: each arrived with no "
+                       "time passed");
+  }
+  if (odd.long_gaps) {
+    warnings.push_back(std::to_string(odd.long_gaps) +
+                       " frames are stamped more than a second after the frame before: the "
+                       "policers' buckets refilled over the gap");
+  }
+  if (odd.short_records) {
+    warnings.push_back(std::to_string(odd.short_records) +
+                       " records give a wire length below their captured length: counted at "
+                       "the captured length");
+  }
+  return warnings;
+}
+
+}  // namespace
+
 ReplaySummary replayCapture(const std::string& path, const bcmsim::Packet& defaults,
                             const std::map<int, UserGroup>& groups,
                             const CounterReader& read_counter) {
@@ -104,7 +181,17 @@ ReplaySummary replayCapture(const std::string& path, const bcmsim::Packet& defau
   // Header fields a frame does not hold whole stay zero.
   base.ether_type = 0;
   base.ttl = 0;
-  uint64_t arrival = 0;
+  ReplayClock& clock = replayClock();
+  Oddities odd;
+  const auto send = [&](bcmsim::Packet& packet, uint64_t arrival) {
+    packet.arrival_ns = arrival;
+    tally.count(packet, bcmsim::classify(packet));
+  };
+  // The first packet waits for the second: the gap between them places it after the replay
+  // before.
+  std::optional<bcmsim::Packet> first;
+  std::optional<uint64_t> first_stamp;
+  uint64_t previous_stamp = 0;
   std::optional<std::string> damage;
   try {
     CaptureReader capture(path);
@@ -112,17 +199,31 @@ ReplaySummary replayCapture(const std::string& path, const bcmsim::Packet& defau
     while (capture.next(frame)) {
       bcmsim::Packet packet = base;
       parseFrame(frame.data, frame.captured, packet);
-      packet.length = frame.length;
-      arrival = std::max(arrival, frame.timestamp_ns);  // the meters need time to run forwards
-      packet.arrival_ns = arrival;
-      tally.count(packet, bcmsim::classify(packet));
+      packet.length = odd.length(frame);
+      if (!first_stamp) {
+        first = std::move(packet);
+        first_stamp = previous_stamp = frame.timestamp_ns;
+        continue;
+      }
+      const uint64_t gap = odd.gap(previous_stamp, frame.timestamp_ns);
+      previous_stamp = frame.timestamp_ns;
+      if (first) {
+        send(*first, clock.start(*first_stamp, gap));
+        first.reset();
+      }
+      send(packet, clock.advance(gap));
     }
   } catch (const CaptureError& error) {
     damage = error.what();  // a capture changed or cut short since the scenario was loaded
   }
+  if (first) send(*first, clock.start(*first_stamp, 0));  // the capture's only packet
   ReplaySummary summary = tally.summary(read_counter);
   summary.capture = path;
   summary.damage = std::move(damage);
+  summary.backward_steps = odd.backward;
+  summary.long_gaps = odd.long_gaps;
+  summary.short_records = odd.short_records;
+  summary.warnings = warningsOf(odd);
   return summary;
 }
 

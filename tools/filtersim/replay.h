@@ -56,7 +56,12 @@ struct ReplaySummary {
   uint64_t missed = 0;                                         // packets that hit no entry
   std::vector<ReplayMiss> first_misses;                        // up to kMissesKept
   std::vector<PolicerColours> policers;
-  std::optional<std::string> damage;  // why the capture ended before its end, with the packets so far
+  std::optional<std::string>
+      damage;                   // why the capture ended before its end, with the packets so far
+  uint64_t backward_steps = 0;  // frames stamped earlier than the one before: no time passed
+  uint64_t long_gaps = 0;       // frames stamped more than a second after the one before
+  uint64_t short_records = 0;   // records whose wire length is below their captured length
+  std::vector<std::string> warnings;  // what the three figures above mean for the replay
 };
 
 // The value of a counter the library knows, or nullopt.
@@ -88,7 +93,12 @@ class ReplayTally {
 };
 
 // Reads every frame of the capture at `path` into a copy of `defaults` (the in port and pipeline
-// facts), classifies it and counts it. Raises CaptureError.
+// facts), classifies it and counts it. The packets arrive on a clock that runs by each frame's gap
+// from the one before (a gap backwards is no time); it carries on from the previous replay of
+// the process, whose last packet the first one follows by the capture's first gap. A frame is
+// metered and counted at its wire length, or its captured length when the record's wire length
+// is less. A capture that cannot be read to its end gives the counts so far and the reason, as
+// `damage`.
 ReplaySummary replayCapture(const std::string& path, const bcmsim::Packet& defaults,
                             const std::map<int, UserGroup>& groups,
                             const CounterReader& read_counter);
