@@ -168,7 +168,8 @@ json replayJson(const ReplaySummary& replay) {
           {"verdicts", replay.verdicts},     {"user_entries", user_entries},
           {"hw_entries", hw_entries},        {"counters", counters},
           {"policers", policers},            {"missed", replay.missed},
-          {"first_misses", misses}};
+          {"first_misses", misses},          {"backward_steps", replay.backward_steps},
+          {"long_gaps", replay.long_gaps},   {"short_records", replay.short_records}};
 }
 
 json stepJson(size_t index, const StepOutcome& step, bool trace) {

@@ -128,6 +128,8 @@ class StepRunner {
     out_.replay = replayCapture(step.path, step.defaults, run_.groups, [this](unsigned short id) {
       return readCounter(filters_, id);
     });
+    out_.warnings.insert(out_.warnings.end(), out_.replay->warnings.begin(),
+                         out_.replay->warnings.end());
     if (out_.replay->damage) {
       out_.failures.push_back("the capture could not be read to its end after " +
                               std::to_string(out_.replay->packets) +
