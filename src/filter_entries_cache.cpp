@@ -1,6 +1,7 @@
 // The cache's records: user entry keys, pools of hardware entries, and the global cache.
 #include <hal_filters_ll/filter_entries_cache.h>
 
+#include <iterator>
 #include <limits>
 #include <tuple>
 
@@ -91,6 +92,13 @@ std::vector<pool_entry>* FilterEntriesCache::GetEntriesPool(int base) {
     return nullptr;
   }
   return &record->second.pool;
+}
+
+const FilterEntriesCache::entry_info_t* FilterEntriesCache::FindEntryOf(int hw_eid) const {
+  auto after = entries_info_.upper_bound(hw_eid);
+  if (after == entries_info_.begin()) return nullptr;
+  const auto& [base, info] = *std::prev(after);
+  return static_cast<size_t>(hw_eid - base) < info.pool.size() ? &info : nullptr;
 }
 
 void FilterEntriesCache::DestroyEntriesPool(int base) {

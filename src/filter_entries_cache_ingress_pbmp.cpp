@@ -129,4 +129,19 @@ int FilterEntriesCache::GetIngressEntryPbmp(int eid, _shr_pbmp& pbmp) const {
   return HAL_FILTERS_OK;
 }
 
+std::set<limid_t> FilterEntriesCache::BitmapEntryLags(int eid) const {
+  std::set<limid_t> lags;
+  for (const auto& [lag, ids] : lag_pbmp_entries_) {
+    if (ids.count(eid)) lags.insert(lag);
+  }
+  return lags;
+}
+
+void FilterEntriesCache::RestrictBitmapEntryLags(int eid, const std::set<limid_t>& lags) {
+  for (auto lag = lag_pbmp_entries_.begin(); lag != lag_pbmp_entries_.end();) {
+    if (!lags.count(lag->first)) lag->second.erase(eid);
+    lag = lag->second.empty() ? lag_pbmp_entries_.erase(lag) : std::next(lag);
+  }
+}
+
 }  // namespace HalFiltersLL

@@ -97,6 +97,7 @@ void HalFiltersBcm::clearCache() {
   parent_policer_entries_.clear();
   entry_parent_policer_.clear();
   interrupted_updates_.clear();
+  out_of_step_.clear();
 }
 
 }  // namespace HalFiltersLL

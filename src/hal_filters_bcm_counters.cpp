@@ -91,13 +91,11 @@ halFiltersErr_t HalFiltersBcm::attachCounter(const user_entry_key_t& key, int hw
   return HAL_FILTERS_OK;
 }
 
-halFiltersErr_t HalFiltersBcm::detachCounter(const user_entry_key_t& key, int hw_eid,
-                                             bool* entry_gone) const {
+halFiltersErr_t HalFiltersBcm::detachCounter(const user_entry_key_t& key, int hw_eid) const {
   auto record = counter_entries_.find(key);
   if (record == counter_entries_.end()) return HAL_FILTERS_OK;
   const int stat_id = record->second.stat_id;
   int rv = bcm_field_entry_stat_detach(bcmUnit(), hw_eid, stat_id);
-  if (entry_gone) *entry_gone = rv == BCM_E_NOT_FOUND;
   // An entry whose programming failed before its counter was attached has nothing to detach
   // (the SDK's empty), and must still be destroyed by the undo.
   if (rv == BCM_E_EMPTY) return HAL_FILTERS_OK;

@@ -23,6 +23,13 @@ halFiltersErr_t HalFiltersBcm::createEntry(filtersGroupStage_t stage, unsigned s
     callbacks().log(kLogError, "Error initializing HW entries pool");
     return static_cast<halFiltersErr_t>(initialized);
   }
+  // What a failed create left on the chip under the entry's ids goes first; the create then
+  // makes every listed id afresh.
+  if (!destroyLeftovers(key)) {
+    filters_cache_.DestroyEntriesPool(base);
+    return HAL_FILTERS_ERR_SDK;
+  }
+  out_of_step_.erase(key);
   if (halFiltersErr_t rc = createCounter(key, entry); rc != HAL_FILTERS_OK) {
     // Without its pool, the entry can be created again.
     filters_cache_.DestroyEntriesPool(base);
@@ -36,15 +43,24 @@ halFiltersErr_t HalFiltersBcm::createEntry(filtersGroupStage_t stage, unsigned s
     return HAL_FILTERS_ERR_FAILED;
   }
   int count = 0;
+  std::vector<int> made;  // the SDK entries this create made
   for (const pool_entry& hw_entry : *pool) {
     if (!hw_entry.installable) continue;
     ++count;
+    const int hw_eid = static_cast<int>(hw_entry.entry.getId());
     callbacks().log(kLogInfo, "[HAL FILTERS] %s() Creating Filter Entry (EID: %d; Hw EID: %d)",
-                    "createEntry", entry.getId(), hw_entry.entry.getId());
-    if (halFiltersErr_t rc = createHwEntry(key, hw_entry.entry); rc != HAL_FILTERS_OK) {
+                    "createEntry", entry.getId(), hw_eid);
+    bool created = false;
+    const halFiltersErr_t rc = createHwEntry(key, hw_entry.entry, &created);
+    if (created) made.push_back(hw_eid);
+    if (rc != HAL_FILTERS_OK) {
       // The counter created above stays. A policer created for the failing entry before its
       // attach failed has no user to release it, and goes once the undo has destroyed the entry.
-      undoCreatedHwEntries(key, *pool, count);
+      // What the undo could not destroy is left for the next create or delete of the entry.
+      const std::set<int> left = undoCreatedHwEntries(key, *pool, count);
+      for (int id : made) {
+        if (left.count(id)) noteOutOfStep(key, id, true);
+      }
       releaseIdlePolicers(entry);
       filters_cache_.DestroyEntriesPool(base);
       return rc;
@@ -54,26 +70,31 @@ halFiltersErr_t HalFiltersBcm::createEntry(filtersGroupStage_t stage, unsigned s
   return HAL_FILTERS_OK;
 }
 
-void HalFiltersBcm::undoCreatedHwEntries(const user_entry_key_t& key,
-                                         const std::vector<pool_entry>& pool, int count) {
+std::set<int> HalFiltersBcm::undoCreatedHwEntries(const user_entry_key_t& key,
+                                                  const std::vector<pool_entry>& pool, int count) {
+  std::set<int> left;
+  auto undo = [&](size_t position) {
+    const int hw_eid = static_cast<int>(pool[position].entry.getId());
+    bool gone = false;
+    deleteHwEntry(key, hw_eid, &gone);
+    if (!gone) left.insert(hw_eid);
+  };
   // By position, installable or not: with no free slot before it, the failing entry is included.
-  for (int position = 0; position < count; ++position) {
-    deleteHwEntry(key, static_cast<int>(pool[position].entry.getId()));
-  }
+  for (int position = 0; position < count; ++position) undo(static_cast<size_t>(position));
   // Free slots before the failing entry push created entries past those positions; they are
   // removed too, so that nothing of the failed create stays in the hardware.
   int attempted = 0;
   for (size_t position = 0; position < pool.size() && attempted < count; ++position) {
     if (!pool[position].installable) continue;
     ++attempted;
-    if (position >= static_cast<size_t>(count)) {
-      deleteHwEntry(key, static_cast<int>(pool[position].entry.getId()));
-    }
+    if (position >= static_cast<size_t>(count)) undo(position);
   }
+  return left;
 }
 
 halFiltersErr_t HalFiltersBcm::createHwEntry(const user_entry_key_t& key,
-                                             const FiltersEntry& hw_entry) {
+                                             const FiltersEntry& hw_entry, bool* made) {
+  if (made) *made = false;
   const int hw_eid = static_cast<int>(hw_entry.getId());
   const int hw_gid = getHwGid(key.stage, key.group_id);
   if (hw_gid < 0) {
@@ -83,6 +104,7 @@ halFiltersErr_t HalFiltersBcm::createHwEntry(const user_entry_key_t& key,
   }
   const int rv = bcm_field_entry_create_id(bcmUnit(), hw_gid, hw_eid);
   if (rv != BCM_E_NONE) return handleBcmEntryError(rv, hw_gid, hw_eid, "create");
+  if (made) *made = true;
   return installHwEntry(key, hw_entry);
 }
 
@@ -149,10 +171,10 @@ halFiltersErr_t HalFiltersBcm::deleteHwEntry(const user_entry_key_t& key, int hw
                     "deleteHwEntry");
     return HAL_FILTERS_ERR_FAILED;
   }
-  halFiltersErr_t rc = detachCounter(key, hw_eid, &entry_gone);
+  halFiltersErr_t rc = detachCounter(key, hw_eid);
   if (rc == HAL_FILTERS_OK) {
     const int rv = bcm_field_entry_destroy(bcmUnit(), hw_eid);
-    entry_gone = rv >= 0 || rv == BCM_E_NOT_FOUND;
+    entry_gone = rv >= 0;
     rc = handleBcmEntryError(rv, hw_gid, hw_eid, "destroy");
   }
   if (gone) *gone = entry_gone;
@@ -182,9 +204,18 @@ halFiltersErr_t HalFiltersBcm::deleteEntry(filtersGroupStage_t stage, unsigned s
   // A delete repeated after a failed policer destroy finishes that destroy.
   halFiltersErr_t last = static_cast<halFiltersErr_t>(
       releaseIdlePolicers(filters_cache_.entries_info().at(base).user_entry));
+  if (!destroyLeftovers(key)) last = HAL_FILTERS_ERR_SDK;
   for (pool_entry& hw_entry : *pool) {
     if (!hw_entry.installable) continue;
     const int hw_eid = static_cast<int>(hw_entry.entry.getId());
+    // An entry a failure took off the chip is already gone; one the leftovers' destroy could
+    // not remove waits for the next delete.
+    if (outOfStep(key, hw_eid)) {
+      if (!missingFromChip(key, hw_eid)) continue;
+      hw_entry.installable = false;
+      if (halFiltersErr_t rc = releaseMissing(key, hw_eid); rc != HAL_FILTERS_OK) last = rc;
+      continue;
+    }
     bool gone = false;
     const halFiltersErr_t rc = deleteHwEntry(key, hw_eid, &gone);
     // A later delete skips what is already gone from the hardware.
@@ -204,6 +235,7 @@ halFiltersErr_t HalFiltersBcm::deleteEntry(filtersGroupStage_t stage, unsigned s
   if (halFiltersErr_t rc = removeCounter(key); rc != HAL_FILTERS_OK) return rc;
   if (last != HAL_FILTERS_OK) return last;
   filters_cache_.DestroyEntriesPool(base);
+  out_of_step_.erase(key);
   return HAL_FILTERS_OK;
 }
 
@@ -226,6 +258,8 @@ void HalFiltersBcm::releaseFailedCreate(const user_entry_key_t& key) {
   // A live entry (one with a pool) keeps what it holds.
   const int base = getBaseHwEid(key.stage, key.group_id, key.entry_id);
   if (filters_cache_.entries_info().count(base)) return;
+  // A leftover SDK entry holds the counter: it goes first.
+  if (destroyLeftovers(key)) out_of_step_.erase(key);
   removeL3Entry(key);
   removeCounter(key);
 }

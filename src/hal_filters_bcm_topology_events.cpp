@@ -1,6 +1,8 @@
 // Topology events: hardware entries follow LAG membership and L3 destinations. The cache says
 // which entries to create, delete or re-qualify; the handlers do the hardware work, creations
-// and deletions first, re-qualified entries second. No failure stops a walk.
+// and deletions first, re-qualified entries second. No failure stops a walk. A LAG event first
+// repairs the entries of the LAG's users that an earlier failure left out of step; what fails
+// now is recorded for the next operation on the user entry.
 #include <hal_filters_ll/hal_filters_bcm.h>
 
 #include <hal_filters_ll/match_translation.h>
@@ -21,37 +23,57 @@ int lagEventResult(int query_rc, bool walk_failed, int bitmap_query_rc, int rein
 }  // namespace
 
 halFiltersErr_t ReinstallEntry(const bcm_field_entry_t& hw_eid) {
+  return ReinstallEntry(hw_eid, nullptr);
+}
+
+halFiltersErr_t ReinstallEntry(const bcm_field_entry_t& hw_eid, bool* destroyed) {
   const int unit = bcmUnit();
+  if (destroyed) *destroyed = false;
   if (bcm_field_entry_reinstall(unit, hw_eid) == BCM_E_NONE) return HAL_FILTERS_OK;
   callbacks().log(kLogError, "%s: error trying to reinstall filter entry. unit = %d, eid = %d\n",
                   "HalFiltersLL::halFiltersErr_t ReinstallEntry(const bcm_field_entry_t&)", unit,
                   hw_eid);
   // An entry that cannot be reinstalled leaves the hardware; the software state keeps its id.
-  bcm_field_entry_destroy(unit, hw_eid);
+  const int rv = bcm_field_entry_destroy(unit, hw_eid);
+  if (destroyed) *destroyed = rv >= 0;
   return HAL_FILTERS_ERR_SDK;
 }
 
 int HalFiltersBcm::UpdateAndReinstallEntries(const std::set<int>& hw_eids) {
   int result = HAL_FILTERS_OK;
   for (int hw_eid : hw_eids) {
+    // One still out of step after the event's repair is left to the next operation.
+    if (const auto* info = filters_cache_.FindEntryOf(hw_eid);
+        info && outOfStep(info->user_key, hw_eid)) {
+      result = HAL_FILTERS_ERR_FAILED;
+      continue;
+    }
     callbacks().log(kLogInfo, "[HAL FILTERS] %s() Reinstalling Filter Entry (Hw EID: %d)",
                     "UpdateAndReinstallEntries", hw_eid);
-    if (ConfigureInPortsMatch(hw_eid) != 0) result = HAL_FILTERS_ERR_FAILED;
-    if (ReinstallEntry(hw_eid) != HAL_FILTERS_OK) result = HAL_FILTERS_ERR_FAILED;
+    const bool qualified = ConfigureInPortsMatch(hw_eid) == 0;
+    bool destroyed = false;
+    const bool reinstalled = ReinstallEntry(hw_eid, &destroyed) == HAL_FILTERS_OK;
+    if (qualified && reinstalled) continue;
+    result = HAL_FILTERS_ERR_FAILED;
+    noteFailedRewrite(hw_eid, destroyed);
   }
   return result;
 }
 
 int HalFiltersBcm::AddLagMemberEvent(const limid_t& lag, const limid_t& member) {
+  bool walk_failed = !repairLagFollowers(lag);
   FilterEntriesCache::AddedEntries added;
   const int query_rc = filters_cache_.GetAddedLagMemberEntries(lag, member, added);
-  bool walk_failed = false;
   for (const auto& [key, hw_entries] : added) {
     for (const pool_entry& hw_entry : hw_entries) {
       callbacks().log(
           kLogInfo, "[HAL FILTERS] %s() Creating Filter Entry for LAG Member (EID: %d; Hw EID: %d)",
           "AddLagMemberEvent", key.entry_id, hw_entry.entry.getId());
-      walk_failed |= createHwEntry(key, hw_entry.entry) != HAL_FILTERS_OK;
+      const int hw_eid = static_cast<int>(hw_entry.entry.getId());
+      bool made = false;
+      if (createHwEntry(key, hw_entry.entry, &made) == HAL_FILTERS_OK) continue;
+      walk_failed = true;
+      noteOutOfStep(key, hw_eid, made);
     }
   }
   std::set<int> updated;
@@ -64,39 +86,41 @@ bool HalFiltersBcm::deleteHwEntries(const FilterEntriesCache::RemovedEntries& re
   bool failed = false;
   for (const auto& [key, hw_eids] : removed) {
     for (int hw_eid : hw_eids) {
+      if (missingFromChip(key, hw_eid)) {
+        failed |= releaseMissing(key, hw_eid) != HAL_FILTERS_OK;
+        continue;
+      }
       callbacks().log(kLogInfo, "[HAL FILTERS] %s() Deleting Filter Entry (EID: %d; Hw EID: %d)",
                       event, key.entry_id, hw_eid);
       bool gone = false;
-      if (deleteHwEntry(key, hw_eid, &gone) == HAL_FILTERS_OK) continue;
-      failed = true;
-      if (!gone) keepInPool(key, hw_eid);
+      failed |= deleteHwEntry(key, hw_eid, &gone) != HAL_FILTERS_OK;
+      // The cache has freed the slot; an entry still on the chip is left for the next operation
+      // on its user entry.
+      if (gone) {
+        forgetOutOfStep(key, hw_eid);
+      } else {
+        noteOutOfStep(key, hw_eid, true);
+      }
     }
   }
   return failed;
 }
 
-// The cache has freed the slot of an entry the event meant to delete; an entry still in the
-// hardware takes it back, so that deleting its user entry removes it.
-void HalFiltersBcm::keepInPool(const user_entry_key_t& key, int hw_eid) {
-  const int base = getBaseHwEid(key.stage, key.group_id, key.entry_id);
-  std::vector<pool_entry>* pool = filters_cache_.GetEntriesPool(base);
-  if (!pool || hw_eid < base || static_cast<size_t>(hw_eid - base) >= pool->size()) return;
-  (*pool)[static_cast<size_t>(hw_eid - base)].installable = true;
-}
-
 int HalFiltersBcm::RemoveLagMemberEvent(const limid_t& lag, const limid_t& member) {
+  const bool repaired = repairLagFollowers(lag);
   FilterEntriesCache::RemovedEntries removed;
   const int query_rc = filters_cache_.GetRemovedLagMemberEntries(lag, member, removed);
-  const bool walk_failed = deleteHwEntries(removed, "RemoveLagMemberEvent");
+  const bool walk_failed = deleteHwEntries(removed, "RemoveLagMemberEvent") || !repaired;
   std::set<int> updated;
   const int bitmap_rc = filters_cache_.GetRemovedLagMemberUpdatedEntries(lag, member, updated);
   return lagEventResult(query_rc, walk_failed, bitmap_rc, UpdateAndReinstallEntries(updated));
 }
 
 int HalFiltersBcm::DestroyLagEvent(const limid_t& lag) {
+  const bool repaired = repairLagFollowers(lag);
   FilterEntriesCache::RemovedEntries removed;
   const int query_rc = filters_cache_.GetRemovedLagEntries(lag, removed);
-  const bool walk_failed = deleteHwEntries(removed, "DestroyLagEvent");
+  const bool walk_failed = deleteHwEntries(removed, "DestroyLagEvent") || !repaired;
   std::set<int> updated;
   const int bitmap_rc = filters_cache_.GetRemovedLagUpdatedEntries(lag, updated);
   return lagEventResult(query_rc, walk_failed, bitmap_rc, UpdateAndReinstallEntries(updated));
@@ -120,15 +144,19 @@ void HalFiltersBcm::RemoveDestinationEvent(int dest_id) {
                       "[HAL FILTERS] %s(dest_id=%d) Reinstalling Filter Entry (GID: %d EID: %d "
                       "HW: %d)",
                       "RemoveDestinationEvent", dest_id, key.group_id, key.entry_id, hw_eid);
-      if (int deleted = deleteBcmAction(&l3_switch, hw_eid); deleted != 0) {
+      const int deleted = deleteBcmAction(&l3_switch, hw_eid);
+      if (deleted != 0) {
         callbacks().log(kLogError,
                         "[HAL FILTERS] %s(dest_id=%d): Delete ActionL3Switch failed rv=%d",
                         "RemoveDestinationEvent", dest_id, deleted);
       }
-      if (int reinstalled = ReinstallEntry(hw_eid); reinstalled != 0) {
+      bool destroyed = false;
+      const int reinstalled = ReinstallEntry(hw_eid, &destroyed);
+      if (reinstalled != 0) {
         callbacks().log(kLogError, "[HAL FILTERS] %s(dest_id=%d): Reinstall failed rv=%d",
                         "RemoveDestinationEvent", dest_id, reinstalled);
       }
+      if (deleted != 0 || reinstalled != 0) noteFailedRewrite(hw_eid, destroyed);
     }
   }
 }

@@ -69,6 +69,8 @@ class FilterEntriesCache {
                             const FiltersCommon::FiltersEntry& entry);
   void DestroyEntriesPool(int base);
   std::vector<pool_entry>* GetEntriesPool(int base);
+  // The record whose pool holds `hw_eid`; null when none does.
+  const entry_info_t* FindEntryOf(int hw_eid) const;
   pool_entry ConvertFiltersEntryToPoolEntry(const FiltersCommon::FiltersEntry& entry) const;
   void CleanupCache();
 
@@ -97,6 +99,10 @@ class FilterEntriesCache {
   int UpdateExclusionListEntryInformation(const std::list<FiltersCommon::port_type_t>& types,
                                           int eid);
   int GetIngressEntryPbmp(int eid, _shr_pbmp& pbmp) const;
+  // The LAGs whose bitmap index lists `eid`.
+  std::set<limid_t> BitmapEntryLags(int eid) const;
+  // Takes `eid` out of the bitmap index of every LAG not in `lags`.
+  void RestrictBitmapEntryLags(int eid, const std::set<limid_t>& lags);
 
   // Topology dependencies: each query answers what an event changes and brings the cache's own
   // records up to date for it.

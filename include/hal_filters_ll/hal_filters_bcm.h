@@ -64,15 +64,16 @@ class HalFiltersBcm : public HalFiltersItf {
   halFiltersErr_t createGroupEntries(int unit, const FiltersCommon::FiltersGroup& group);
 
   // Hardware entries of a user entry.
+  // `made`, when given, is set when the SDK entry was created, whatever happened after.
   halFiltersErr_t createHwEntry(const user_entry_key_t& key,
-                                const FiltersCommon::FiltersEntry& hw_entry);
+                                const FiltersCommon::FiltersEntry& hw_entry, bool* made = nullptr);
   halFiltersErr_t installHwEntry(const user_entry_key_t& key,
                                  const FiltersCommon::FiltersEntry& hw_entry);
-  // `gone`, when given, is set when the SDK entry no longer exists afterwards: deleted, or
-  // reported not found.
+  // `gone`, when given, is set when the SDK destroyed the entry.
   halFiltersErr_t deleteHwEntry(const user_entry_key_t& key, int hw_eid, bool* gone = nullptr);
-  void undoCreatedHwEntries(const user_entry_key_t& key, const std::vector<pool_entry>& pool,
-                            int count);
+  // Answers the ids the SDK did not destroy.
+  std::set<int> undoCreatedHwEntries(const user_entry_key_t& key,
+                                     const std::vector<pool_entry>& pool, int count);
 
   // Matches and actions of one hardware entry.
   int createBcmMatch(const std::list<limid_t>& ports, FiltersCommon::filtersGroupStage_t stage,
@@ -91,8 +92,7 @@ class HalFiltersBcm : public HalFiltersItf {
   halFiltersErr_t createCounter(const user_entry_key_t& key,
                                 const FiltersCommon::FiltersEntry& entry);
   halFiltersErr_t attachCounter(const user_entry_key_t& key, int hw_eid) const;
-  halFiltersErr_t detachCounter(const user_entry_key_t& key, int hw_eid,
-                                bool* entry_gone = nullptr) const;
+  halFiltersErr_t detachCounter(const user_entry_key_t& key, int hw_eid) const;
   halFiltersErr_t removeCounter(const user_entry_key_t& key);
   static int FiltersCommonCounterType2BcmCounterType(FiltersCommon::counter_type_t type);
 
@@ -133,6 +133,10 @@ class HalFiltersBcm : public HalFiltersItf {
   // User entries whose update deleted the old programming but could not create the new one: a
   // repeated update only creates.
   std::set<user_entry_key_t> interrupted_updates_;
+  // Hardware entries out of step with their user entry's pool after a failure, by user entry:
+  // each id with whether an SDK entry of that id is on the chip, to be destroyed before anything
+  // else. The pool says whether the id is then created again (see hal_filters_bcm_repairs.cpp).
+  std::map<user_entry_key_t, std::map<int, bool>> out_of_step_;
 
  private:
   void subscribeToTopologyEvents();
@@ -141,11 +145,36 @@ class HalFiltersBcm : public HalFiltersItf {
   void releaseFailedCreate(const user_entry_key_t& key);
   // Deletes the hardware entries a topology event removes; true when any deletion failed.
   bool deleteHwEntries(const FilterEntriesCache::RemovedEntries& removed, const char* event);
-  void keepInPool(const user_entry_key_t& key, int hw_eid);
+
+  // Repairs (hal_filters_bcm_repairs.cpp).
+  void noteOutOfStep(const user_entry_key_t& key, int hw_eid, bool on_chip);
+  void forgetOutOfStep(const user_entry_key_t& key, int hw_eid);
+  bool outOfStep(const user_entry_key_t& key, int hw_eid) const;
+  // Whether the chip holds the id as the pool lists it: installable and not out of step.
+  bool inStep(const user_entry_key_t& key, int hw_eid) const;
+  // Destroys the SDK entries of `key` recorded on the chip; false when one could not be.
+  bool destroyLeftovers(const user_entry_key_t& key);
+  // Destroys the leftovers of `key` and creates again the ids its pool lists; false on a failure.
+  bool repairHwEntries(const user_entry_key_t& key);
+  // Repairs every user entry out of step that depends on `lag`; false on a failure.
+  bool repairLagFollowers(const limid_t& lag);
+  // Whether the id is recorded as missing from the chip.
+  bool missingFromChip(const user_entry_key_t& key, int hw_eid) const;
+  // Takes a missing id as gone: forgets it, and its use of policers.
+  halFiltersErr_t releaseMissing(const user_entry_key_t& key, int hw_eid);
+  // Creates one listed hardware entry again, as the chip held it: with the L3 switch only while
+  // the destination lasts, and without new LAG dependencies.
+  halFiltersErr_t recreateHwEntry(const user_entry_key_t& key, const pool_entry& hw_entry,
+                                  bool* made);
+  // Records a failed rewrite or reinstall of an id in step: `destroyed` says whether the
+  // reinstall's destroy took it off the chip.
+  void noteFailedRewrite(int hw_eid, bool destroyed);
 };
 
 // Reinstalls a hardware entry; one that cannot be reinstalled is destroyed (0 or -1).
 halFiltersErr_t ReinstallEntry(const bcm_field_entry_t& hw_eid);
+// The same; `destroyed`, when given, says whether a failed reinstall's destroy succeeded.
+halFiltersErr_t ReinstallEntry(const bcm_field_entry_t& hw_eid, bool* destroyed);
 
 // A policer as log lines describe it: id, stage, mode with its rates, and its actions.
 void writePolicerDescription(std::ostream& out, const policer::Policer& policer);

@@ -28,7 +28,8 @@ bool FaultInjector::fire(const char* function, int entry, int* rc) {
   bool fired = false;
   for (auto it = faults_.begin(); it != faults_.end();) {
     const Fault& fault = it->fault;
-    bool matches = fault.function == function && (!fault.entry || *fault.entry == entry);
+    bool matches = (fault.function == kAnyCall || fault.function == function) &&
+                   (!fault.entry || *fault.entry == entry);
     if (!matches) {
       ++it;
       continue;

@@ -83,6 +83,7 @@ const FaultCase kFaultCases[] = {
     {"FromTheSecondOnAlways", {kInstall, BCM_E_BUSY, 2, {}, true}, {0, -10, -10, -10, -10}, 1},
     {"OnlyForOneEntry", {kInstall, BCM_E_PARAM, 1, 4, false}, {0, 0, 0, -4, 0}, 0},
     {"OtherFunctionUntouched", {kDestroy, BCM_E_PARAM, 1, {}, false}, {0, 0, 0, 0, 0}, 1},
+    {"AnyCallCountsEveryCall", {bcmsim::kAnyCall, BCM_E_MEMORY, 4, {}, false}, {0, 0, 0, -2, 0}, 0},
 };
 
 INSTANTIATE_TEST_SUITE_P(Table, FaultPlan, ::testing::ValuesIn(kFaultCases),

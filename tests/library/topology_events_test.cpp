@@ -2,6 +2,7 @@
 // destinations.
 #include <gtest/gtest.h>
 
+#include <bcmsim/classify.h>
 #include <bcmsim/fault_plan.h>
 
 #include "support/device_views.h"
@@ -124,23 +125,95 @@ TEST_F(TopologyEvents, AMemberWhoseEntriesWouldLeaveTheIdBlockIsRefused) {
   EXPECT_EQ(bcmsim::state().entries.size(), 128u);
 }
 
-TEST_F(TopologyEvents, AnEntryThatCannotBeReinstalledLeavesTheHardware) {
-  FiltersEntry entry(0, 0);
-  entry.setMatch(MatchIngressPorts(ports({lag1})));
-  ASSERT_EQ(filters->createEntry(kIn, 0, entry), 0);
-  bcmsim::inject_fault({"bcm_field_entry_reinstall", BCM_E_FAIL, 1, std::nullopt, false});
-  log.clear();
-  EXPECT_EQ(lags->AddMember(lag1, limid_ethernet(4)), -1);
-  EXPECT_TRUE(
-      log.contains(HalCallbacksItf::kError,
-                   "HalFiltersLL::halFiltersErr_t ReinstallEntry(const bcm_field_entry_t&): "
-                   "error trying to reinstall filter entry. unit = 0, eid = 1048576\n"));
-  EXPECT_EQ(bcmsim::state().entry(kIngress), nullptr);
-  // The first delete reports the entry it cannot find; the second finds nothing left to do.
-  EXPECT_EQ(filters->deleteEntry(kIn, 0, 0), -2);
-  EXPECT_EQ(filters->deleteEntry(kIn, 0, 0), 0);
-  EXPECT_TRUE(HalFiltersLL::filters_cache_.entries_info().empty());
+// A fault during a member change takes a hardware entry off the chip: at ingress the failed
+// reinstall destroys the entry of every port, {eth1, lag1}; at egress the new member's entry is
+// never installed. One update, the LAG's next event or one delete puts the device back in step.
+struct MemberChangeFault {
+  const char* name;
+  FiltersCommon::filtersGroupStage_t stage;
+  const char* failing;                // the SDK call that fails once while eth4 joins lag1
+  std::set<int> dropping_after_fault;  // the ports still filtered
+};
+
+void PrintTo(const MemberChangeFault& fault, std::ostream* out) {
+  *out << fault.name;
 }
+
+enum class Recovery { Update, NextLagEvent, Delete };
+
+class AfterAMemberChangeFault
+    : public TopologyEvents,
+      public testing::WithParamInterface<std::tuple<MemberChangeFault, Recovery>> {
+ protected:
+  // The ports 1 to 6 on which a packet of VLAN 10 is dropped: arriving there at ingress, sent
+  // there at egress.
+  std::set<int> dropping(FiltersCommon::filtersGroupStage_t stage) {
+    std::set<int> ports;
+    for (int port = 1; port <= 6; ++port) {
+      bcmsim::Packet packet;
+      packet.outer_vlan = 10;
+      (stage == kIn ? packet.in_port : packet.out_port) = port;
+      if (bcmsim::classify(packet).verdict.drop) ports.insert(port);
+    }
+    return ports;
+  }
+};
+
+TEST_P(AfterAMemberChangeFault, OneRetryRestoresEveryPortOrLeavesNothing) {
+  const auto& [fault, recovery] = GetParam();
+  FiltersEntry entry(0, 0);
+  if (fault.stage == kIn) {
+    entry.setMatch(MatchIngressPorts(ports({limid_ethernet(1), lag1})));
+  } else {
+    entry.setMatch(MatchEgressPorts(ports({lag1})));
+    entry.setMatch(MatchExternalVlanId(std::set<unsigned short>{10}));
+  }
+  entry.setAction(Action(FILTERS_ACTION_DROP));
+  ASSERT_EQ(filters->createEntry(fault.stage, 0, entry), 0);
+  bcmsim::inject_fault({fault.failing, BCM_E_FAIL, 1, std::nullopt, false});
+  EXPECT_EQ(lags->AddMember(lag1, limid_ethernet(4)), -1) << "the filters did not follow";
+  EXPECT_EQ(dropping(fault.stage), fault.dropping_after_fault);
+
+  // eth1 (ingress only) and the members eth2, eth3, eth4; eth5 after the next event.
+  std::set<int> filtered = fault.stage == kIn ? std::set<int>{1, 2, 3, 4} : std::set<int>{2, 3, 4};
+  switch (recovery) {
+    case Recovery::Update:
+      ASSERT_EQ(filters->updateEntry(fault.stage, 0, entry), 0);
+      break;
+    case Recovery::NextLagEvent:
+      ASSERT_EQ(lags->AddMember(lag1, limid_ethernet(5)), 0);
+      filtered.insert(5);
+      break;
+    case Recovery::Delete:
+      ASSERT_EQ(filters->deleteEntry(fault.stage, 0, 0), 0);
+      EXPECT_TRUE(bcmsim::state().entries.empty());
+      EXPECT_TRUE(HalFiltersLL::filters_cache_.entries_info().empty());
+      return;
+  }
+  EXPECT_EQ(dropping(fault.stage), filtered);
+  // Nothing of the failure is left for a later delete to trip over.
+  ASSERT_EQ(filters->deleteEntry(fault.stage, 0, 0), 0);
+  EXPECT_TRUE(bcmsim::state().entries.empty());
+}
+
+std::string faultAndRecovery(
+    const testing::TestParamInfo<std::tuple<MemberChangeFault, Recovery>>& param) {
+  static const char* const kRecoveries[] = {"Update", "NextLagEvent", "Delete"};
+  return std::string(std::get<0>(param.param).name) +
+         kRecoveries[static_cast<int>(std::get<1>(param.param))];
+}
+
+const MemberChangeFault kMemberChangeFaults[] = {
+    {"IngressReinstall", kIn, "bcm_field_entry_reinstall", {}},
+    {"EgressInstall", kEg, "bcm_field_entry_install", {2, 3}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Faults, AfterAMemberChangeFault,
+                         testing::Combine(testing::ValuesIn(kMemberChangeFaults),
+                                          testing::Values(Recovery::Update,
+                                                          Recovery::NextLagEvent,
+                                                          Recovery::Delete)),
+                         faultAndRecovery);
 
 TEST_F(TopologyEvents, ARemovedDestinationLeavesItsEntriesInstalledWithoutTheSwitch) {
   ASSERT_EQ(destinations.AddDestination(5, 100010), 0);

@@ -1,6 +1,7 @@
 #include "operations.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <functional>
 #include <map>
 #include <memory>
@@ -60,7 +61,7 @@ class Run {
   // can ask for.
   explicit Run(const std::string& chip)
       : named_(!chip.empty()), saved_log_level_(HalCallbacksItf::getInstance().level()) {
-    HalCallbacksItf::getInstance().setLevel(0);
+    HalCallbacksItf::getInstance().setLevel(std::getenv("FILTERS_RANDOM_LOG") ? 7 : 0);
     bcmsim::Config config;
     if (named_) {
       config = *bcmsim::chip_config(chip);
@@ -109,9 +110,9 @@ class Run {
   }
 
   // What a user does after a failure: a call on one user entry (or a counter read) is repeated
-  // after a fault; after a topology change that met a fault or failed, the user entries it
-  // reached are deleted, and a delete that reports a failure is repeated once. The answer that
-  // counts is the repeated one. A failure no fault explains must be the chip's refusal.
+  // after a fault, and the answer that counts is the repeated one; a topology change that met a
+  // fault or failed is followed by one recovery (see recover()). A failure no fault explains
+  // must be the chip's refusal.
   void step(const Operation& op, bool record_calls) {
     const bool lag_change = op.kind == Operation::kAddMember ||
                             op.kind == Operation::kRemoveMember ||
@@ -134,22 +135,25 @@ class Run {
     result_.undo_faults += undo_faulted;
     if (fired) {
       ++result_.faults_fired;
+      ++result_.faults_fired_by_code[op.fault->rc];
       if (call && call->rc != 0) {
         bcmsim::clear_refusals();
         call->rc = call->library();
       }
       if (op.kind == Operation::kCreateGroups) createGroups(op.group_entries, failed_groups_);
     }
-    if (call) settle(*call, op, undo_faulted);
-    if (fired || (event_failed_ && refusedByTheChip(op.text(), event_refusal(op)))) {
-      for (const Key& key : reached) remove(key, 2, "after the failure");
+    if (call) settle(*call, op);
+    const bool topology = lag_change || op.kind == Operation::kRemoveDestination;
+    if (topology &&
+        (fired || (event_failed_ && refusedByTheChip(op.text(), event_refusal(op))))) {
+      recover(op, reached);
     }
     result_.refused_steps += refused_;
     check();
   }
 
   void finish() {
-    for (const auto& [key, entry] : std::map(model_->entries())) remove(key, 1, "at the end");
+    for (const auto& [key, entry] : std::map(model_->entries())) remove(key, "at the end");
     check();
   }
 
@@ -157,11 +161,9 @@ class Run {
 
  private:
   // The model's change once a call has answered, and whether the answer is the expected one.
-  void settle(const Call& call, const Operation& op, bool undo_faulted) {
+  void settle(const Call& call, const Operation& op) {
     if (call.rc != 0 && call.accepted) {
-      if (metForgottenEntry(undo_faulted) || refusedByTheChip(op.text(), first_refusal())) {
-        call.done(stoppedAt());
-      }
+      if (refusedByTheChip(op.text(), first_refusal())) call.done(stoppedAt());
     } else if ((call.rc == 0) != call.accepted) {
       violation(op.text(), " returned ", call.rc, ", expected ",
                 call.accepted ? "success" : "a failure");
@@ -188,17 +190,13 @@ class Run {
     refused_ = true;
     return true;
   }
-  // An undo that met the fault can leave a hardware entry on the device that the library has
-  // forgotten: the repeated call finds the id taken, and its own undo destroys the entry.
-  bool metForgottenEntry(bool undo_faulted) {
-    const bcmsim::Refusal* first = first_refusal();
-    if (!undo_faulted || !first || first->rule->id != "entry-exists") return false;
-    ++result_.forgotten_entries;
-    return true;
-  }
+  // The first refusal the library did not take in its stride: a detach that finds no counter
+  // attached lets it go on and destroy the entry.
   static const bcmsim::Refusal* first_refusal() {
-    const std::vector<bcmsim::Refusal>& refusals = bcmsim::refusals();
-    return refusals.empty() ? nullptr : &refusals.front();
+    for (const bcmsim::Refusal& refusal : bcmsim::refusals()) {
+      if (refusal.rule->id != "stat-not-attached") return &refusal;
+    }
+    return nullptr;
   }
   // Where a create the chip refused stopped: it makes the user entry's statistics object first.
   static Stopped stoppedAt() {
@@ -303,12 +301,81 @@ class Run {
     event_failed_ = rc != 0 && rc != -2;
     return std::nullopt;
   }
-  // Deletes a user entry from the library, in up to `attempts` tries, and from the model.
-  void remove(const Key& key, int attempts, const std::string& when) {
-    int rc = -1;
-    for (int k = 0; k < attempts && rc != 0; ++k) rc = filters_->deleteEntry(key.stage, 0, key.id);
-    if (rc != 0) violation("deleting ", key.text(), " ", when, " failed");
+  // Deletes a user entry from the library, in one try, and from the model.
+  void remove(const Key& key, const std::string& when) {
+    if (filters_->deleteEntry(key.stage, 0, key.id) != 0) {
+      violation("deleting ", key.text(), " ", when, " failed");
+    }
     model_->remove(key);
+  }
+
+  // One recovery after a topology change that met a fault or failed, as the operation chose it:
+  // an update of each user entry it reached, a delete of each, or the next event of each LAG
+  // they follow (an entry that follows none of those is updated). Every call of the recovery
+  // must succeed (or be the chip's refusal), and the check that follows the step must find the
+  // device exactly as the model says.
+  void recover(const Operation& op, const std::vector<Key>& reached) {
+    static const char* const kNames[] = {"update", "delete", "next LAG event"};
+    ++result_.recoveries[kNames[op.recovery]];
+    std::set<unsigned> evented;
+    if (op.recovery == Operation::kNextLagEvent) {
+      std::set<unsigned> lags;
+      for (const Key& key : reached) {
+        if (!model_->entries().count(key)) continue;
+        const auto& followed = model_->entries().at(key).followed_lags;
+        lags.insert(followed.begin(), followed.end());
+      }
+      for (unsigned lag : lags) {
+        if (nextLagEvent(lag)) evented.insert(lag);
+      }
+    }
+    for (const Key& key : reached) {
+      if (op.recovery == Operation::kDeleteReached) {
+        remove(key, "after the failure");
+        continue;
+      }
+      auto entry = model_->entries().find(key);
+      if (entry == model_->entries().end()) continue;
+      const auto& followed = entry->second.followed_lags;
+      const bool repaired = std::any_of(followed.begin(), followed.end(),
+                                        [&](unsigned lag) { return evented.count(lag) > 0; });
+      if (!repaired) updateAfterFailure(key);
+    }
+  }
+  void updateAfterFailure(const Key& key) {
+    const EntrySpec spec = model_->entries().at(key).spec;
+    bcmsim::clear_refusals();
+    if (filters_->updateEntry(spec.stage, 0, spec.toEntry()) == 0) {
+      model_->update(spec);
+    } else if (refusedByTheChip("updating " + key.text() + " after the failure", first_refusal())) {
+      model_->update(spec, stoppedAt());
+    }
+  }
+  // The LAG's next event: its lowest member leaves when no port is free to join it, else the
+  // lowest free port joins. False when it has neither.
+  bool nextLagEvent(unsigned lag) {
+    std::set<int> free_ports = {9, 10, 11, 12, 13};
+    std::set<int> members;
+    for (const auto& [number, ports] : model_->lags()) {
+      for (int port : ports) free_ports.erase(port);
+      if (number == lag) members = ports;
+    }
+    if (free_ports.empty() && members.empty()) return false;
+    bcmsim::clear_refusals();
+    int rc;
+    if (free_ports.empty()) {
+      const int port = *members.begin();
+      model_->removeMember(lag, port);
+      rc = lags_->RemoveMember(limid_lag(lag), limid_ethernet(port));
+    } else {
+      const int port = *free_ports.begin();
+      model_->addMember(lag, port);
+      rc = lags_->AddMember(limid_lag(lag), limid_ethernet(port));
+    }
+    if (rc != 0 && refusedByTheChip("the LAG's next event after the failure", first_refusal())) {
+      for (const Key& key : model_->following(lag)) remove(key, "after a refused recovery");
+    }
+    return true;
   }
   int readCounter(unsigned short counter) {
     unsigned long long value = 0;

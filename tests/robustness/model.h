@@ -116,6 +116,7 @@ class Model {
   }
 
   const std::map<Key, ModelEntry>& entries() const { return entries_; }
+  const std::map<unsigned, std::set<int>>& lags() const { return lags_; }
   // The statistics objects the device holds: one per live entry with counters, and the ones
   // failed creates left.
   size_t statistics_objects() const;

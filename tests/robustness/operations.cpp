@@ -1,9 +1,10 @@
 #include "operations.h"
 
 #include <algorithm>
-#include <iterator>
 #include <random>
 #include <sstream>
+
+#include <bcm/error.h>
 
 namespace robustness {
 namespace {
@@ -34,19 +35,6 @@ constexpr KindInfo kKinds[] = {
     {"clear the cache", 1, 0},
     {"destroy a hardware entry behind the library of", 0, kKey},
 };
-
-// The SDK functions a generated fault hits.
-const std::vector<std::string>& faulted_functions() {
-  static std::istringstream list(
-      "bcm_field_entry_create_id bcm_field_qualify_InPorts bcm_field_qualify_OuterVlanId "
-      "bcm_field_qualify_EtherType_get bcm_field_action_add bcm_field_action_delete "
-      "bcm_field_entry_prio_set bcm_field_entry_install bcm_field_entry_reinstall "
-      "bcm_field_entry_destroy bcm_field_stat_create bcm_field_stat_destroy "
-      "bcm_field_entry_stat_attach bcm_field_entry_stat_detach bcm_policer_create "
-      "bcm_policer_destroy bcm_field_entry_policer_attach bcm_port_config_get");
-  static const std::vector<std::string> functions{std::istream_iterator<std::string>(list), {}};
-  return functions;
-}
 
 class Generator {
  public:
@@ -125,12 +113,14 @@ class Generator {
       op.counter = counter_number(number<filtersGroupStage_t>(1, 3),
                                   number<unsigned>(0, kEntryIds - 1), number<unsigned>(0, 3));
     }
-    // Clearing the cache is not an SDK operation; a fault would hit the harness's own calls.
+    // Clearing the cache is not an SDK operation; a fault would hit the harness's own calls. A
+    // fault hits one of the operation's SDK calls, whichever function it is, with any code.
     if (op.kind != Operation::kClearCache && chance(0.12)) {
-      const auto& functions = faulted_functions();
-      op.fault = bcmsim::Fault{functions[number<size_t>(0, static_cast<int>(functions.size()) - 1)],
-                               chance(0.5) ? -1 : -14, pick(1, 3), std::nullopt, false};
+      op.fault = bcmsim::Fault{bcmsim::kAnyCall, failure_codes()[number<size_t>(0, static_cast<int>(failure_codes().size()) - 1)],
+                               pick(1, 40), std::nullopt, false};
     }
+    op.recovery = number<Operation::Recovery>(0, 2);
+    op.packet_seed = random_();
     return op;
   }
 
@@ -222,9 +212,22 @@ std::string Operation::text() const {
   if (fields & kLag) out << " lag" << lag;
   if (fields & kDestination) out << " destination " << destination;
   if (fields & kCounter) out << " counter " << counter;
-  if (fault)
-    out << "  [fault: " << fault->function << " #" << fault->nth << " -> " << fault->rc << "]";
+  static const char* const kRecoveries[] = {"update what it reached", "delete what it reached",
+                                            "the LAG's next event"};
+  if (fault) {
+    out << "  [fault: " << fault->function << " #" << fault->nth << " -> " << fault->rc
+        << "; then " << kRecoveries[recovery] << "]";
+  }
   return out.str();
+}
+
+const std::vector<int>& failure_codes() {
+  static const std::vector<int> codes = [] {
+    std::vector<int> all;
+    for (int code = BCM_E_INTERNAL; code >= BCM_E_PARTIAL; --code) all.push_back(code);
+    return all;
+  }();
+  return codes;
 }
 
 std::vector<Operation> generate(uint64_t seed, int steps) {

@@ -70,12 +70,17 @@ struct Operation {
     kClearCache,
     kDestroyBehindTheLibrary,  // never generated: shows that the checks see a drifting device
   };
+  // What the user does after a topology change that met a fault or failed: one update of each
+  // user entry it reached, one delete of each, or the LAG's next event.
+  enum Recovery { kUpdateReached, kDeleteReached, kNextLagEvent };
   Kind kind = kCreateGroups;
   EntrySpec entry;  // create, update; delete and the destroy behind the library use stage and id
   std::vector<EntrySpec> group_entries;  // create the groups: the entries they start with
   unsigned lag = 0, member = 0, destination = 0;
   unsigned short counter = 0;
   std::optional<bcmsim::Fault> fault;
+  Recovery recovery = kUpdateReached;
+  uint64_t packet_seed = 0;  // the packets classified after the operation
 
   explicit Operation(Kind of = kCreateGroups, EntrySpec on = {}) : kind(of), entry(std::move(on)) {}
   std::string text() const;
@@ -87,6 +92,9 @@ inline unsigned short counter_number(FiltersCommon::filtersGroupStage_t stage, u
   return static_cast<unsigned short>(stage * 100 + id * 4 + slot);
 }
 
+// Every code the SDK returns for a failure, BCM_E_INTERNAL (-1) to BCM_E_PARTIAL (-22).
+const std::vector<int>& failure_codes();
+
 // A reproducible sequence of `steps` operations for a seed.
 std::vector<Operation> generate(uint64_t seed, int steps);
 
@@ -97,8 +105,10 @@ struct RunResult {
   int faults_injected = 0;    // faults planned with an operation
   int faults_fired = 0;       // of those, the ones the operation ran into
   int refused_steps = 0;      // operations in which the chip refused a call of the library
-  int undo_faults = 0;        // faults that hit the undo of a call the chip refused
-  int forgotten_entries = 0;  // of those, the ones that left a hardware entry the library forgot
+  std::map<int, int> faults_fired_by_code;
+  int undo_faults = 0;  // faults that hit the undo of a call the chip refused
+  std::map<std::string, int> recoveries;  // after a topology change that failed, by kind
+  long packets = 0, packets_hitting = 0;  // classified and predicted after the steps
   std::map<std::string, int> refusals;  // by rule: the refusals that made a library call fail
   std::optional<int> failed_step;  // the operation after which a check failed; steps for the end
   std::vector<std::string> calls;  // the SDK functions the last operation called, in order

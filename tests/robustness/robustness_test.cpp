@@ -2,6 +2,7 @@
 // step against an independent model, on the default device and on each named chip.
 // FILTERS_RANDOM_SEQUENCES, FILTERS_CHIP_SEQUENCES (per chip), FILTERS_RANDOM_STEPS and
 // FILTERS_RANDOM_SEED choose what runs; `make soak` runs many more sequences.
+// FILTERS_RANDOM_LOG=1 shows the library's log.
 #include <algorithm>
 #include <cstdlib>
 #include <iostream>
@@ -44,9 +45,44 @@ std::string report(uint64_t seed, const std::string& chip, const std::vector<Ope
   return text.str();
 }
 
+void add(RunResult& total, const RunResult& result) {
+  total.steps += result.steps;
+  total.faults_injected += result.faults_injected;
+  total.faults_fired += result.faults_fired;
+  for (const auto& [code, count] : result.faults_fired_by_code)
+    total.faults_fired_by_code[code] += count;
+  total.refused_steps += result.refused_steps;
+  total.undo_faults += result.undo_faults;
+  for (const auto& [kind, count] : result.recoveries) total.recoveries[kind] += count;
+  total.packets += result.packets;
+  total.packets_hitting += result.packets_hitting;
+  for (const auto& [rule, count] : result.refusals) total.refusals[rule] += count;
+  total.violations.insert(total.violations.end(), result.violations.begin(),
+                          result.violations.end());
+}
+
+template <class Count>
+void print_counts(const char* what, const std::map<Count, int>& counts) {
+  std::cout << "; " << what << ":";
+  for (const auto& [name, count] : counts) std::cout << " " << name << " " << count;
+  if (counts.empty()) std::cout << " none";
+}
+
+// The figures of a run of sequences: the refusals are those that made a library call fail.
+void print_figures(const std::string& what, const RunResult& total) {
+  std::cout << what << ", steps " << total.steps << ", faults injected " << total.faults_injected
+            << " (fired " << total.faults_fired << ", " << total.undo_faults
+            << " in the undo of a refused call)";
+  print_counts("fired by code", total.faults_fired_by_code);
+  print_counts("recoveries after a failed topology change", total.recoveries);
+  std::cout << "; packets predicted " << total.packets << " (" << total.packets_hitting
+            << " hitting an entry); refused steps " << total.refused_steps;
+  print_counts("by rule", total.refusals);
+  std::cout << "; violations " << total.violations.size() << "\n";
+}
+
 // Runs `sequences` sequences on a named chip (empty: the default device), reports the first
-// that fails, shrunk, and prints the figures: the refusals are those that made a library call
-// fail, by rule.
+// that fails, shrunk, and prints the figures.
 void run_sequences(const std::string& chip, long sequences) {
   const int steps = static_cast<int>(setting("FILTERS_RANDOM_STEPS", 80));
   const auto first_seed = static_cast<uint64_t>(setting("FILTERS_RANDOM_SEED", 1));
@@ -56,30 +92,14 @@ void run_sequences(const std::string& chip, long sequences) {
     const uint64_t seed = first_seed + static_cast<uint64_t>(run);
     const std::vector<Operation> operations = generate(seed, steps);
     const RunResult result = run_sequence(operations, chip);
-    total.steps += result.steps;
-    total.faults_injected += result.faults_injected;
-    total.faults_fired += result.faults_fired;
-    total.refused_steps += result.refused_steps;
-    total.undo_faults += result.undo_faults;
-    total.forgotten_entries += result.forgotten_entries;
-    for (const auto& [rule, count] : result.refusals) total.refusals[rule] += count;
-    total.violations.insert(total.violations.end(), result.violations.begin(),
-                            result.violations.end());
+    add(total, result);
     if (result.failed_step) {
       ADD_FAILURE() << report(seed, chip, shrink(operations, *result.failed_step, chip));
       ++run;
       break;
     }
   }
-  std::cout << device(chip) << ": sequences " << run << ", steps " << total.steps
-            << ", faults injected " << total.faults_injected << " (fired " << total.faults_fired
-            << ", each followed by a retry or a delete; " << total.undo_faults
-            << " in the undo of a refused call, " << total.forgotten_entries
-            << " leaving a hardware entry in the repeated call's way), refused steps "
-            << total.refused_steps << "; by rule:";
-  for (const auto& [rule, count] : total.refusals) std::cout << " " << rule << " " << count;
-  if (total.refusals.empty()) std::cout << " none";
-  std::cout << "; violations " << total.violations.size() << "\n";
+  print_figures(device(chip) + ": sequences " + std::to_string(run), total);
 }
 
 TEST(RandomSequences, KeepTheDeviceAndTheCacheAsTheModelSays) {
@@ -123,24 +143,12 @@ TEST(RandomSequences, ReportAndShrinkADeviceThatDriftsFromTheModel) {
   EXPECT_EQ(shortest[2].kind, Operation::kDestroyBehindTheLibrary);
 }
 
-// The single-fault sweep: each representative operation runs once to learn its SDK calls; then,
-// for every call position, a fresh run makes exactly that call fail (with the codes the call
-// can really return), recovers as a user would (the operation again, or deleting what a
-// topology change reached) and must leave the device and the cache as the model says.
-// FILTERS_SWEEP_STRIDE > 1 fails only every n-th position.
-//
-// The codes a call fails with: creating an object other than an entry fails only for want of
-// room; creating or installing an entry and attaching an object fail for want of room or with
-// the internal error of a failed hardware access; every other call fails with that error only.
-std::vector<int> failure_codes(const std::string& function) {
-  const auto named = [&function](const char* part) {
-    return function.find(part) != std::string::npos;
-  };
-  if (named("_create") && !named("entry")) return {BCM_E_RESOURCE};
-  if (named("install") || named("_attach") || named("_create"))
-    return {BCM_E_RESOURCE, BCM_E_INTERNAL};
-  return {BCM_E_INTERNAL};
-}
+// The single-fault sweep: each swept operation runs once to learn its SDK calls; then, for every
+// call position and every failure code, a fresh run makes exactly that call fail, recovers as a
+// user would (the operation again; after a topology change, the recovery each code chooses in
+// turn) and must leave the device and the cache as the model says. The swept operations are the
+// representative ones below and the last operations of FILTERS_SWEEP_RANDOM random sequences
+// from FILTERS_SWEEP_SEED. FILTERS_SWEEP_STRIDE > 1 fails only every n-th position.
 
 // The representative operations, each after what it needs: the last operation of each sequence is
 // swept.
@@ -206,10 +214,26 @@ std::vector<std::vector<Operation>> swept_sequences() {
   };
 }
 
-TEST(FaultSweep, EverySdkCallFailingOnceIsRecoveredExactly) {
+// Short random sequences without faults whose last operation calls the SDK, each swept there.
+std::vector<std::vector<Operation>> random_swept_sequences() {
+  const long wanted = setting("FILTERS_SWEEP_RANDOM", 4);
+  std::vector<std::vector<Operation>> sequences;
+  for (auto seed = static_cast<uint64_t>(setting("FILTERS_SWEEP_SEED", 1));
+       static_cast<long>(sequences.size()) < wanted; ++seed) {
+    std::vector<Operation> sequence = generate(seed, 12);
+    for (Operation& op : sequence) op.fault.reset();
+    if (!run_sequence(sequence).calls.empty()) sequences.push_back(std::move(sequence));
+  }
+  return sequences;
+}
+
+TEST(FaultSweep, EverySdkCallFailingOnceWithEveryCodeIsRecoveredExactly) {
   const size_t stride = static_cast<size_t>(setting("FILTERS_SWEEP_STRIDE", 1));
-  int operations = 0, positions = 0, exact_positions = 0, runs = 0;
-  for (const std::vector<Operation>& swept : swept_sequences()) {
+  int operations = 0, positions = 0, exact_positions = 0;
+  RunResult total;
+  std::vector<std::vector<Operation>> sequences = swept_sequences();
+  for (std::vector<Operation>& random : random_swept_sequences()) sequences.push_back(random);
+  for (const std::vector<Operation>& swept : sequences) {
     SCOPED_TRACE(swept.back().text());
     const RunResult clean = run_sequence(swept);
     ASSERT_TRUE(clean.violations.empty()) << clean.violations.front();
@@ -223,11 +247,13 @@ TEST(FaultSweep, EverySdkCallFailingOnceIsRecoveredExactly) {
       if (function.find("_t_init") != std::string::npos || k % stride != 0) continue;
       ++positions;
       bool exact = true;
-      for (int code : failure_codes(function)) {
+      for (size_t c = 0; c < failure_codes().size(); ++c) {
         std::vector<Operation> sequence = swept;
-        sequence.back().fault = bcmsim::Fault{function, code, nth, std::nullopt, false};
+        sequence.back().fault =
+            bcmsim::Fault{function, failure_codes()[c], nth, std::nullopt, false};
+        sequence.back().recovery = static_cast<Operation::Recovery>(c % 3);
         const RunResult result = run_sequence(sequence);
-        ++runs;
+        add(total, result);
         EXPECT_EQ(result.faults_fired, 1) << sequence.back().text();
         if (result.violations.empty()) continue;
         exact = false;
@@ -237,9 +263,10 @@ TEST(FaultSweep, EverySdkCallFailingOnceIsRecoveredExactly) {
       exact_positions += exact;
     }
   }
-  std::cout << "operations " << operations << ", call positions failed " << positions << " ("
-            << runs << " runs), positions after which the recovery left the device exact "
-            << exact_positions << "\n";
+  std::cout << "operations " << operations << ", call positions failed " << positions
+            << ", positions after which the recovery left the device exact " << exact_positions
+            << "\n";
+  print_figures("sweep", total);
 }
 
 }  // namespace

@@ -6,8 +6,11 @@
 
 namespace bcmsim {
 
+// A fault's function that matches every SDK call that returns a code.
+inline constexpr const char* kAnyCall = "*";
+
 struct Fault {
-  std::string function;      // e.g. "bcm_field_entry_install"
+  std::string function;      // e.g. "bcm_field_entry_install", or kAnyCall
   int rc = -1;               // the code returned instead
   int nth = 1;               // fail the nth matching call from now (1 is the next one)
   std::optional<int> entry;  // only calls on this field entry count
