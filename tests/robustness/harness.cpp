@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <random>
 #include <sstream>
 
 #include <bcm/field.h>
@@ -18,6 +19,7 @@
 #include <hal_filters_ll/device_profile.h>
 
 #include "model.h"
+#include "packets.h"
 #include "support/filters_fixture.h"
 
 namespace robustness {
@@ -31,6 +33,7 @@ constexpr filtersGroupStage_t kStages[] = {FILTERS_GROUP_STAGE_PRE_INGRESS,
 constexpr unsigned short kGroupTypes[] = {6, 2, 5};  // per stage, as in kStages
 constexpr unsigned kDestinations[] = {1, 2};
 constexpr size_t kReportedDifferences = 6;
+constexpr int kPacketsPerCheck = 16;
 
 // Multiset difference: the lines of `from` that `other` does not account for.
 std::vector<std::string> missing_from(std::vector<std::string> from,
@@ -122,6 +125,7 @@ class Run {
     if (op.fault) bcmsim::inject_fault(*op.fault);
     result_.faults_injected += op.fault.has_value();
     refused_ = event_failed_ = false;
+    packet_random_.seed(op.packet_seed);
     bcmsim::set_call_log(record_calls);
     bcmsim::clear_calls();
     bcmsim::clear_refusals();
@@ -393,7 +397,7 @@ class Run {
   // had not forgotten would get in the way.
   void clearCache() {
     filters_->clearCache();
-    check();
+    check(false);
     const auto& cache = filters_cache_;
     if (!cache.entries_info().empty() || !cache.lag_entries().empty() ||
         !cache.lag_pbmp_entries().empty() || !cache.ingress_pbmp().empty() ||
@@ -422,7 +426,9 @@ class Run {
   }
 
   // The device against the model; the cache's indexes against the device and the model.
-  void check() {
+  // The counters are read unless the library has just forgotten them.
+  void check(bool counters_read = true) {
+    const size_t violations_before = result_.violations.size();
     const bcmsim::State& state = bcmsim::state();
     std::map<Key, std::vector<std::string>> contents;
     for (int id : state.entry_ids()) {
@@ -470,6 +476,10 @@ class Run {
       violation("the device holds ", state.l3_egresses.size(), " L3 egresses");
     }
 
+    // Packets once the entries are as expected, then every counter, which they have counted on.
+    if (result_.violations.size() == violations_before) checkPackets();
+    if (counters_read) checkCounters();
+
     // A record that outlives its hardware entry would let a later topology event touch an id
     // that is gone, or has been given to another entry since.
     const auto& cache = filters_cache_;
@@ -494,6 +504,25 @@ class Run {
     }
   }
 
+  void checkPackets() {
+    const PacketFigures figures =
+        check_packets(*model_, facts_, packet_random_, kPacketsPerCheck,
+                      [this](int hw_eid) { return owner(hw_eid); }, result_.violations);
+    result_.packets += figures.classified;
+    result_.packets_hitting += figures.hit;
+  }
+  void checkCounters() {
+    for (unsigned short counter : model_->counters()) {
+      unsigned long long value = 0;
+      const uint64_t expected = model_->counter_value(counter).value_or(0);
+      if (filters_->getCounterValue(counter, value) != 0) {
+        violation("counter ", counter, " does not read");
+      } else if (value != expected) {
+        violation("counter ", counter, " reads ", value, ", expected ", expected);
+      }
+    }
+  }
+
   std::optional<Key> owner(int hw_eid) const {
     for (const auto& [base, key] : blocks_) {
       if (hw_eid >= base && hw_eid < base + facts_.entries_per_group[key.stage - 1]) return key;
@@ -513,6 +542,7 @@ class Run {
   bool refused_ = false;               // the chip refused a call of this step
   bool event_failed_ = false;          // the topology change of this step failed
   int saved_log_level_;
+  std::mt19937_64 packet_random_;  // the packets of a step, seeded by its operation
   RunResult result_;
 };
 

@@ -27,6 +27,13 @@ bcmsim::Words bitmap(const std::set<int>& ports) {
   return words;
 }
 
+// A new statistics object: every counter reads zero.
+std::map<unsigned short, uint64_t> zero_counts(const EntrySpec& spec) {
+  std::map<unsigned short, uint64_t> counts;
+  for (const auto& [counter, type] : spec.counters) counts[counter] = 0;
+  return counts;
+}
+
 }  // namespace
 
 std::string describe(int priority, const bcmsim::EntryView& view,
@@ -59,7 +66,7 @@ void Model::create(const EntrySpec& spec, std::optional<Stopped> failed) {
     return;
   }
   interrupted_.erase(spec);
-  ModelEntry entry{spec, {}, false, expand(spec, std::nullopt)};
+  ModelEntry entry{spec, {}, false, expand(spec, std::nullopt), zero_counts(spec)};
   for (const limid_t& port : spec.all_but_cpu ? std::vector<limid_t>{} : spec.ports)
     if (auto lag = lag_of(port)) entry.followed_lags.insert(*lag);
   entries_.emplace(Key(spec), std::move(entry));
@@ -86,6 +93,20 @@ std::set<unsigned short> Model::counters() const {
   for (const auto& [key, counters] : left_counters_)
     for (const auto& [counter, type] : counters) ids.insert(counter);
   return ids;
+}
+
+std::optional<uint64_t> Model::counter_value(unsigned short counter) const {
+  for (const auto& [key, entry] : entries_) {
+    const auto count = entry.counts.find(counter);
+    if (count != entry.counts.end()) return entry.hw.empty() ? 0 : count->second;
+  }
+  if (counted(counter)) return 0;
+  return std::nullopt;
+}
+
+void Model::count(const Key& key, const std::function<uint64_t(counter_type_t)>& amount) {
+  ModelEntry& entry = entries_.at(key);
+  for (const auto& [counter, type] : entry.spec.counters) entry.counts.at(counter) += amount(type);
 }
 
 size_t Model::statistics_objects() const {
@@ -238,7 +259,7 @@ std::vector<std::string> Model::expected(const ModelEntry& entry) const {
       {COUNTER_TYPE_GREEN_BYTES, bcmFieldStatGreenBytes},
       {COUNTER_TYPE_NOT_GREEN_BYTES, bcmFieldStatNotGreenBytes}};
   for (const auto& [counter, type] : counters) stat_types.push_back(kStatOf.at(type));
-  const int priority = facts_.entries_per_group[spec.stage - 1] - 1 - spec.priority;
+  const int priority = hardware_priority(facts_, spec);
 
   std::vector<std::string> texts;
   for (const ExpectedHw& hw : entry.hw) {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <optional>
@@ -31,6 +32,11 @@ struct DeviceFacts {
   std::map<unsigned, int> egress_of_destination;
 };
 
+// The priority of a user entry's hardware entries: a lower priority number wins.
+inline int hardware_priority(const DeviceFacts& facts, const EntrySpec& spec) {
+  return facts.entries_per_group[spec.stage - 1] - 1 - spec.priority;
+}
+
 // A LAG member that brought a hardware entry into being.
 struct LagMember {
   unsigned lag;
@@ -50,6 +56,8 @@ struct ModelEntry {
   std::set<unsigned> followed_lags;
   bool l3_switch_removed = false;
   std::vector<ExpectedHw> hw;
+  // What each of its counters has counted since its statistics object was made.
+  std::map<unsigned short, uint64_t> counts;
 };
 
 // Where a failed create (or the create step of a failed update) stopped: before its statistics
@@ -73,6 +81,12 @@ class Model {
   // A counter reads while a live entry, or the statistics object a failed create left, has it.
   bool counted(unsigned short counter) const { return counters().count(counter) > 0; }
   std::set<unsigned short> counters() const;
+  // The value a counter must read; empty when it does not read. A statistics object has a
+  // hardware counter only while a hardware entry uses it: without one it reads zero and keeps
+  // its counts for the next. The one a failed create left has never counted.
+  std::optional<uint64_t> counter_value(unsigned short counter) const;
+  // Adds to each counter of the live entry `key` what `amount` gives for the counter's type.
+  void count(const Key& key, const std::function<uint64_t(FiltersCommon::counter_type_t)>& amount);
 
   // The entry changes as the library answered them: made, or failed where `failed` says (the
   // chip refused a call, or the stage has no group).

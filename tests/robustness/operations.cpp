@@ -57,7 +57,9 @@ class Generator {
     const bool ingress = spec.stage == FILTERS_GROUP_STAGE_INGRESS;
     spec.id = number<unsigned>(0, kEntryIds - 1);
     spec.priority = number<unsigned short>(0, 20);
-    for (int vlan : distinct(pick(1, 2), 1, 40)) spec.vlans.insert(vlan);
+    // Few VLANs and nested source prefixes, so that entries of a stage overlap and their
+    // priorities decide which one a packet hits.
+    for (int vlan : distinct(pick(1, 2), 1, kVlans)) spec.vlans.insert(vlan);
     if (!ingress) {
       for (int pcp : distinct(pick(1, 2), 0, 7)) spec.pcps.insert(pcp);
     }
@@ -68,7 +70,8 @@ class Generator {
       spec.all_but_cpu = chance(0.15);
       const int length = pick(8, 32);
       spec.src_ip_mask = length == 32 ? 0xffffffffu : ~(0xffffffffu >> length);
-      spec.src_ip = static_cast<uint32_t>(random_()) & spec.src_ip_mask;
+      spec.src_ip = (0x0a000000u | number<uint32_t>(0, 3) << 16 | number<uint32_t>(0, 3)) &
+                    spec.src_ip_mask;
       maybe(spec.dscp, 0.4, 0, 63);
       maybe(spec.destination, 0.3, 1, 2);
       // The chip refuses a new destination MAC beside an L3 switch.

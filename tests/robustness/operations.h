@@ -15,8 +15,9 @@
 
 namespace robustness {
 
-// User entry ids 0 to kEntryIds - 1 in group 0 of every stage.
+// User entry ids 0 to kEntryIds - 1 in group 0 of every stage; VLAN ids 1 to kVlans.
 constexpr unsigned kEntryIds = 6;
+constexpr int kVlans = 12;
 
 // A user entry: its stage and id.
 struct Key {
