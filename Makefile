@@ -7,6 +7,7 @@ FUZZ_PACKAGES := clang libclang-rt-dev
 FUZZ_SECONDS ?= 60
 SOAK_SEQUENCES ?= 20000
 SOAK_STEPS ?= 150
+SOAK_SWEEP_RANDOM ?= 40
 SUDO := $(if $(filter 0,$(shell id -u)),,sudo)
 PREFIX ?= $(CURDIR)/install
 
@@ -71,10 +72,13 @@ fuzz: deps
 	@grep -E "^Done|^stat::" build/fuzz/capture_fuzz.log
 
 # Many more random operation sequences than the test suite runs: SOAK_SEQUENCES on the default
-# device and a quarter as many on each named chip (both tests match RandomSequences.Keep*).
+# device and a quarter as many on each named chip (both tests match RandomSequences.Keep*); then
+# the sweep with SOAK_SWEEP_RANDOM random sequences besides the representative operations.
 soak: build
 	FILTERS_RANDOM_SEQUENCES=$(SOAK_SEQUENCES) FILTERS_RANDOM_STEPS=$(SOAK_STEPS) \
 	  ./build/default/tests/robustness/robustness_tests --gtest_filter='RandomSequences.Keep*'
+	FILTERS_SWEEP_RANDOM=$(SOAK_SWEEP_RANDOM) \
+	  ./build/default/tests/robustness/robustness_tests --gtest_filter='FaultSweep.*'
 
 # Every SDK call of the representative operations failed once, then recovered (the suite runs
 # it too); prints the figures.
