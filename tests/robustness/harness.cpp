@@ -356,14 +356,16 @@ class Run {
     }
   }
   // The LAG's next event: its lowest member leaves when no port is free to join it, else the
-  // lowest free port joins. False when it has neither.
+  // lowest free port joins. False when the LAG does not exist (an entry can name a LAG destroyed
+  // before it was created) or has neither.
   bool nextLagEvent(unsigned lag) {
+    const auto& lags = model_->lags();
+    if (!lags.count(lag)) return false;
     std::set<int> free_ports = {9, 10, 11, 12, 13};
-    std::set<int> members;
-    for (const auto& [number, ports] : model_->lags()) {
+    for (const auto& [number, ports] : lags) {
       for (int port : ports) free_ports.erase(port);
-      if (number == lag) members = ports;
     }
+    const std::set<int> members = lags.at(lag);
     if (free_ports.empty() && members.empty()) return false;
     bcmsim::clear_refusals();
     int rc;
