@@ -201,10 +201,12 @@ halFiltersErr_t HalFiltersBcm::deleteEntry(filtersGroupStage_t stage, unsigned s
     interrupted_updates_.erase(key);
     return HAL_FILTERS_ERR_FAILED;
   }
-  // A delete repeated after a failed policer destroy finishes that destroy.
-  halFiltersErr_t last = static_cast<halFiltersErr_t>(
-      releaseIdlePolicers(filters_cache_.entries_info().at(base).user_entry));
-  if (!destroyLeftovers(key)) last = HAL_FILTERS_ERR_SDK;
+  // Leftovers first: one may hold a policer that no hardware entry of the pool uses. A delete
+  // repeated after a failed policer destroy finishes that destroy.
+  halFiltersErr_t last = destroyLeftovers(key) ? HAL_FILTERS_OK : HAL_FILTERS_ERR_SDK;
+  if (int rc = releaseIdlePolicers(filters_cache_.entries_info().at(base).user_entry); rc != 0) {
+    last = static_cast<halFiltersErr_t>(rc);
+  }
   for (pool_entry& hw_entry : *pool) {
     if (!hw_entry.installable) continue;
     const int hw_eid = static_cast<int>(hw_entry.entry.getId());

@@ -54,6 +54,12 @@ bool HalFiltersBcm::outOfStep(const user_entry_key_t& key, int hw_eid) const {
   return record != out_of_step_.end() && record->second.count(hw_eid) > 0;
 }
 
+bool HalFiltersBcm::outOfStep(int hw_eid) const {
+  if (out_of_step_.empty()) return false;  // the common case, without a look-up
+  const FilterEntriesCache::entry_info_t* info = filters_cache_.FindEntryOf(hw_eid);
+  return info && outOfStep(info->user_key, hw_eid);
+}
+
 bool HalFiltersBcm::inStep(const user_entry_key_t& key, int hw_eid) const {
   const int base = getBaseHwEid(key.stage, key.group_id, key.entry_id);
   auto info = filters_cache_.entries_info().find(base);

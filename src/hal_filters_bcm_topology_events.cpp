@@ -43,8 +43,7 @@ int HalFiltersBcm::UpdateAndReinstallEntries(const std::set<int>& hw_eids) {
   int result = HAL_FILTERS_OK;
   for (int hw_eid : hw_eids) {
     // One still out of step after the event's repair is left to the next operation.
-    if (const auto* info = filters_cache_.FindEntryOf(hw_eid);
-        info && outOfStep(info->user_key, hw_eid)) {
+    if (outOfStep(hw_eid)) {
       result = HAL_FILTERS_ERR_FAILED;
       continue;
     }

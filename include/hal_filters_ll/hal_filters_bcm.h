@@ -150,6 +150,7 @@ class HalFiltersBcm : public HalFiltersItf {
   void noteOutOfStep(const user_entry_key_t& key, int hw_eid, bool on_chip);
   void forgetOutOfStep(const user_entry_key_t& key, int hw_eid);
   bool outOfStep(const user_entry_key_t& key, int hw_eid) const;
+  bool outOfStep(int hw_eid) const;  // of whichever user entry's pool holds it
   // Whether the chip holds the id as the pool lists it: installable and not out of step.
   bool inStep(const user_entry_key_t& key, int hw_eid) const;
   // Destroys the SDK entries of `key` recorded on the chip; false when one could not be.

@@ -215,6 +215,27 @@ INSTANTIATE_TEST_SUITE_P(Faults, AfterAMemberChangeFault,
                                                           Recovery::Delete)),
                          faultAndRecovery);
 
+// A new member's entry whose own policer could not be attached keeps its parent attached on the
+// chip; deleting the user entry destroys that entry first, then the parent it alone held.
+TEST_F(TopologyEvents, ADeleteDestroysTheNewMembersLeftoverBeforeItsIdlePolicers) {
+  FiltersEntry entry = overLag(0);
+  entry.setMatch(MatchExternalVlanId(std::set<unsigned short>{10}));  // one entry a member
+  const policer::Mode flow = policer::Mode::Flow(100, 1000);
+  entry.setPolicer(policer::Policer(4, policer::Policer::STAGE_EGRESS, flow, {}));
+  entry.setPolicerParent(std::make_shared<policer::Policer>(5, policer::Policer::STAGE_EGRESS, flow,
+                                                            std::list<policer::Action>{}));
+  ASSERT_EQ(lags->RemoveMember(lag1, limid_ethernet(2)), 0);
+  ASSERT_EQ(lags->RemoveMember(lag1, limid_ethernet(3)), 0);
+  ASSERT_EQ(filters->createEntry(kEg, 0, entry), 0);
+  EXPECT_TRUE(bcmsim::state().policers.empty()) << "a LAG without members has no entries";
+  // Parent (level 1), then the entry's own policer: the second attach fails.
+  bcmsim::inject_fault({"bcm_field_entry_policer_attach", BCM_E_BUSY, 2, std::nullopt, false});
+  EXPECT_EQ(lags->AddMember(lag1, limid_ethernet(4)), -1);
+  ASSERT_EQ(filters->deleteEntry(kEg, 0, 0), 0);
+  EXPECT_TRUE(bcmsim::state().entries.empty());
+  EXPECT_TRUE(bcmsim::state().policers.empty());
+}
+
 TEST_F(TopologyEvents, ARemovedDestinationLeavesItsEntriesInstalledWithoutTheSwitch) {
   ASSERT_EQ(destinations.AddDestination(5, 100010), 0);
   FiltersEntry entry(0, 0);
