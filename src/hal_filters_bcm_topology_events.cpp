@@ -65,10 +65,10 @@ int HalFiltersBcm::AddLagMemberEvent(const limid_t& lag, const limid_t& member) 
   const int query_rc = filters_cache_.GetAddedLagMemberEntries(lag, member, added);
   for (const auto& [key, hw_entries] : added) {
     for (const pool_entry& hw_entry : hw_entries) {
+      const int hw_eid = static_cast<int>(hw_entry.entry.getId());
       callbacks().log(
           kLogInfo, "[HAL FILTERS] %s() Creating Filter Entry for LAG Member (EID: %d; Hw EID: %d)",
-          "AddLagMemberEvent", key.entry_id, hw_entry.entry.getId());
-      const int hw_eid = static_cast<int>(hw_entry.entry.getId());
+          "AddLagMemberEvent", key.entry_id, hw_eid);
       bool made = false;
       if (createHwEntry(key, hw_entry.entry, &made) == HAL_FILTERS_OK) continue;
       walk_failed = true;

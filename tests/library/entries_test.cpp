@@ -175,6 +175,27 @@ TEST_F(Entries, DeletingAnEntryWhoseCreateFailedReleasesItsCounter) {
   EXPECT_NE(filters->getCounterValue(7, value), 0);
 }
 
+// The undo of a failed create could not destroy an entry it made: the next create of the user
+// entry destroys it first and succeeds; a delete (of an entry that does not exist) destroys it.
+TEST_F(Entries, AnEntryTheUndoCouldNotDestroyGoesWithTheNextCreateOrDelete) {
+  const FiltersEntry entry = egressEntry(0, ports({limid_ethernet(1), limid_ethernet(2)}));
+  for (const bool create_again : {true, false}) {
+    SCOPED_TRACE(create_again ? "create again" : "delete");
+    bcmsim::inject_fault({"bcm_field_entry_install", BCM_E_FULL, 2, std::nullopt, false});
+    bcmsim::inject_fault({"bcm_field_entry_destroy", BCM_E_BUSY, 1, std::nullopt, false});
+    ASSERT_NE(filters->createEntry(kEg, 0, entry), 0);
+    EXPECT_EQ(installed_ids(), std::vector<int>{kEgressBase}) << "its destroy failed";
+    if (create_again) {
+      EXPECT_EQ(filters->createEntry(kEg, 0, entry), 0);
+      EXPECT_EQ(installed_ids(), (std::vector<int>{kEgressBase, kEgressBase + 1}));
+      EXPECT_EQ(filters->deleteEntry(kEg, 0, 0), 0);
+    } else {
+      EXPECT_EQ(filters->deleteEntry(kEg, 0, 0), -2) << "the entry does not exist";
+    }
+    EXPECT_TRUE(bcmsim::state().entries.empty());
+  }
+}
+
 TEST_F(Entries, AFailedCreateDestroysThePolicersItCreated) {
   FiltersEntry entry = egressEntry(0, ports({limid_ethernet(1)}));
   const policer::Mode flow = policer::Mode::Flow(100, 1000);

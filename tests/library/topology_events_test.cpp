@@ -42,6 +42,19 @@ class TopologyEvents : public test_support::FiltersTest {
     return entries;
   }
 
+  // The ports 1 to 7 on which a packet of VLAN 10 is dropped: arriving there at ingress, sent
+  // there at egress.
+  std::set<int> dropping(FiltersCommon::filtersGroupStage_t stage) {
+    std::set<int> ports;
+    for (int port = 1; port <= 7; ++port) {
+      bcmsim::Packet packet;
+      packet.outer_vlan = 10;
+      (stage == kIn ? packet.in_port : packet.out_port) = port;
+      if (bcmsim::classify(packet).verdict.drop) ports.insert(port);
+    }
+    return ports;
+  }
+
   const limid_t lag1 = limid_lag(1);
 };
 
@@ -143,21 +156,7 @@ enum class Recovery { Update, NextLagEvent, Delete };
 
 class AfterAMemberChangeFault
     : public TopologyEvents,
-      public testing::WithParamInterface<std::tuple<MemberChangeFault, Recovery>> {
- protected:
-  // The ports 1 to 6 on which a packet of VLAN 10 is dropped: arriving there at ingress, sent
-  // there at egress.
-  std::set<int> dropping(FiltersCommon::filtersGroupStage_t stage) {
-    std::set<int> ports;
-    for (int port = 1; port <= 6; ++port) {
-      bcmsim::Packet packet;
-      packet.outer_vlan = 10;
-      (stage == kIn ? packet.in_port : packet.out_port) = port;
-      if (bcmsim::classify(packet).verdict.drop) ports.insert(port);
-    }
-    return ports;
-  }
-};
+      public testing::WithParamInterface<std::tuple<MemberChangeFault, Recovery>> {};
 
 TEST_P(AfterAMemberChangeFault, OneRetryRestoresEveryPortOrLeavesNothing) {
   const auto& [fault, recovery] = GetParam();
@@ -171,8 +170,15 @@ TEST_P(AfterAMemberChangeFault, OneRetryRestoresEveryPortOrLeavesNothing) {
   entry.setAction(Action(FILTERS_ACTION_DROP));
   ASSERT_EQ(filters->createEntry(fault.stage, 0, entry), 0);
   bcmsim::inject_fault({fault.failing, BCM_E_FAIL, 1, std::nullopt, false});
+  log.clear();
   EXPECT_EQ(lags->AddMember(lag1, limid_ethernet(4)), -1) << "the filters did not follow";
   EXPECT_EQ(dropping(fault.stage), fault.dropping_after_fault);
+  if (fault.stage == kIn) {
+    EXPECT_TRUE(
+        log.contains(HalCallbacksItf::kError,
+                     "HalFiltersLL::halFiltersErr_t ReinstallEntry(const bcm_field_entry_t&): "
+                     "error trying to reinstall filter entry. unit = 0, eid = 1048576\n"));
+  }
 
   // eth1 (ingress only) and the members eth2, eth3, eth4; eth5 after the next event.
   std::set<int> filtered = fault.stage == kIn ? std::set<int>{1, 2, 3, 4} : std::set<int>{2, 3, 4};
@@ -234,6 +240,37 @@ TEST_F(TopologyEvents, ADeleteDestroysTheNewMembersLeftoverBeforeItsIdlePolicers
   ASSERT_EQ(filters->deleteEntry(kEg, 0, 0), 0);
   EXPECT_TRUE(bcmsim::state().entries.empty());
   EXPECT_TRUE(bcmsim::state().policers.empty());
+}
+
+// An ingress entry that a failed reinstall destroyed as LAG 1 went is created again by the next
+// event of its other LAG, without following LAG 1 when a LAG of that number comes back.
+TEST_F(TopologyEvents, AnEntryCreatedAgainDoesNotFollowALagDestroyedSince) {
+  test_support::make_lag(*lags, 2, {5});
+  FiltersEntry entry(0, 0);
+  entry.setMatch(MatchIngressPorts(ports({limid_ethernet(1), lag1, limid_lag(2)})));
+  entry.setAction(Action(FILTERS_ACTION_DROP));
+  ASSERT_EQ(filters->createEntry(kIn, 0, entry), 0);
+  bcmsim::inject_fault({"bcm_field_entry_reinstall", BCM_E_FAIL, 1, std::nullopt, false});
+  EXPECT_EQ(lags->DestroyLag(lag1), -1);
+  EXPECT_TRUE(dropping(kIn).empty());
+  ASSERT_EQ(lags->AddMember(limid_lag(2), limid_ethernet(6)), 0);
+  EXPECT_EQ(dropping(kIn), (std::set<int>{1, 5, 6}));
+  test_support::make_lag(*lags, 1, {7});
+  EXPECT_EQ(dropping(kIn), (std::set<int>{1, 5, 6}));
+}
+
+// An entry the removal of eth2 could not delete keeps its id on the chip; the next member takes
+// that slot, and when the leftover cannot be destroyed again the new entry's create fails too. The
+// leftover stays recorded, and deleting the user entry destroys it.
+TEST_F(TopologyEvents, ALeftoverInANewMembersSlotStaysRecordedUntilDestroyed) {
+  ASSERT_EQ(filters->createEntry(kEg, 0, overLag(0)), 0);
+  bcmsim::inject_fault({"bcm_field_entry_destroy", BCM_E_BUSY, 1, std::nullopt, false});
+  EXPECT_EQ(lags->RemoveMember(lag1, limid_ethernet(2)), -1);
+  bcmsim::inject_fault({"bcm_field_entry_destroy", BCM_E_BUSY, 1, std::nullopt, false});
+  EXPECT_EQ(lags->AddMember(lag1, limid_ethernet(4)), -1);
+  EXPECT_EQ(installed(), (std::vector<std::string>{"0:10/2/", "1:10/3/", "2:20/4/", "3:20/3/"}));
+  ASSERT_EQ(filters->deleteEntry(kEg, 0, 0), 0);
+  EXPECT_TRUE(bcmsim::state().entries.empty());
 }
 
 TEST_F(TopologyEvents, ARemovedDestinationLeavesItsEntriesInstalledWithoutTheSwitch) {
