@@ -32,7 +32,10 @@ build: deps
 	cmake --preset default
 	cmake --build --preset default
 
-demo: build
+# The demo builds filtersim and what it links, not the tests, benchmarks and cint replays.
+demo: deps
+	cmake --preset default
+	cmake --build --preset default --target filtersim
 	./build/default/tools/filtersim/filtersim
 
 test: build

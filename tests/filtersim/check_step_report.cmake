@@ -1,7 +1,7 @@
 # Runs filtersim --json on the step-report scenario and checks what the steps carry: the
 # undescribed stage's warning on the group, the library's log line and the SDK's refusal under
-# the failed entry, in that order, the refusal named on the step, and what show steps and the
-# end show.
+# the failed entry, in that order, the refusal named on the step, what show steps and the end
+# show, and a library error taken for the cause before the undo's refusal that followed it.
 execute_process(COMMAND ${PROGRAM} --json ${SCENARIO} OUTPUT_VARIABLE report RESULT_VARIABLE status)
 # The last step's expectations are written to fail.
 if(NOT status EQUAL 1)
@@ -23,6 +23,10 @@ expect_match("steps;1;first_refusal_rule;decided_in" "^_field_group_get \\(field
 expect_match("device;chip" "^default$")
 expect_match("device;relaxations;0" "^level-1 \\(parent\\) policers")
 expect_match("steps;1;reasons;1;text" "^Could not create filter entry 2097280 on group 32, invalid group$")
+expect_match("steps;1;cause;kind" "^sdk_refusal$")
+expect_match("steps;9;cause;text" "^This interface: lag2 cannot be used.$")
+expect_match("steps;9;cause;index" "^0$")
+expect_match("steps;9;reasons;1;rule;rule" "^stat-not-attached$")
 expect_match("steps;4;show;user_entries;0;hw;1;hw_entry" "^131585$")
 expect_match("steps;4;show;user_entries;0;hw;1;qualifiers;0" "^InPort=2/0xffff$")
 expect_match("steps;5;show;user_entries;0;hw;0;hw_entry" "^131585$")

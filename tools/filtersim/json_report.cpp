@@ -195,6 +195,12 @@ json stepJson(size_t index, const StepOutcome& step, bool trace) {
     out["first_refusal"] = refusal->text;
     out["first_refusal_rule"] = ruleJson(*refusal);
   }
+  // The reasons after the cause only followed it.
+  if (const Reason* cause = firstCause(step); step.result != 0 && cause) {
+    const auto position = static_cast<size_t>(cause - step.reasons.data());
+    out["cause"] = reasons[position];
+    out["cause"]["index"] = position;
+  }
   if (step.classification) {
     out["verdict"] = verdictJson(step.classification->verdict);
     json hits = json::array();

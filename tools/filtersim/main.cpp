@@ -79,7 +79,7 @@ int main(int argc, char** argv) {
   app.add_option("--log-level", log_level, "library log lines up to this level go to stderr")
       ->check(CLI::Range(0, 7));
   app.add_option("--show", show,
-                 "hardware sections: groups,entries,counters,policers,l3,calls or all");
+                 "hardware sections: groups,entries,counters,policers,l3,calls, all or none");
   app.add_option("--cint", cint_file,
                  "write the SDK calls as a cint script (plain C as well) to this file");
   app.add_option("--cint-steps", cint_steps, "only the calls of these steps: N or FIRST-LAST")

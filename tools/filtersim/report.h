@@ -23,7 +23,8 @@ struct Sections {
   bool calls = false;  // the whole SDK call log
 };
 
-// Reads "groups,entries,counters,policers,l3,calls" (or "all"); false for an unknown name.
+// Reads "groups,entries,counters,policers,l3,calls" (or "all", or "none"); false for an unknown
+// name.
 bool parseSections(const std::string& list, Sections& sections);
 
 // Reports that write each step as it comes, so that a long run keeps no step.

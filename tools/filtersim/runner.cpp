@@ -440,6 +440,15 @@ const Reason* firstSdkRefusal(const StepOutcome& step) {
   return nullptr;
 }
 
+const Reason* firstCause(const StepOutcome& step) {
+  for (const Reason& reason : step.reasons) {
+    if (reason.kind == Reason::kSdkRefusal || reason.level <= HalCallbacksItf::kError) {
+      return &reason;
+    }
+  }
+  return nullptr;
+}
+
 std::string stageName(bcmsim::Stage stage) {
   return bcmsim::stage_name(stage);
 }

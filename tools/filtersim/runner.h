@@ -88,6 +88,9 @@ RunResult runScenario(const ScenarioStream& scenario, const RunOptions& options,
 
 // The first SDK refusal among a step's reasons, or nullptr.
 const Reason* firstSdkRefusal(const StepOutcome& step);
+// What made a step fail: whichever came first of an SDK refusal and a library error line; the
+// reasons after it (the undo's calls among them) only followed it. Null when there is neither.
+const Reason* firstCause(const StepOutcome& step);
 
 std::string stageName(bcmsim::Stage stage);
 std::string resultName(int result);

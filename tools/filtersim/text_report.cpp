@@ -115,18 +115,27 @@ void writeStep(std::ostream& out, size_t index, const StepOutcome& step, bool tr
       step.classification ? step.classification->verdict.text() : resultName(step.result);
   if (step.replay) outcome = std::to_string(step.replay->packets) + " packets";
   if (step.value) outcome += ", value " + std::to_string(*step.value);
-  const Reason* refusal = firstSdkRefusal(step);
-  if (step.result != 0 && refusal) {
-    outcome += ", first refused by " + refusal->text + ": " + ruleText(*refusal);
+  const Reason* cause = step.result != 0 ? firstCause(step) : nullptr;
+  if (cause && cause->kind == Reason::kSdkRefusal) {
+    outcome += ", first refused by " + cause->text + ": " + ruleText(*cause);
+  } else if (cause) {
+    outcome += ", first error: " + cause->text;
   }
   out << std::setw(4) << index << "  " << step.description << ": " << outcome << "\n";
   for (const std::string& warning : step.warnings) out << "        warning: " << warning << "\n";
+  // What followed the cause is set apart from it: the undo's calls are never the cause.
+  const char* label = "";
   for (const Reason& reason : step.reasons) {
+    if (&reason == cause) {
+      label = "cause: ";
+    } else if (cause && &reason > cause) {
+      label = "then: ";
+    }
     if (reason.kind == Reason::kLog) {
-      out << "        log <" << reason.level << "> " << reason.text << "\n";
+      out << "        " << label << "log <" << reason.level << "> " << reason.text << "\n";
     } else {
-      out << "        SDK refused " << reason.text << "\n          rule: " << ruleText(reason)
-          << "\n";
+      out << "        " << label << "SDK refused " << reason.text
+          << "\n          rule: " << ruleText(reason) << "\n";
     }
   }
   for (const UserHit& hit : step.hits) out << "        hit " << hitText(hit) << "\n";
@@ -248,8 +257,11 @@ class TextReport : public RunSink {
   }
   void finish(const RunResult& run) override {
     const bcmsim::State& state = bcmsim::state();
-    out_ << "\nHardware at the end\n";
-    writeSnapshot(out_, takeSnapshot({}, run.groups), sections_, "");
+    const Sections& shown = sections_;
+    if (shown.groups || shown.entries || shown.counters || shown.policers || shown.l3) {
+      out_ << "\nHardware at the end\n";
+      writeSnapshot(out_, takeSnapshot({}, run.groups), sections_, "");
+    }
     if (sections_.l3) writeL3(out_, state);
     if (sections_.calls) {
       out_ << "\nSDK calls\n";
@@ -285,6 +297,8 @@ bool parseSections(const std::string& list, Sections& sections) {
   while (std::getline(names, name, ',')) {
     if (name == "all") {
       sections = Sections{true, true, true, true, true, true};
+    } else if (name == "none") {
+      sections = Sections{false, false, false, false, false, false};
     } else if (name == "groups") {
       sections.groups = true;
     } else if (name == "entries") {
