@@ -24,12 +24,29 @@ std::string ip4_text(uint32_t ip) {
   return text;
 }
 
+// The short form: the longest run of two or more zero groups (the first of equal runs) is "::".
 std::string ip6_text(const Words& w) {
+  uint32_t groups[8];
+  for (int group = 0; group < 8; ++group) groups[group] = (w[group / 2] >> (group % 2 ? 0 : 16)) & 0xffff;
+  int run_start = -1, run_length = 1;
+  for (int start = 0; start < 8; ++start) {
+    int length = 0;
+    while (start + length < 8 && groups[start + length] == 0) ++length;
+    if (length > run_length) {
+      run_start = start;
+      run_length = length;
+    }
+  }
   std::string text;
   for (int group = 0; group < 8; ++group) {
-    uint32_t value = (w[group / 2] >> (group % 2 ? 0 : 16)) & 0xffff;
+    if (group == run_start) {
+      text += "::";
+      group += run_length - 1;
+      continue;
+    }
     char part[8];
-    std::snprintf(part, sizeof(part), "%s%x", group ? ":" : "", value);
+    const bool after_run = run_start >= 0 && group == run_start + run_length;
+    std::snprintf(part, sizeof(part), "%s%x", group && !after_run ? ":" : "", groups[group]);
     text += part;
   }
   return text;

@@ -139,4 +139,22 @@ TEST(DeviceNames, QualifiersAndActionsReadAsTheSdkNamesThem) {
   EXPECT_EQ(bcmsim::action_name(999), "999");
 }
 
+// IPv6 addresses in their short form: the longest run of two or more zero groups, the first of
+// equal runs, becomes "::".
+TEST(DeviceNames, Ipv6AddressesReadInTheirShortForm) {
+  const std::pair<bcmsim::Words, const char*> cases[] = {
+      {{0, 0, 0, 0}, "::"},
+      {{0, 0, 0, 1}, "::1"},
+      {{0x00010000, 0, 0, 0}, "1::"},
+      {{0x20010db8, 0, 0, 1}, "2001:db8::1"},
+      {{0x00010000, 0x00010000, 0, 1}, "1:0:1::1"},
+      {{0x00010000, 0, 0x00010000, 0}, "1::1:0:0:0"},
+      {{0x00010000, 0x00010000, 0x00010000, 0x00010000}, "1:0:1:0:1:0:1:0"},
+  };
+  for (const auto& [address, text] : cases) {
+    const bcmsim::QualifierValue ip6{bcmFieldQualifyDstIp6, address, {0xffffffff, 0xffffffff}};
+    EXPECT_EQ(bcmsim::format_qualifier(ip6), std::string(text) + "/ffff:ffff:ffff:ffff::");
+  }
+}
+
 }  // namespace

@@ -1,7 +1,8 @@
 # Runs filtersim --json on the step-report scenario and checks what the steps carry: the
 # undescribed stage's warning on the group, the library's log line and the SDK's refusal under
 # the failed entry, in that order, the refusal named on the step, what show steps and the end
-# show, and a library error taken for the cause before the undo's refusal that followed it.
+# show, a library error taken for the cause before the undo's refusal that followed it, and the
+# TCAM in use at the end.
 execute_process(COMMAND ${PROGRAM} --json ${SCENARIO} OUTPUT_VARIABLE report RESULT_VARIABLE status)
 # The last step's expectations are written to fail.
 if(NOT status EQUAL 1)
@@ -21,6 +22,11 @@ expect_match("steps;1;reasons;0;kind" "^sdk_refusal$")
 expect_match("steps;1;reasons;0;rule;rule" "^group-unknown$")
 expect_match("steps;1;first_refusal_rule;decided_in" "^_field_group_get \\(field_common.c\\)$")
 expect_match("device;chip" "^default$")
+expect_match("tcam;0;stage" "^pre-ingress$")
+expect_match("tcam;0;entries" "^2$")
+expect_match("tcam;0;entries_total" "^1024$")
+expect_match("tcam;1;slices" "^1$")
+expect_match("tcam;1;slices_total" "^16$")
 expect_match("device;relaxations;0" "^level-1 \\(parent\\) policers")
 expect_match("steps;1;reasons;1;text" "^Could not create filter entry 2097280 on group 32, invalid group$")
 expect_match("steps;1;cause;kind" "^sdk_refusal$")

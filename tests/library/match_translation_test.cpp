@@ -156,7 +156,7 @@ INSTANTIATE_TEST_SUITE_P(
         Row{"T12PcpEgress", kEg, make<MatchPcp>(Bytes{2}), 0, {"IntPriority=2/0x7"}, {}},
         Row{"T13InternalPcp", kIn, make<MatchInternalPcp>(Pcps{4}), 0, {"InnerVlanPri=4/0x7"}, {}},
         Row{"T14Unsupported", kIn, plain(14), -2, {}, {}},
-        Row{"T15DstIpv6", kIn, make<MatchDstIPv6>(kIpv6, kIpv6Mask), 0, {"EtherType=0x86dd/0xffff", "DstIp6=2001:db8:0:0:0:0:0:1/ffff:ffff:0:0:0:0:0:0"}, {}},
+        Row{"T15DstIpv6", kIn, make<MatchDstIPv6>(kIpv6, kIpv6Mask), 0, {"EtherType=0x86dd/0xffff", "DstIp6=2001:db8::1/ffff:ffff::"}, {}},
         Row{"T16Untagged", kPre, make<MatchVlanTagging>(VLAN_UNTAGGED), 0, {"VlanFormat=0/0x1"}, {}},
         Row{"T16Tagged", kPre, make<MatchVlanTagging>(VLAN_TAGGED), 0, {"VlanFormat=1/0x1"}, {}},
         Row{"T16BadTagging", kPre, make<MatchVlanTagging>(static_cast<vlan_tagging_t>(2)), -2, {},

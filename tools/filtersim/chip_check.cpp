@@ -14,29 +14,12 @@
 
 #include "chip_choice.h"
 #include "report.h"
+#include "tcam_use.h"
 
 namespace filtersim {
 namespace {
 
 using json = nlohmann::json;
-
-// The TCAM a stage holds now: rows of its slices taken by entries, and slices taken by groups.
-struct StageUse {
-  int rows = 0;
-  int slices = 0;
-};
-
-std::array<StageUse, bcmsim::kStageCount> tcamInUse() {
-  std::array<StageUse, bcmsim::kStageCount> use{};
-  for (const auto& [id, group] : bcmsim::state().groups) {
-    StageUse& stage = use[static_cast<int>(group.stage)];
-    stage.slices += static_cast<int>(group.slices.size());
-    for (const bcmsim::Group::Slice& slice : group.slices) {
-      stage.rows += slice.entries * (group.double_wide_key ? 2 : 1);
-    }
-  }
-  return use;
-}
 
 bool expectedToFail(const StepOutcome& step) {
   return step.step->expect.result && *step.step->expect.result == step.result;
@@ -95,15 +78,14 @@ class ChipRunSink : public RunSink {
 
   json result() const {
     const bcmsim::Config& device = bcmsim::config();
+    const TcamUse total = tcamTotal();
     json tcam = json::array();
     for (int stage = 0; stage < bcmsim::kStageCount; ++stage) {
-      int rows = 0;
-      for (int slice : device.slices[stage]) rows += slice;
       tcam.push_back({{"stage", bcmsim::stage_name(static_cast<bcmsim::Stage>(stage))},
                       {"peak_entries", peak_[stage].rows},
-                      {"entries", rows},
+                      {"entries", total[stage].rows},
                       {"peak_slices", peak_[stage].slices},
-                      {"slices", device.slices[stage].size()}});
+                      {"slices", total[stage].slices}});
     }
     return {{"chip", device.chip.name},
             {"family", device.chip.family},

@@ -9,6 +9,7 @@
 
 #include "packet_fields.h"
 #include "report.h"
+#include "tcam_use.h"
 
 namespace filtersim {
 namespace {
@@ -296,6 +297,7 @@ class JsonReport : public RunSink {
     section(sections_.policers, {"policers"});
     section(sections_.l3, {"l3_intfs", "l3_egress"});
     json out = {{"hardware", hardware},
+                {"tcam", tcamJson(tcamInUse())},
                 {"tcam_moves", bcmsim::state().tcam_moves},
                 {"at_the_end", snapshotJson(takeSnapshot({}, run.groups))},
                 {"summary",

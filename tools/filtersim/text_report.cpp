@@ -10,6 +10,7 @@
 #include "chip_choice.h"
 #include "packet_fields.h"
 #include "report.h"
+#include "tcam_use.h"
 
 namespace filtersim {
 namespace {
@@ -267,6 +268,12 @@ class TextReport : public RunSink {
       out_ << "\nSDK calls\n";
       writeCalls(out_, run.setup_calls, "  ");
       writeCalls(out_, run.step_calls, "  ");
+    }
+    out_ << "\nTCAM in use:";
+    const TcamUse used = tcamInUse(), total = tcamTotal();
+    for (int stage = 0; stage < bcmsim::kStageCount; ++stage) {
+      out_ << (stage ? "; " : " ")
+           << tcamStageText(static_cast<bcmsim::Stage>(stage), used[stage], total[stage]);
     }
     out_ << "\nTCAM moves: " << state.tcam_moves << "\n";
     out_ << "Expectations: " << run.checked - run.failed << " of " << run.checked << " held\n";
