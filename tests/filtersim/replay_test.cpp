@@ -311,6 +311,33 @@ TEST(Replay, ReadsCapturesFromPipes) {
   EXPECT_EQ(frames, 7u);
 }
 
+// An egress entry sees the replayed packets only on the out-port the command line names.
+TEST(Replay, SendsTheCapturesPacketsToTheOutPortTheCommandLineNames) {
+  const fs::path dir = fs::path(::testing::TempDir()) / "filtersim_replay_out_port";
+  fs::create_directories(dir);
+  const std::string file = (dir / "burst.pcap").string();
+  writeBurst(file);
+  const std::string text = R"(switch: {ports: 8}
+steps:
+  - create_group:
+      stage: egress
+      id: 1
+      type: 5
+      entries:
+        - {id: 1, match: {egress_ports: [eth5]}, actions: [drop], counters: [{id: 1, type: packets}]}
+)";
+  filtersim::ScenarioStream scenario(text, (dir / "s.yaml").string());
+  scenario.appendReplay(file, "eth1", "eth5");
+  scenario.appendReplay(file, "eth1", "eth6");
+  scenario.appendReplay(file, "eth1");
+  ReplaySink sink;
+  filtersim::runScenario(scenario, {}, sink);
+  ASSERT_EQ(sink.replays.size(), 3u);
+  EXPECT_EQ(sink.replays[0].verdicts, (std::map<std::string, uint64_t>{{"dropped", 7}}));
+  EXPECT_EQ(sink.replays[1].verdicts, (std::map<std::string, uint64_t>{{"forwarded", 7}}));
+  EXPECT_EQ(sink.replays[2].verdicts, (std::map<std::string, uint64_t>{{"forwarded", 7}}));
+}
+
 void writeCutShort(const std::string& path) {
   writeBurst(path);
   fs::resize_file(path, fs::file_size(path) - 10);

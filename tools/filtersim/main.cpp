@@ -63,6 +63,7 @@ int main(int argc, char** argv) {
   std::string cint_steps;
   std::string pcap;
   std::string in_port = "eth1";
+  std::string out_port;
   app.add_option("scenario", file, "scenario file (YAML); the built-in demo when none is given");
   app.add_flag("--json", json, "write the report as one JSON document");
   app.add_flag("--trace", trace, "show the SDK calls of every step");
@@ -88,6 +89,9 @@ int main(int argc, char** argv) {
       "--pcap", pcap,
       "replay this capture (Ethernet; - for standard input) after the scenario's steps");
   app.add_option("--in-port", in_port, "the port the capture's packets arrive on (eth1 by default)")
+      ->needs(pcap_option);
+  app.add_option("--out-port", out_port,
+                 "the port the switching logic sends the capture's packets to (egress entries)")
       ->needs(pcap_option);
   try {
     app.parse(argc, argv);
@@ -132,7 +136,7 @@ int main(int argc, char** argv) {
     // "-" is standard input, which the loader would take for a file beside the scenario.
     if (!pcap.empty())
       scenario->appendReplay(pcap == "-" ? "/dev/stdin" : std::filesystem::absolute(pcap).string(),
-                             in_port);
+                             in_port, out_port);
   } catch (const filtersim::LoadError& error) {
     return refuse(json, "usage", error.message());
   }

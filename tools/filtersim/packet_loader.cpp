@@ -62,10 +62,12 @@ std::string ScenarioLoader::capturePath(const YAML::Node& node) const {
   return path;
 }
 
-Step ScenarioLoader::loadCaptureOption(const std::string& path, const std::string& in_port) {
+Step ScenarioLoader::loadCaptureOption(const std::string& path, const std::string& in_port,
+                                       const std::string& out_port) {
   YAML::Node node(YAML::NodeType::Map);
   node["pcap"] = path;
   node["in_port"] = in_port;
+  if (!out_port.empty()) node["out_port"] = out_port;
   return Step{"packets", 0, loadReplay(node), {}};
 }
 

@@ -29,9 +29,10 @@ class ScenarioLoader {
   // One item of the steps, from a text that starts at `first_line` of the file; `keys_unique`
   // when its keys are known to be so.
   Step loadStepItem(const YAML::Node& item, int first_line, bool keys_unique = false);
-  // The replay the command line asks for after the scenario's steps; a LoadError without a
-  // place for an unknown port or a capture that cannot be read.
-  Step loadCaptureOption(const std::string& path, const std::string& in_port);
+  // The replay the command line asks for after the scenario's steps (`out_port` empty: none); a
+  // LoadError without a place for an unknown port or a capture that cannot be read.
+  Step loadCaptureOption(const std::string& path, const std::string& in_port,
+                         const std::string& out_port);
 
   struct PortSelection {
     std::list<limid_t> ports;
