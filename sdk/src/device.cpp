@@ -71,12 +71,17 @@ Entry* find_entry(State& state, int id) {
   return it == state.entries.end() ? nullptr : &it->second;
 }
 
-int free_slice(const Device& dev, Stage stage) {
+std::vector<bool> held_slices(const Device& dev, Stage stage) {
   std::vector<bool> held(dev.config.slices[static_cast<int>(stage)].size());
   for (const auto& [id, group] : dev.state.groups) {
     if (group.stage != stage) continue;
     for (const Group::Slice& slice : group.slices) held[slice.index] = true;
   }
+  return held;
+}
+
+int free_slice(const Device& dev, Stage stage) {
+  const std::vector<bool> held = held_slices(dev, stage);
   auto first = std::find(held.begin(), held.end(), false);
   return first == held.end() ? -1 : static_cast<int>(first - held.begin());
 }

@@ -58,6 +58,8 @@ void build_port_config(const Config& config, bcm_port_config_t& out);
 Entry* find_entry(State& state, int id);
 Group* find_group(State& state, int id);
 
+// Per slice of a stage, whether a group holds it.
+std::vector<bool> held_slices(const Device& dev, Stage stage);
 // The first slice of a stage that no group holds, or -1.
 int free_slice(const Device& dev, Stage stage);
 

@@ -23,6 +23,27 @@ bool holds_policer(const State& state, const Group& group) {
   return false;
 }
 
+// Where meter pools belong to slices, a group one of whose entries holds a meter may not spread
+// over a second slice.
+bool meters_pin(const Device& dev, const Group& group) {
+  return !stage_rules(dev, group.stage).global_meter_pools && holds_policer(dev.state, group);
+}
+
+// The places a group would gain by taking, one after the other, the slices of its stage no group
+// holds: each time the first of them, until one holds none of its entries.
+int unheld_places(const Device& dev, Stage stage, bool double_wide_key) {
+  const std::vector<int>& sizes = dev.config.slices[static_cast<int>(stage)];
+  const std::vector<bool> held = held_slices(dev, stage);
+  int places = 0;
+  for (size_t index = 0; index < held.size(); ++index) {
+    if (held[index]) continue;
+    const int size = double_wide_key ? sizes[index] / 2 : sizes[index];
+    if (size <= 0) break;
+    places += size;
+  }
+  return places;
+}
+
 // The slice a new entry of the group takes: the first of its slices with room, else a free slice
 // of its stage, unless a meter of one of its entries would have to spread over two slices.
 // Returns the slice's index, or the SDK's code when there is no room.
@@ -34,9 +55,7 @@ int reserve_slice(Device& dev, Group& group) {
   if (index < 0 || slice_capacity(dev, group, index) <= 0) {
     return refuse(Why::GroupFull, BCM_E_RESOURCE);
   }
-  if (!stage_rules(dev, group.stage).global_meter_pools && holds_policer(dev.state, group)) {
-    return refuse(Why::GroupFullWithPolicer, BCM_E_RESOURCE);
-  }
+  if (meters_pin(dev, group)) return refuse(Why::GroupFullWithPolicer, BCM_E_RESOURCE);
   tcam_add_slice(group, index, slice_capacity(dev, group, index));
   dev.changed(group);
   return index;
@@ -120,6 +139,24 @@ void detach_all(State& state, const Entry& entry) {
 
 }  // namespace
 }  // namespace bcmsim::detail
+
+namespace bcmsim {
+
+int group_room(int id) {
+  const detail::Device& dev = detail::device();
+  auto group = dev.state.groups.find(id);
+  if (group == dev.state.groups.end()) return -1;
+  int room = 0;
+  for (const Group::Slice& slice : group->second.slices) room += slice.size - slice.entries;
+  if (detail::meters_pin(dev, group->second)) return room;
+  return room + detail::unheld_places(dev, group->second.stage, group->second.double_wide_key);
+}
+
+int stage_room(Stage stage, bool double_wide_key) {
+  return detail::unheld_places(detail::device(), stage, double_wide_key);
+}
+
+}  // namespace bcmsim
 
 using namespace bcmsim;
 using namespace bcmsim::detail;

@@ -142,6 +142,25 @@ std::string undescribedStageWarning(unsigned int type, filtersGroupStage_t stage
          "entries find no group and fail; see filtersim --catalogue for the types of this stage";
 }
 
+std::string groupTypesTaking(const std::string& match) {
+  std::string text;
+  for (filtersGroupStage_t stage : kStages) {
+    std::string types;
+    for (unsigned int type = 1; type <= kGroupTypes.size(); ++type) {
+      const auto matches = matchesOfGroupType(type, stage);
+      if (!matches || std::find(matches->begin(), matches->end(), match) == matches->end()) continue;
+      types += (types.empty() ? " " : ", ") + std::to_string(type);
+    }
+    if (!types.empty()) text += (text.empty() ? "" : "; ") + stageName(stage) + types;
+  }
+  return text.empty() ? "none" : text;
+}
+
+bool groupTypeIsDoubleWide(unsigned int type, filtersGroupStage_t stage) {
+  const std::optional<HalFiltersLL::GroupInfo> info = groupInfo(type, stage);
+  return info && info->mode == bcmFieldGroupModeIntraSliceDouble;
+}
+
 std::vector<std::string> matchNames() {
   std::vector<std::string> names = {"raw"};
   for (const MatchQualifiers& row : matchQualifiers()) {

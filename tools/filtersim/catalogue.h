@@ -20,6 +20,13 @@ std::optional<std::vector<std::string>> matchesOfGroupType(unsigned int type,
 // empty when it has one (or is not a catalogue type).
 std::string undescribedStageWarning(unsigned int type, FiltersCommon::filtersGroupStage_t stage);
 
+// The group types that take `match`, per stage: "pre-ingress 1, 5; ingress 1, 2"; "none".
+std::string groupTypesTaking(const std::string& match);
+
+// Whether a group of `type` at `stage` takes two TCAM rows per entry; false for a type without a
+// description for the stage.
+bool groupTypeIsDoubleWide(unsigned int type, FiltersCommon::filtersGroupStage_t stage);
+
 // Every match name a scenario can write (the catalogue's and the raw match).
 std::vector<std::string> matchNames();
 

@@ -117,6 +117,7 @@ CreateGroup ScenarioLoader::loadGroup(const YAML::Node& node) {
                        : 0,
       static_cast<unsigned int>(
           reader_.integer(reader_.need(node, "type"), 0, 1000, "group type")));
+  std::map<unsigned int, EntryPlaces> places;
   if (const YAML::Node entries = node["entries"]) {
     reader_.expectSequence(entries, "entries");
     std::map<unsigned int, int> lines;  // entry id -> the line of its first entry
@@ -132,10 +133,29 @@ CreateGroup ScenarioLoader::loadGroup(const YAML::Node& node) {
                                       std::to_string(first->second) +
                                       "); give each entry its own id");
       }
+      places.emplace(loaded.getId(), entryPlaces(entry));
       group.addEntry(std::move(loaded));
     }
   }
-  return CreateGroup{group};
+  return CreateGroup{group, std::move(places)};
+}
+
+Place ScenarioLoader::place(const YAML::Node& node) const {
+  return Place{reader_.line(node.Mark()), node.Mark().column + 1};
+}
+
+EntryPlaces ScenarioLoader::entryPlaces(const YAML::Node& node) const {
+  EntryPlaces places{place(node), {}, {}};
+  for (const auto& item : node["match"]) {
+    const std::string name = item.first.Scalar();
+    if (name != "raw") places.matches.emplace_back(name, place(item.first));
+  }
+  for (const YAML::Node& counter : node["counters"]) {
+    const YAML::Node id = counter["id"];
+    places.counters.emplace(
+        static_cast<unsigned short>(reader_.integer(id, 0, 65535, "counter id")), place(id));
+  }
+  return places;
 }
 
 FiltersEntry ScenarioLoader::loadEntry(const YAML::Node& node) {

@@ -173,7 +173,19 @@ json replayJson(const ReplaySummary& replay) {
           {"long_gaps", replay.long_gaps},   {"short_records", replay.short_records}};
 }
 
-json stepJson(size_t index, const StepOutcome& step, bool trace) {
+json checkWarningsJson(const std::string& file, const std::vector<CheckWarning>& warnings) {
+  json out = json::array();
+  for (const CheckWarning& warning : warnings) {
+    out.push_back({{"file", file},
+                   {"line", warning.place.line},
+                   {"column", warning.place.column},
+                   {"check", warning.check},
+                   {"message", warning.text}});
+  }
+  return out;
+}
+
+json stepJson(const std::string& file, size_t index, const StepOutcome& step, bool trace) {
   json out = {{"index", index},
               {"kind", step.step->kind},
               {"line", step.step->line},
@@ -183,6 +195,7 @@ json stepJson(size_t index, const StepOutcome& step, bool trace) {
               {"expectations", {{"checked", step.checked}, {"failed", step.failures}}}};
   if (step.value) out["value"] = *step.value;
   out["warnings"] = step.warnings;
+  out["check_warnings"] = checkWarningsJson(file, step.check_warnings);
   json reasons = json::array();
   for (const Reason& reason : step.reasons) {
     json item = {{"kind", reason.kind == Reason::kLog ? "log" : "sdk_refusal"},
@@ -268,7 +281,7 @@ class JsonReport : public RunSink {
          << ",\n\"steps\": [";
   }
   void step(size_t index, const StepOutcome& step) override {
-    out_ << (index == 1 ? "\n" : ",\n") << stepJson(index, step, trace_).dump(2);
+    out_ << (index == 1 ? "\n" : ",\n") << stepJson(file_, index, step, trace_).dump(2);
   }
   void finish(const RunResult& run) override {
     out_ << "\n]";

@@ -484,15 +484,18 @@ RunResult runScenario(const ScenarioStream& scenario, const RunOptions& options,
   size_t index = 0;
   const Step* running = nullptr;
   FatalPath fatal_path(sink, index, running);
+  StepChecks checks;
   scenario.forEachStep([&](const Step& step) {
     progress.step();
     ++index;
     running = &step;
-    bcmsim::clear_calls();
-    log.start();
     StepOutcome outcome;
     outcome.step = &step;
+    outcome.check_warnings = checks.before(step, run.groups);
+    bcmsim::clear_calls();
+    log.start();
     std::visit(StepRunner(filters, platform, run, options, outcome), step.action);
+    checks.after(step, outcome.result);
     outcome.reasons = log.reasons(bcmsim::calls());
     // A capture passed over checks nothing of what its replay would give.
     if (options.replay || !std::holds_alternative<ReplayCapture>(step.action)) {

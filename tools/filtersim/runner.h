@@ -14,6 +14,7 @@
 #include "hits.h"
 #include "replay.h"
 #include "scenario.h"
+#include "step_checks.h"
 #include "step_stream.h"
 
 namespace filtersim {
@@ -45,6 +46,7 @@ struct StepOutcome {
   int checked = 0;                                             // expectations checked
   std::vector<std::string> failures;                           // expectations that did not hold
   std::vector<std::string> warnings;                           // what the step means, to heed
+  std::vector<CheckWarning> check_warnings;                    // found before it ran
   std::vector<Reason> reasons;
   std::vector<bcmsim::Call> calls;                             // SDK calls of the step, when traced
   std::optional<Snapshot> snapshot;                            // a show step's view

@@ -61,15 +61,30 @@ struct SwitchSetup {
   std::vector<VlanClass> vlan_classes;
 };
 
+// A place in the scenario file: line and column, both from 1.
+struct Place {
+  int line = 0;
+  int column = 0;
+};
+
+// Where an entry's parts are written, for the checks made before its step runs.
+struct EntryPlaces {
+  Place entry;
+  std::vector<std::pair<std::string, Place>> matches;  // each match as named, at its key
+  std::map<unsigned short, Place> counters;            // at each counter's id
+};
+
 // Step payloads.
 struct CreateGroup {
   FiltersCommon::FiltersGroup group;
+  std::map<unsigned int, EntryPlaces> places;  // per entry id
 };
 struct CreateEntry {
   FiltersCommon::filtersGroupStage_t stage;
   unsigned short group;
   FiltersCommon::FiltersEntry entry;
   bool update;  // update_entry rather than create_entry
+  EntryPlaces places;
 };
 struct DeleteEntry {
   FiltersCommon::filtersGroupStage_t stage;

@@ -402,7 +402,7 @@ StepAction ScenarioLoader::loadStepAction(const std::string& kind, const YAML::N
     return CreateEntry{stage(reader_.need(node, "stage")),
                        static_cast<unsigned short>(
                            reader_.integer(reader_.need(node, "group"), 0, 65535, "group")),
-                       loadEntry(node), kind == "update_entry"};
+                       loadEntry(node), kind == "update_entry", entryPlaces(node)};
   }
   if (kind == "delete_entry") {
     reader_.expectMap(node, {"stage", "group", "id"}, "delete_entry");

@@ -65,6 +65,9 @@ class ScenarioLoader {
   FiltersCommon::filtersGroupStage_t stage(const YAML::Node& node) const;
   CreateGroup loadGroup(const YAML::Node& node);
   FiltersCommon::FiltersEntry loadEntry(const YAML::Node& node);
+  // Where the parts of an entry `loadEntry` read are written.
+  EntryPlaces entryPlaces(const YAML::Node& node) const;
+  Place place(const YAML::Node& node) const;
   void loadMatches(const YAML::Node& node, FiltersCommon::FiltersEntry& entry);
   std::shared_ptr<const FiltersCommon::Match> loadMatch(const std::string& key,
                                                         const YAML::Node& value);

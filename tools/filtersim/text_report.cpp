@@ -111,7 +111,13 @@ void writeReplay(std::ostream& out, const ReplaySummary& replay) {
   }
 }
 
-void writeStep(std::ostream& out, size_t index, const StepOutcome& step, bool trace) {
+void writeStep(std::ostream& out, const std::string& file, size_t index, const StepOutcome& step,
+               bool trace) {
+  // Found before the step ran, so written before what it gave, as a compiler would.
+  for (const CheckWarning& warning : step.check_warnings) {
+    out << file << ":" << warning.place.line << ":" << warning.place.column
+        << ": warning: " << warning.text << " [" << warning.check << "]\n";
+  }
   std::string outcome =
       step.classification ? step.classification->verdict.text() : resultName(step.result);
   if (step.replay) outcome = std::to_string(step.replay->packets) + " packets";
@@ -254,7 +260,7 @@ class TextReport : public RunSink {
     if (trace_) writeCalls(out_, run.setup_calls, "   set-up | ");
   }
   void step(size_t index, const StepOutcome& step) override {
-    writeStep(out_, index, step, trace_);
+    writeStep(out_, file_, index, step, trace_);
   }
   void finish(const RunResult& run) override {
     const bcmsim::State& state = bcmsim::state();

@@ -41,4 +41,11 @@ void reset(const Config& config);
 const Config& config();
 const State& state();
 
+// How many more entries the SDK would create in group `id` now: the free places of its slices
+// and, unless a meter pins it to them, every place of the slices of its stage no group holds.
+// -1 when there is no such group.
+int group_room(int id);
+// The places a new group of `stage` would find in the slices no group holds.
+int stage_room(Stage stage, bool double_wide_key);
+
 }  // namespace bcmsim
