@@ -87,8 +87,8 @@ bcmsim::Packet defaults() {
 }
 
 filtersim::ReplaySummary replay(const std::string& path) {
-  return filtersim::replayCapture(path, defaults(), {},
-                                  [](unsigned short) { return std::optional<uint64_t>(); });
+  return filtersim::replayCaptures(filtersim::ReplayCapture{{{path, defaults()}}}, {},
+                                   [](unsigned short) { return std::optional<uint64_t>(); });
 }
 
 // Classification alone of the capture's packets, read and parsed ahead in chunks outside the

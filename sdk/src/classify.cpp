@@ -211,7 +211,8 @@ void classify_stage(Device& dev, Stage stage, const Packet& packet, Classificati
   });
   const size_t first = result.hits.size();
   for (const auto& [group, entry] : hits) {
-    result.hits.push_back({stage, group->id, entry->id, meter_entry(dev, *entry, packet)});
+    Hit& hit = result.hits.emplace_back(Hit{stage, group->id, entry->id, std::nullopt, {}});
+    meter_entry(dev, *entry, packet, hit);
   }
   for (size_t i = hits.size(); i-- > 0;) {
     const Entry& entry = *hits[i].second;

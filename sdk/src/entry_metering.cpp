@@ -16,15 +16,17 @@ Meter* meter_of(Device& dev, int policer_id) {
 
 }  // namespace
 
-std::optional<Color> meter_entry(Device& dev, const Entry& entry, const Packet& packet) {
-  if (!packet.arrival_ns || !entry.has_policer()) return std::nullopt;
+void meter_entry(Device& dev, const Entry& entry, const Packet& packet, Hit& hit) {
+  if (!packet.arrival_ns || !entry.has_policer()) return;
   Color colour = Color::Green;
-  for (const std::optional<int>& policer : entry.installed->policers) {
+  for (size_t level = 0; level < hit.levels.size(); ++level) {
+    const std::optional<int>& policer = entry.installed->policers[level];
     Meter* meter = policer ? meter_of(dev, *policer) : nullptr;
-    if (meter)
-      colour = worse(colour, meter->meter(*packet.arrival_ns, packet.length, packet.color));
+    if (!meter) continue;
+    hit.levels[level] = meter->meter(*packet.arrival_ns, packet.length, packet.color);
+    colour = worse(colour, *hit.levels[level]);
   }
-  return colour;
+  hit.metered = colour;
 }
 
 }  // namespace bcmsim::detail

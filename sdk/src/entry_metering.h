@@ -9,8 +9,9 @@
 
 namespace bcmsim::detail {
 
-// Meters the packet by the entry's installed policers, level 0 and its parent, and gives the
-// worse of their colours; nothing when the packet has no arrival time or the entry no policer.
-std::optional<Color> meter_entry(Device& dev, const Entry& entry, const Packet& packet);
+// Meters the packet by the entry's installed policers, level 0 and its parent: sets the hit's
+// colour of each level that has a policer and, as the hit's colour, the worse of them. Nothing
+// when the packet has no arrival time or the entry no policer.
+void meter_entry(Device& dev, const Entry& entry, const Packet& packet, Hit& hit);
 
 }  // namespace bcmsim::detail

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <set>
 #include <stdexcept>
 #include <thread>
 
@@ -107,7 +108,7 @@ std::vector<filtersim::ReplaySummary> replays(const char* name, const std::strin
   write((dir / "capture.pcap").string());
   filtersim::ScenarioStream scenario(text, (dir / "replay.yaml").string());
   if (appended.empty()) appended = (dir / "capture.pcap").string();
-  if (in_port) scenario.appendReplay(appended, in_port);
+  if (in_port) scenario.appendReplay({{appended, in_port, ""}});
   ReplaySink sink;
   filtersim::runScenario(scenario, {}, sink);
   if (sink.replays.empty()) throw std::runtime_error("no replay step ran");
@@ -291,7 +292,7 @@ TEST(Replay, ReadsCapturesFromPipes) {
   std::string text = kPolicedScenario;
   text += "  - packets: {pcap: burst.fifo}\n  - packets: {pcap: burst.fifo}\n";
   filtersim::ScenarioStream scenario(text, (dir / "s.yaml").string());
-  scenario.appendReplay("/dev/stdin", "eth2");  // what filtersim --pcap - asks for
+  scenario.appendReplay({{"/dev/stdin", "eth2", ""}});  // what filtersim --pcap - asks for
   ReplaySink sink;
   filtersim::runScenario(scenario, {}, sink);
   fifo_writer.join();
@@ -327,15 +328,81 @@ steps:
         - {id: 1, match: {egress_ports: [eth5]}, actions: [drop], counters: [{id: 1, type: packets}]}
 )";
   filtersim::ScenarioStream scenario(text, (dir / "s.yaml").string());
-  scenario.appendReplay(file, "eth1", "eth5");
-  scenario.appendReplay(file, "eth1", "eth6");
-  scenario.appendReplay(file, "eth1");
+  scenario.appendReplay({{file, "eth1", "eth5"}});
+  scenario.appendReplay({{file, "eth1", "eth6"}});
+  scenario.appendReplay({{file, "eth1", ""}});
   ReplaySink sink;
   filtersim::runScenario(scenario, {}, sink);
   ASSERT_EQ(sink.replays.size(), 3u);
   EXPECT_EQ(sink.replays[0].verdicts, (std::map<std::string, uint64_t>{{"dropped", 7}}));
   EXPECT_EQ(sink.replays[1].verdicts, (std::map<std::string, uint64_t>{{"forwarded", 7}}));
   EXPECT_EQ(sink.replays[2].verdicts, (std::map<std::string, uint64_t>{{"forwarded", 7}}));
+}
+
+// Two customers, each with a generous policer of its own that drops what comes out red, under one
+// parent that refills 1,000 bytes a millisecond into a bucket of 1,000 bytes.
+constexpr char kTwoCustomers[] = R"(switch: {ports: 8}
+steps:
+  - create_group:
+      stage: ingress
+      id: 0
+      type: 9
+      entries:
+        - id: 1
+          match: {ingress_ports: [eth1]}
+          policer: {id: 11, stage: ingress, mode: {type: flow, cir: 80000, cbs: 100000},
+                    actions: [{color: red, drop: true}]}
+          parent_policer: &parent {id: 1, stage: ingress, mode: {type: flow, cir: 8000, cbs: 1000}}
+        - id: 2
+          match: {ingress_ports: [eth2]}
+          policer: {id: 12, stage: ingress, mode: {type: flow, cir: 80000, cbs: 100000},
+                    actions: [{color: red, drop: true}]}
+          parent_policer: *parent
+)";
+
+// Ten 1,000-byte frames a millisecond apart, the first `offset_us` after a second.
+void writeCustomer(const std::string& path, uint64_t offset_us) {
+  capture_frames::CaptureWriter capture(path);
+  const std::vector<uint8_t> frame = Frame().ipv4(1, 2, capture_frames::kUdp).ports(9, 9).bytes();
+  for (uint64_t ms = 0; ms < 10; ++ms) {
+    capture.write(frame, 1000000000 + ms * 1000000 + offset_us * 1000, SIZE_MAX, 1000);
+  }
+}
+
+// Merged, the customers' frames reach the parent half a millisecond apart: the first customer's
+// find a full bucket (green), the second's half of one (red: their entry's colour, so dropped).
+// Replayed one after the other, each customer alone keeps to the parent's rate.
+TEST(Replay, MergesTheCapturesOfSeveralPortsInTimestampOrder) {
+  const fs::path dir = fs::path(::testing::TempDir()) / "filtersim_replay_merged";
+  fs::create_directories(dir);
+  writeCustomer((dir / "a.pcap").string(), 0);
+  writeCustomer((dir / "b.pcap").string(), 500);
+  std::string text = kTwoCustomers;
+  // Given in the other order: the timestamps decide, not the list.
+  text += "  - packets: [{pcap: b.pcap, in_port: eth2}, {pcap: a.pcap, in_port: eth1}]\n";
+  filtersim::ScenarioStream scenario(text, (dir / "s.yaml").string());
+  scenario.appendReplay({{(dir / "a.pcap").string(), "eth1", ""}});
+  scenario.appendReplay({{(dir / "b.pcap").string(), "eth2", ""}});
+  ReplaySink sink;
+  filtersim::runScenario(scenario, {}, sink);
+  ASSERT_EQ(sink.replays.size(), 3u);
+
+  const auto colours = [](const filtersim::ReplaySummary& replay) {
+    std::map<int, std::pair<std::set<int>, std::array<uint64_t, 3>>> by_policer;
+    for (const auto& policer : replay.policers) by_policer[policer.id] = {policer.levels, policer.packets};
+    return by_policer;
+  };
+  const filtersim::ReplaySummary& merged = sink.replays[0];
+  EXPECT_EQ(merged.packets, 20u);
+  EXPECT_EQ(merged.verdicts, (std::map<std::string, uint64_t>{{"dropped", 10}, {"forwarded", 10}}));
+  using Levels = std::pair<std::set<int>, std::array<uint64_t, 3>>;
+  EXPECT_EQ(colours(merged), (std::map<int, Levels>{{1, {{1}, {10, 0, 10}}},
+                                                    {11, {{0}, {10, 0, 0}}},
+                                                    {12, {{0}, {10, 0, 0}}}}));
+  for (size_t alone = 1; alone < 3; ++alone) {
+    EXPECT_EQ(sink.replays[alone].verdicts, (std::map<std::string, uint64_t>{{"forwarded", 10}}));
+    EXPECT_EQ(colours(sink.replays[alone]).at(1), (Levels{{1}, {10, 0, 0}}));
+  }
 }
 
 void writeCutShort(const std::string& path) {

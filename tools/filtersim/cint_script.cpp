@@ -140,7 +140,7 @@ class CintScript : public RunSink {
     report_->step(index, outcome);
     if (!range_.contains(index)) return;
     if (auto* capture = std::get_if<ReplayCapture>(&outcome.step->action)) {
-      out_ << "\n/* Step " << index << ": the scenario replayed " << capture->path
+      out_ << "\n/* Step " << index << ": the scenario replayed " << capture->paths()
            << " here. Its packets are not in the script: counters and meters differ by them. */\n";
     }
     const std::string where = "step " + std::to_string(index);

@@ -145,6 +145,8 @@ json replayJson(const ReplaySummary& replay) {
     json item = hitJson(hw.hit);
     item["packets"] = hw.packets;
     item["coloured"] = coloursJson(hw.coloured);
+    item["levels_coloured"] = json::array();
+    for (const Colours& level : hw.levels) item["levels_coloured"].push_back(coloursJson(level));
     hw_entries.push_back(item);
   }
   json counters = json::object();
@@ -154,6 +156,7 @@ json replayJson(const ReplaySummary& replay) {
   json policers = json::array();
   for (const PolicerColours& policer : replay.policers) {
     policers.push_back({{"id", policer.id},
+                        {"levels", policer.levels},
                         {"packets", coloursJson(policer.packets)},
                         {"actions", policer.actions}});
   }

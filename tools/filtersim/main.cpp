@@ -3,6 +3,7 @@
 //
 // Exit status: 0 every expectation held (with --check-chips: on every named chip, and no step
 // failed that was not expected to), 1 one did not, 2 the scenario or the command line is invalid.
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -45,6 +46,34 @@ bool asksForJson(int argc, char** argv) {
   return false;
 }
 
+// The --pcap options paired with their --in-port and --out-port options, in order; `error` says
+// why they do not pair.
+std::vector<filtersim::CaptureOption> captureOptions(const std::vector<std::string>& pcaps,
+                                                     const std::vector<std::string>& in_ports,
+                                                     const std::vector<std::string>& out_ports,
+                                                     std::string& error) {
+  const auto pairs = [&](const std::vector<std::string>& ports, const char* option) {
+    if (ports.empty() || ports.size() == pcaps.size()) return true;
+    error = std::to_string(pcaps.size()) + " --pcap options and " + std::to_string(ports.size()) +
+            " " + option + " options: give one " + option + " after each --pcap";
+    return false;
+  };
+  if (!pairs(in_ports, "--in-port") || !pairs(out_ports, "--out-port")) return {};
+  if (std::count(pcaps.begin(), pcaps.end(), "-") > 1) {
+    error = "--pcap - is given twice: standard input can be replayed once in a replay";
+    return {};
+  }
+  std::vector<filtersim::CaptureOption> captures;
+  for (size_t index = 0; index < pcaps.size(); ++index) {
+    const std::string& pcap = pcaps[index];
+    // "-" is standard input, which the loader would take for a file beside the scenario.
+    captures.push_back({pcap == "-" ? "/dev/stdin" : std::filesystem::absolute(pcap).string(),
+                        in_ports.empty() ? "eth1" : in_ports[index],
+                        out_ports.empty() ? "" : out_ports[index]});
+  }
+  return captures;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -61,9 +90,9 @@ int main(int argc, char** argv) {
   std::string show = "groups,entries,counters,policers,l3";
   std::string cint_file;
   std::string cint_steps;
-  std::string pcap;
-  std::string in_port = "eth1";
-  std::string out_port;
+  std::vector<std::string> pcaps;
+  std::vector<std::string> in_ports;
+  std::vector<std::string> out_ports;
   app.add_option("scenario", file, "scenario file (YAML); the built-in demo when none is given");
   app.add_flag("--json", json, "write the report as one JSON document");
   app.add_flag("--trace", trace, "show the SDK calls of every step");
@@ -85,13 +114,19 @@ int main(int argc, char** argv) {
                  "write the SDK calls as a cint script (plain C as well) to this file");
   app.add_option("--cint-steps", cint_steps, "only the calls of these steps: N or FIRST-LAST")
       ->needs("--cint");
-  CLI::Option* pcap_option = app.add_option(
-      "--pcap", pcap,
-      "replay this capture (Ethernet; - for standard input) after the scenario's steps");
-  app.add_option("--in-port", in_port, "the port the capture's packets arrive on (eth1 by default)")
+  CLI::Option* pcap_option =
+      app.add_option("--pcap", pcaps,
+                     "replay this capture (Ethernet; - for standard input) after the scenario's "
+                     "steps; given again, the captures are merged in timestamp order")
+          ->allow_extra_args(false);
+  app.add_option("--in-port", in_ports,
+                 "the port the capture's packets arrive on (eth1 by default); one per --pcap")
+      ->allow_extra_args(false)
       ->needs(pcap_option);
-  app.add_option("--out-port", out_port,
-                 "the port the switching logic sends the capture's packets to (egress entries)")
+  app.add_option("--out-port", out_ports,
+                 "the port the switching logic sends the capture's packets to (egress entries); "
+                 "one per --pcap")
+      ->allow_extra_args(false)
       ->needs(pcap_option);
   try {
     app.parse(argc, argv);
@@ -132,11 +167,11 @@ int main(int argc, char** argv) {
   } catch (const filtersim::LoadError& error) {
     return refuse(json, "invalid-scenario", error.message(), &error);
   }
+  std::string capture_error;
+  const auto captures = captureOptions(pcaps, in_ports, out_ports, capture_error);
+  if (!capture_error.empty()) return refuse(json, "usage", capture_error);
   try {
-    // "-" is standard input, which the loader would take for a file beside the scenario.
-    if (!pcap.empty())
-      scenario->appendReplay(pcap == "-" ? "/dev/stdin" : std::filesystem::absolute(pcap).string(),
-                             in_port, out_port);
+    if (!captures.empty()) scenario->appendReplay(captures);
   } catch (const filtersim::LoadError& error) {
     return refuse(json, "usage", error.message());
   }

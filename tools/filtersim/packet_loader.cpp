@@ -38,15 +38,23 @@ SendPacket ScenarioLoader::loadPacket(const YAML::Node& node) {
 }
 
 ReplayCapture ScenarioLoader::loadReplay(const YAML::Node& node) {
+  if (!node.IsSequence()) return ReplayCapture{{loadCaptureSource(node)}};
+  if (node.size() == 0) reader_.fail(node, "packets lists no capture; give one or more");
+  ReplayCapture replay;
+  for (const YAML::Node& item : node) replay.sources.push_back(loadCaptureSource(item));
+  return replay;
+}
+
+CaptureSource ScenarioLoader::loadCaptureSource(const YAML::Node& node) {
   // The frames give the headers and the length; the step gives the rest.
   static const std::vector<std::string> kKeys = {
       "pcap",           "in_port", "out_port",      "packet_res",      "stp_state",
       "forwarding_type", "vrf",    "l3_routable",   "my_station_hit",  "drop",
       "l2_src_static",  "mpls_terminated", "interface_class", "virtual_port", "int_priority"};
-  reader_.expectMap(node, "packets");
+  reader_.expectMap(node, "a capture of packets");
   SendPacket defaults;
   loadPacketFields(node, kKeys, "packets", defaults);
-  return ReplayCapture{capturePath(reader_.need(node, "pcap")), defaults.packet};
+  return CaptureSource{capturePath(reader_.need(node, "pcap")), defaults.packet};
 }
 
 std::string ScenarioLoader::capturePath(const YAML::Node& node) const {
@@ -62,13 +70,16 @@ std::string ScenarioLoader::capturePath(const YAML::Node& node) const {
   return path;
 }
 
-Step ScenarioLoader::loadCaptureOption(const std::string& path, const std::string& in_port,
-                                       const std::string& out_port) {
-  YAML::Node node(YAML::NodeType::Map);
-  node["pcap"] = path;
-  node["in_port"] = in_port;
-  if (!out_port.empty()) node["out_port"] = out_port;
-  return Step{"packets", 0, loadReplay(node), {}};
+Step ScenarioLoader::loadCaptureOption(const std::vector<CaptureOption>& captures) {
+  YAML::Node list(YAML::NodeType::Sequence);
+  for (const CaptureOption& capture : captures) {
+    YAML::Node node(YAML::NodeType::Map);
+    node["pcap"] = capture.path;
+    node["in_port"] = capture.in_port;
+    if (!capture.out_port.empty()) node["out_port"] = capture.out_port;
+    list.push_back(node);
+  }
+  return Step{"packets", 0, loadReplay(list), {}};
 }
 
 void ScenarioLoader::loadPacketFields(const YAML::Node& node, const std::vector<std::string>& keys,

@@ -1,6 +1,8 @@
 #include "replay.h"
 
 #include <algorithm>
+#include <memory>
+#include <queue>
 #include <cstdint>
 #include <tuple>
 
@@ -32,8 +34,9 @@ ReplayTally::Tally& ReplayTally::tallyOf(const bcmsim::Hit& hit) {
   tally.hits.hit = userHit(hit.stage, hit.group, hit.entry);
   const bcmsim::Entry* entry = bcmsim::state().entry(hit.entry);
   if (!entry || !entry->installed) return tally;
-  for (const std::optional<int>& policer : entry->installed->policers) {
-    if (policer) tally.policers.push_back(*policer);
+  for (size_t level = 0; level < entry->installed->policers.size(); ++level) {
+    const std::optional<int>& policer = entry->installed->policers[level];
+    if (policer) tally.policers.emplace_back(level, *policer);
   }
   for (const bcmsim::ActionValue& action : entry->installed->actions) {
     const std::string name = bcmsim::action_name(action.action);
@@ -51,6 +54,9 @@ void ReplayTally::count(const bcmsim::Packet& packet, const bcmsim::Classificati
     HwEntryHits& hits = tallyOf(hit).hits;
     ++hits.packets;
     if (hit.metered) ++hits.coloured[static_cast<size_t>(*hit.metered)];
+    for (size_t level = 0; level < hit.levels.size(); ++level) {
+      if (hit.levels[level]) ++hits.levels[level][static_cast<size_t>(*hit.levels[level])];
+    }
   }
   if (!result.hits.empty()) return;
   ++missed_;
@@ -76,11 +82,12 @@ ReplaySummary ReplayTally::summary(const CounterReader& read_counter) const {
     if (hits.hit.entry) by_user[{hits.hit.stage, *hits.hit.group, *hits.hit.entry}] += hits.packets;
     for (unsigned short counter : userEntryCounters(id))
       out.counters[counter] = read_counter(counter);
-    for (int policer : tally.policers) {
+    for (const auto& [level, policer] : tally.policers) {
       PolicerColours& colours = policers[policer];
       colours.id = policer;
+      colours.levels.insert(static_cast<int>(level));
       for (size_t colour = 0; colour < colours.packets.size(); ++colour) {
-        colours.packets[colour] += hits.coloured[colour];
+        colours.packets[colour] += hits.levels[level][colour];
         for (const std::string& action : tally.colour_actions[colour]) {
           colours.actions[action] += hits.coloured[colour];
         }
@@ -171,16 +178,50 @@ std::vector<std::string> warningsOf(const Oddities& odd) {
   return warnings;
 }
 
+// The frames of several captures in timestamp order; frames stamped alike in the order the
+// captures are given.
+class MergedCaptures {
+ public:
+  explicit MergedCaptures(const std::vector<CaptureSource>& sources) : sources_(sources) {
+    readers_.reserve(sources.size());
+    frames_.resize(sources.size());
+    for (size_t index = 0; index < sources.size(); ++index) {
+      readers_.push_back(std::make_unique<CaptureReader>(sources[index].path));
+      advance(index);
+    }
+  }
+
+  // The next frame and the capture it comes from; false when every capture has ended.
+  bool next(CapturedFrame& frame, const CaptureSource*& source) {
+    if (last_) advance(*last_);
+    if (waiting_.empty()) return false;
+    const size_t index = waiting_.top().second;
+    waiting_.pop();
+    frame = frames_[index];
+    source = &sources_[index];
+    last_ = index;
+    return true;
+  }
+
+ private:
+  // Reads the capture's next frame, which waits its turn; the frame before it is done with.
+  void advance(size_t index) {
+    if (readers_[index]->next(frames_[index])) waiting_.push({frames_[index].timestamp_ns, index});
+  }
+
+  using Waiting = std::pair<uint64_t, size_t>;  // a frame's stamp and its capture
+  const std::vector<CaptureSource>& sources_;
+  std::vector<std::unique_ptr<CaptureReader>> readers_;
+  std::vector<CapturedFrame> frames_;
+  std::priority_queue<Waiting, std::vector<Waiting>, std::greater<Waiting>> waiting_;
+  std::optional<size_t> last_;
+};
+
 }  // namespace
 
-ReplaySummary replayCapture(const std::string& path, const bcmsim::Packet& defaults,
-                            const std::map<int, UserGroup>& groups,
-                            const CounterReader& read_counter) {
+ReplaySummary replayCaptures(const ReplayCapture& replay, const std::map<int, UserGroup>& groups,
+                             const CounterReader& read_counter) {
   ReplayTally tally(groups);
-  bcmsim::Packet base = defaults;
-  // Header fields a frame does not hold whole stay zero.
-  base.ether_type = 0;
-  base.ttl = 0;
   ReplayClock& clock = replayClock();
   Oddities odd;
   const auto send = [&](bcmsim::Packet& packet, uint64_t arrival) {
@@ -194,10 +235,14 @@ ReplaySummary replayCapture(const std::string& path, const bcmsim::Packet& defau
   uint64_t previous_stamp = 0;
   std::optional<std::string> damage;
   try {
-    CaptureReader capture(path);
+    MergedCaptures captures(replay.sources);
     CapturedFrame frame{};
-    while (capture.next(frame)) {
-      bcmsim::Packet packet = base;
+    const CaptureSource* source = nullptr;
+    while (captures.next(frame, source)) {
+      bcmsim::Packet packet = source->defaults;
+      // Header fields a frame does not hold whole stay zero.
+      packet.ether_type = 0;
+      packet.ttl = 0;
       parseFrame(frame.data, frame.captured, packet);
       packet.length = odd.length(frame);
       if (!first_stamp) {
@@ -216,9 +261,9 @@ ReplaySummary replayCapture(const std::string& path, const bcmsim::Packet& defau
   } catch (const CaptureError& error) {
     damage = error.what();  // a capture changed or cut short since the scenario was loaded
   }
-  if (first) send(*first, clock.start(*first_stamp, 0));  // the capture's only packet
+  if (first) send(*first, clock.start(*first_stamp, 0));  // the captures' only packet
   ReplaySummary summary = tally.summary(read_counter);
-  summary.capture = path;
+  summary.capture = replay.paths();
   summary.damage = std::move(damage);
   summary.backward_steps = odd.backward;
   summary.long_gaps = odd.long_gaps;

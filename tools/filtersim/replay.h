@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -14,16 +15,20 @@
 #include <bcmsim/classify.h>
 
 #include "hits.h"
+#include "scenario.h"
 
 namespace filtersim {
 
 constexpr size_t kMissesKept = 5;
 
+using Colours = std::array<uint64_t, 3>;  // packets by bcmsim::Color
+
 // Packets met by one hardware entry, and how its policers coloured them.
 struct HwEntryHits {
   UserHit hit;
   uint64_t packets = 0;
-  std::array<uint64_t, 3> coloured{};  // by bcmsim::Color
+  Colours coloured{};  // the entry's colour: the worse of its levels'
+  std::array<Colours, bcmsim::kPolicerLevels> levels{};  // each level's policer's own
 };
 
 struct UserEntryHits {
@@ -33,10 +38,12 @@ struct UserEntryHits {
   uint64_t packets;
 };
 
-// What a policer's colours were, and the per-colour actions of the entries it meters that fired.
+// The colours a policer marked, and the per-colour actions that fired, by the entry's colour, on
+// the entries it meters.
 struct PolicerColours {
   int id;
-  std::array<uint64_t, 3> packets{};        // green, yellow, red
+  std::set<int> levels;                     // 0, or 1 for a parent
+  Colours packets{};                        // green, yellow, red, as this policer marked them
   std::map<std::string, uint64_t> actions;  // "RpDrop" -> packets
 };
 
@@ -78,7 +85,7 @@ class ReplayTally {
  private:
   struct Tally {
     HwEntryHits hits;
-    std::vector<int> policers;
+    std::vector<std::pair<size_t, int>> policers;  // level and id
     std::array<std::vector<std::string>, 3> colour_actions;  // the entry's per-colour actions
   };
 
@@ -92,15 +99,14 @@ class ReplayTally {
   std::vector<ReplayMiss> first_misses_;
 };
 
-// Reads every frame of the capture at `path` into a copy of `defaults` (the in port and pipeline
-// facts), classifies it and counts it. The packets arrive on a clock that runs by each frame's gap
-// from the one before (a gap backwards is no time); it carries on from the previous replay of
-// the process, whose last packet the first one follows by the capture's first gap. A frame is
-// metered and counted at its wire length, or its captured length when the record's wire length
-// is less. A capture that cannot be read to its end gives the counts so far and the reason, as
-// `damage`.
-ReplaySummary replayCapture(const std::string& path, const bcmsim::Packet& defaults,
-                            const std::map<int, UserGroup>& groups,
-                            const CounterReader& read_counter);
+// Reads every frame of the replay's captures, merged in timestamp order, into a copy of its
+// capture's defaults (the ports and pipeline facts), classifies it and counts it. The packets
+// arrive on a clock that runs by each frame's gap from the one before (a gap backwards is no
+// time); it carries on from the previous replay of the process, whose last packet the first one
+// follows by the first gap. A frame is metered and counted at its wire length, or its captured
+// length when the record's wire length is less. A capture that cannot be read to its end gives
+// the counts so far and the reason, as `damage`.
+ReplaySummary replayCaptures(const ReplayCapture& replay, const std::map<int, UserGroup>& groups,
+                             const CounterReader& read_counter);
 
 }  // namespace filtersim

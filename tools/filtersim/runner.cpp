@@ -120,12 +120,12 @@ class StepRunner {
     }
   }
   void operator()(const ReplayCapture& step) {
-    out_.description = "packets from " + step.path;
+    out_.description = "packets from " + step.paths();
     if (!options_.replay) {
       out_.description += ", not replayed";
       return;
     }
-    out_.replay = replayCapture(step.path, step.defaults, run_.groups, [this](unsigned short id) {
+    out_.replay = replayCaptures(step, run_.groups, [this](unsigned short id) {
       return readCounter(filters_, id);
     });
     out_.warnings.insert(out_.warnings.end(), out_.replay->warnings.begin(),

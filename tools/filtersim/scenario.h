@@ -116,10 +116,30 @@ struct SendPacket {
   bool explain = false;  // explain its classification in the text report
 };
 
-// Every frame of a capture, sent as a packet with these defaults (in port, pipeline facts).
-struct ReplayCapture {
+// A capture, and what its frames do not carry: the ports, the pipeline's facts.
+struct CaptureSource {
   std::string path;
   bcmsim::Packet defaults;
+};
+
+// A capture the command line replays, and its ports by name (`out_port` empty: none).
+struct CaptureOption {
+  std::string path;
+  std::string in_port;
+  std::string out_port;
+};
+
+// Every frame of the captures, merged in timestamp order, sent as a packet with its capture's
+// defaults.
+struct ReplayCapture {
+  std::vector<CaptureSource> sources;
+
+  // "a.pcap" or "a.pcap, b.pcap".
+  std::string paths() const {
+    std::string text;
+    for (const CaptureSource& source : sources) text += (text.empty() ? "" : ", ") + source.path;
+    return text;
+  }
 };
 
 using StepAction = std::variant<CreateGroup, CreateEntry, DeleteEntry, CounterStep, LagMemberChange,

@@ -29,10 +29,9 @@ class ScenarioLoader {
   // One item of the steps, from a text that starts at `first_line` of the file; `keys_unique`
   // when its keys are known to be so.
   Step loadStepItem(const YAML::Node& item, int first_line, bool keys_unique = false);
-  // The replay the command line asks for after the scenario's steps (`out_port` empty: none); a
-  // LoadError without a place for an unknown port or a capture that cannot be read.
-  Step loadCaptureOption(const std::string& path, const std::string& in_port,
-                         const std::string& out_port);
+  // The replay the command line asks for after the scenario's steps; a LoadError without a place
+  // for an unknown port or a capture that cannot be read.
+  Step loadCaptureOption(const std::vector<CaptureOption>& captures);
 
   struct PortSelection {
     std::list<limid_t> ports;
@@ -81,7 +80,9 @@ class ScenarioLoader {
 
   // Packets and views.
   SendPacket loadPacket(const YAML::Node& node);
+  // One capture (a mapping) or several (a list of them), replayed together.
   ReplayCapture loadReplay(const YAML::Node& node);
+  CaptureSource loadCaptureSource(const YAML::Node& node);
   // The fields of `node` among `keys` (all of them when empty) into `send`.
   void loadPacketFields(const YAML::Node& node, const std::vector<std::string>& keys,
                         const char* what, SendPacket& send);

@@ -168,9 +168,8 @@ size_t ScenarioStream::size() const {
   return (items_.empty() ? steps_.size() : items_.size()) + appended_.size();
 }
 
-void ScenarioStream::appendReplay(const std::string& path, const std::string& in_port,
-                                  const std::string& out_port) {
-  appended_.push_back(loader_->loadCaptureOption(path, in_port, out_port));
+void ScenarioStream::appendReplay(const std::vector<CaptureOption>& captures) {
+  appended_.push_back(loader_->loadCaptureOption(captures));
 }
 
 void ScenarioStream::refuseOwnGeometry(const std::string& purpose) const {

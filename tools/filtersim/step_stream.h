@@ -24,11 +24,9 @@ class ScenarioStream {
   const std::string& file() const { return file_; }
   const SwitchSetup& setup() const { return setup_; }
   size_t size() const;
-  // Replays the capture at `path`, arriving on `in_port` and sent to `out_port` (empty: none),
-  // after the steps (the command line asks for it); a LoadError for an unknown port or a
-  // capture that cannot be read.
-  void appendReplay(const std::string& path, const std::string& in_port,
-                    const std::string& out_port = "");
+  // Replays the captures together, merged in timestamp order, after the steps (the command line
+  // asks for it); a LoadError for an unknown port or a capture that cannot be read.
+  void appendReplay(const std::vector<CaptureOption>& captures);
   // Runs on the named chip, whatever the scenario's switch names; a LoadError without a place
   // for an unknown chip, or for a scenario with a geometry of its own.
   void useChip(const std::string& name);

@@ -96,8 +96,14 @@ void writeReplay(std::ostream& out, const ReplaySummary& replay) {
     out << "        counter " << id << ": " << (value ? std::to_string(*value) : "unknown") << "\n";
   }
   for (const PolicerColours& policer : replay.policers) {
-    out << "        policer " << policer.id << ": green " << policer.packets[0] << ", yellow "
-        << policer.packets[1] << ", red " << policer.packets[2];
+    std::string levels;
+    for (int level : policer.levels) {
+      levels += (levels.empty() ? "" : " and ") + std::string(level == 0 ? "level 0" : "parent");
+    }
+    out << "        policer " << policer.id << " (" << levels << ") marked green "
+        << policer.packets[0] << ", yellow " << policer.packets[1] << ", red "
+        << policer.packets[2];
+    if (!policer.actions.empty()) out << "; by the entries' colours";
     for (const auto& [action, packets] : policer.actions) out << ", " << action << " " << packets;
     out << "\n";
   }

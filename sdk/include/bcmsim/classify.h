@@ -67,6 +67,7 @@ struct Hit {
   int group;
   int entry;
   std::optional<Color> metered;  // the colour the entry's policers gave a metered packet
+  std::array<std::optional<Color>, kPolicerLevels> levels{};  // each level's policer's own
 };
 
 struct Verdict {
