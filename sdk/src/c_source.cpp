@@ -31,22 +31,18 @@ std::string c_qualifier(int qualifier) {
 std::string c_stat_type(int type) {
   return enumerator("bcmFieldStat", stat_type_name(type));
 }
+std::string c_port_control(int type) {
+  return enumerator("bcmPortControl", port_control_name(type));
+}
+std::string c_switch_control(int type) {
+  return enumerator("bcmSwitch", switch_control_name(type));
+}
 
 std::vector<std::string> c_mac_bytes(const std::string& name, const Words& mac) {
   const uint32_t bytes[6] = {mac[0] >> 8, mac[0], mac[1] >> 24, mac[1] >> 16, mac[1] >> 8, mac[1]};
   std::vector<std::string> statements;
   for (int i = 0; i < 6; ++i) {
     statements.push_back(name + "[" + std::to_string(i) + "] = " + byte_text(bytes[i]) + ";");
-  }
-  return statements;
-}
-
-std::vector<std::string> c_pbmp_ports(const std::string& name, const Words& ports) {
-  std::vector<std::string> statements{"BCM_PBMP_CLEAR(" + name + ");"};
-  for (size_t port = 0; port < ports.size() * 32; ++port) {
-    if ((ports[port / 32] >> (port % 32)) & 1) {
-      statements.push_back("BCM_PBMP_PORT_ADD(" + name + ", " + std::to_string(port) + ");");
-    }
   }
   return statements;
 }
@@ -66,6 +62,18 @@ CSourceBuilder& CSourceBuilder::literal(const std::string& value) {
 
 CSourceBuilder& CSourceBuilder::hex(uint32_t value) {
   return literal(hex_text(value));
+}
+
+std::string CSourceBuilder::mark(Ref kind, int64_t value) {
+  CallSource::Value reference;
+  reference.kind = kind;
+  reference.number = value;
+  return remember(std::move(reference));
+}
+
+std::string CSourceBuilder::remember(CallSource::Value value) {
+  source_.values.push_back(std::move(value));
+  return "$" + std::to_string(source_.values.size() - 1);
 }
 
 CSourceBuilder& CSourceBuilder::mac(const std::string& name, const Words& mac) {
@@ -95,7 +103,11 @@ CSourceBuilder& CSourceBuilder::ip6(const std::string& name, const Words& ip6) {
 
 CSourceBuilder& CSourceBuilder::pbmp(const std::string& name, const Words& ports) {
   declare("bcm_pbmp_t", name);
-  fill(c_pbmp_ports(name, ports));
+  CallSource::Value bitmap;
+  bitmap.kind = Ref::PortBitmap;
+  bitmap.name = name;
+  bitmap.ports = ports;
+  source_.inputs.push_back(remember(std::move(bitmap)));
   argument(name);
   return *this;
 }
@@ -116,11 +128,9 @@ CSourceBuilder& CSourceBuilder::fill(std::vector<std::string> statements) {
   return *this;
 }
 
-CSourceBuilder& CSourceBuilder::output(const std::string& type, const std::string& name,
-                                       const std::string& value) {
+CSourceBuilder& CSourceBuilder::output(const std::string& type, const std::string& name) {
   declare(type, name);
   argument("&" + name);
-  if (!value.empty()) source_.outputs.push_back({name, value});
   return *this;
 }
 
@@ -133,6 +143,20 @@ CSourceBuilder& CSourceBuilder::array(const std::string& type, const std::string
     source_.inputs.push_back(variable + "[" + std::to_string(i) + "] = " + values[i] + ";");
   }
   argument(variable);
+  return *this;
+}
+
+CSourceBuilder& CSourceBuilder::makes(Ref kind, int64_t id, bool chosen, const std::string& holder,
+                                      std::optional<int64_t> group) {
+  source_.makes = CallSource::Made{kind, id, chosen, holder, group};
+  return *this;
+}
+
+CSourceBuilder& CSourceBuilder::removes(Ref kind, int64_t id) {
+  CallSource::Value object;
+  object.kind = kind;
+  object.number = id;
+  source_.removes = object;
   return *this;
 }
 

@@ -1,5 +1,6 @@
 // Field actions: added to and removed from the entry's staged view.
 #include <algorithm>
+#include <optional>
 
 #include <bcm/error.h>
 #include <bcm/field.h>
@@ -23,9 +24,34 @@ CSourceBuilder::Fields vlan_action_fields(const bcm_vlan_action_set_t& set) {
   return fields;
 }
 
+// What an action's two parameters stand for where they are more than numbers.
+struct ParamRefs {
+  std::optional<Ref> param0, param1;
+};
+
+ParamRefs param_refs(int action) {
+  switch (action) {
+    case bcmFieldActionL3Switch:
+    case bcmFieldActionChangeL2Fields:
+      return {Ref::L3Egress, std::nullopt};
+    case bcmFieldActionRedirectPort:
+      return {std::nullopt, Ref::Port};  // the module, then the port
+    default:
+      return {};
+  }
+}
+
+void param(CSourceBuilder& source, std::optional<Ref> kind, uint32_t value) {
+  if (kind) {
+    source.ref(*kind, static_cast<int32_t>(value));
+  } else {
+    source.number(value);
+  }
+}
+
 CallSource action_source(int unit, int entry, const ActionValue& value) {
   CSourceBuilder source;
-  source.number(unit).number(entry).literal(c_action(value.action));
+  source.number(unit).ref(Ref::Entry, entry).literal(c_action(value.action));
   switch (value.form) {
     case ActionForm::Mac:
       source.mac("mac", value.words);
@@ -33,9 +59,12 @@ CallSource action_source(int unit, int entry, const ActionValue& value) {
     case ActionForm::Ports:
       source.pbmp("pbmp", value.words);
       break;
-    case ActionForm::Params:
-      source.number(value.param0).number(value.param1);
+    case ActionForm::Params: {
+      const ParamRefs refs = param_refs(value.action);
+      param(source, refs.param0, value.param0);
+      param(source, refs.param1, value.param1);
       break;
+    }
   }
   return source.build();
 }
@@ -43,7 +72,7 @@ CallSource action_source(int unit, int entry, const ActionValue& value) {
 LoggedArgs vlan_actions_args(int unit, int entry, int action, const bcm_vlan_action_set_t* set) {
   std::string text = std::to_string(unit) + ", " + std::to_string(entry) + ", " + action_name(action);
   CSourceBuilder source;
-  source.number(unit).number(entry).literal(c_action(action));
+  source.number(unit).ref(Ref::Entry, entry).literal(c_action(action));
   if (!set) return {text + ", NULL", source.literal("NULL").build()};
   text += ", {new_outer_vlan " + std::to_string(set->new_outer_vlan) + ", new_inner_vlan " +
           std::to_string(set->new_inner_vlan) + "}";
@@ -187,7 +216,11 @@ int bcm_field_action_remove(int unit, bcm_field_entry_t entry, bcm_field_action_
       [&] {
         return LoggedArgs{
             std::to_string(unit) + ", " + std::to_string(entry) + ", " + action_name(action),
-            CSourceBuilder().number(unit).number(entry).literal(c_action(action)).build()};
+            CSourceBuilder()
+                .number(unit)
+                .ref(Ref::Entry, entry)
+                .literal(c_action(action))
+                .build()};
       },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) -> int {

@@ -14,6 +14,16 @@ std::string args(int unit, int entry) {
   return std::to_string(unit) + ", " + std::to_string(entry);
 }
 
+CSourceBuilder entry_source(int unit, int entry) {
+  CSourceBuilder source;
+  source.number(unit).ref(Ref::Entry, entry);
+  return source;
+}
+
+LoggedArgs entry_args(int unit, int entry) {
+  return {args(unit, entry), entry_source(unit, entry).build()};
+}
+
 bool holds_policer(const State& state, const Group& group) {
   for (int id : group.entries) {
     for (const auto& policer : state.entries.at(id).staged.policers) {
@@ -121,7 +131,7 @@ void uninstall(Device& dev, Entry& entry) {
 
 int install_call(const char* function, int unit, int entry) {
   return sdk_call(
-      function, unit, entry, [&] { return args(unit, entry); },
+      function, unit, entry, [&] { return entry_args(unit, entry); },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) { return install(dev, e); });
       });
@@ -169,11 +179,13 @@ int bcm_field_entry_create(int unit, bcm_field_group_t group, bcm_field_entry_t*
       [&] {
         return LoggedArgs{
             args(unit, group) + ", " + (entry ? std::to_string(*entry) : "NULL"),
-            CSourceBuilder()
-                .number(unit)
-                .number(group)
-                .output("bcm_field_entry_t", "entry", entry ? std::to_string(*entry) : "")
-                .build()};
+            entry ? CSourceBuilder()
+                        .number(unit)
+                        .ref(Ref::Group, group)
+                        .output("bcm_field_entry_t", "entry")
+                        .makes(Ref::Entry, *entry, true, "entry")
+                        .build()
+                  : CSourceBuilder().number(unit).ref(Ref::Group, group).literal("NULL").build()};
       },
       [&](Device& dev) -> int {
         if (!entry) return refuse(Why::BadArgument, BCM_E_PARAM);
@@ -188,7 +200,16 @@ int bcm_field_entry_create(int unit, bcm_field_group_t group, bcm_field_entry_t*
 
 int bcm_field_entry_create_id(int unit, bcm_field_group_t group, bcm_field_entry_t entry) {
   return sdk_call(
-      __func__, unit, entry, [&] { return args(unit, group) + ", " + std::to_string(entry); },
+      __func__, unit, entry,
+      [&] {
+        return LoggedArgs{args(unit, group) + ", " + std::to_string(entry),
+                          CSourceBuilder()
+                              .number(unit)
+                              .ref(Ref::Group, group)
+                              .number(entry)
+                              .makes(Ref::Entry, entry, false, std::to_string(entry))
+                              .build()};
+      },
       [&](Device& dev) -> int {
         if (entry < 0) return refuse(Why::BadArgument, BCM_E_PARAM);
         // The group is looked up before the id.
@@ -200,7 +221,11 @@ int bcm_field_entry_create_id(int unit, bcm_field_group_t group, bcm_field_entry
 
 int bcm_field_entry_destroy(int unit, bcm_field_entry_t entry) {
   return sdk_call(
-      __func__, unit, entry, [&] { return args(unit, entry); },
+      __func__, unit, entry,
+      [&] {
+        return LoggedArgs{args(unit, entry),
+                          entry_source(unit, entry).removes(Ref::Entry, entry).build()};
+      },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) -> int {
           uninstall(dev, e);
@@ -225,7 +250,7 @@ int bcm_field_entry_reinstall(int unit, bcm_field_entry_t entry) {
 
 int bcm_field_entry_remove(int unit, bcm_field_entry_t entry) {
   return sdk_call(
-      __func__, unit, entry, [&] { return args(unit, entry); },
+      __func__, unit, entry, [&] { return entry_args(unit, entry); },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) -> int {
           uninstall(dev, e);
@@ -236,7 +261,11 @@ int bcm_field_entry_remove(int unit, bcm_field_entry_t entry) {
 
 int bcm_field_entry_prio_set(int unit, bcm_field_entry_t entry, int prio) {
   return sdk_call(
-      __func__, unit, entry, [&] { return args(unit, entry) + ", " + std::to_string(prio); },
+      __func__, unit, entry,
+      [&] {
+        return LoggedArgs{args(unit, entry) + ", " + std::to_string(prio),
+                          entry_source(unit, entry).number(prio).build()};
+      },
       [&](Device& dev) -> int {
         if (prio < BCM_FIELD_ENTRY_PRIO_LOWEST) return refuse(Why::BadArgument, BCM_E_PARAM);
         return with_entry(dev, entry, [&](Entry& e) -> int {
@@ -258,7 +287,7 @@ int bcm_field_entry_prio_get(int unit, bcm_field_entry_t entry, int* prio) {
       __func__, unit, entry,
       [&] {
         return LoggedArgs{args(unit, entry) + ", " + pointer_text(prio),
-                          CSourceBuilder().number(unit).number(entry).output("int", "prio").build()};
+                          entry_source(unit, entry).output("int", "prio").build()};
       },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) -> int {

@@ -2,6 +2,7 @@
 #include <bcm/error.h>
 #include <bcm/field.h>
 
+#include "c_source.h"
 #include "sdk_call.h"
 
 namespace bcmsim::detail {
@@ -54,6 +55,12 @@ std::string args(int unit, int entry, int level) {
   return std::to_string(unit) + ", " + std::to_string(entry) + ", " + std::to_string(level);
 }
 
+CSourceBuilder source(int unit, int entry, int level) {
+  CSourceBuilder source;
+  source.number(unit).ref(Ref::Entry, entry).number(level);
+  return source;
+}
+
 }  // namespace
 }  // namespace bcmsim::detail
 
@@ -66,7 +73,10 @@ int bcm_field_entry_policer_attach(int unit, bcm_field_entry_t entry_id, int lev
                                    bcm_policer_t policer_id) {
   return sdk_call(
       __func__, unit, entry_id,
-      [&] { return args(unit, entry_id, level) + ", " + std::to_string(policer_id); },
+      [&] {
+        return LoggedArgs{args(unit, entry_id, level) + ", " + std::to_string(policer_id),
+                          source(unit, entry_id, level).ref(Ref::Policer, policer_id).build()};
+      },
       [&](Device& dev) -> int {
         if (!valid_level(level)) return refuse(Why::BadArgument, BCM_E_PARAM);
         return with_entry(dev, entry_id, [&](bcmsim::Entry& e) {
@@ -77,7 +87,10 @@ int bcm_field_entry_policer_attach(int unit, bcm_field_entry_t entry_id, int lev
 
 int bcm_field_entry_policer_detach(int unit, bcm_field_entry_t entry_id, int level) {
   return sdk_call(
-      __func__, unit, entry_id, [&] { return args(unit, entry_id, level); },
+      __func__, unit, entry_id,
+      [&] {
+        return LoggedArgs{args(unit, entry_id, level), source(unit, entry_id, level).build()};
+      },
       [&](Device& dev) -> int {
         if (!valid_level(level)) return refuse(Why::BadArgument, BCM_E_PARAM);
         return with_entry(dev, entry_id, [&](bcmsim::Entry& e) -> int {

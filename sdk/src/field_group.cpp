@@ -4,6 +4,7 @@
 
 #include <bcmsim/names.h>
 
+#include "c_flags.h"
 #include "c_source.h"
 #include "sdk_call.h"
 #include "tcam.h"
@@ -119,7 +120,7 @@ CallSource group_config_source(int unit, const bcm_field_group_config_t* config)
   source.number(unit);
   if (!config) return source.literal("NULL").build();
   source.structure("bcm_field_group_config_t", "group_config",
-                   {{"flags", hex_text(config->flags)},
+                   {{"flags", c_group_flags(config->flags)},
                     {"group", std::to_string(config->group)},
                     {"priority", std::to_string(config->priority)},
                     {"mode", "bcmFieldGroupMode" + group_mode_name(config->mode)}});
@@ -133,7 +134,10 @@ CallSource group_config_source(int unit, const bcm_field_group_config_t* config)
     if (BCM_FIELD_ASET_TEST(config->aset, a))
       sets.push_back("BCM_FIELD_ASET_ADD(group_config.aset, " + c_action(a) + ");");
   }
-  return source.fill(std::move(sets)).build();
+  const bool chosen = !(config->flags & BCM_FIELD_GROUP_CREATE_WITH_ID);
+  return source.fill(std::move(sets))
+      .makes(Ref::Group, config->group, chosen, "group_config.group")
+      .build();
 }
 
 // The field processor starts again: entries, statistics objects, policers and groups are
@@ -184,7 +188,12 @@ int bcm_field_group_config_create(int unit, bcm_field_group_config_t* group_conf
 
 int bcm_field_group_destroy(int unit, bcm_field_group_t group) {
   return sdk_call(
-      __func__, unit, kNoEntry, [&] { return std::to_string(unit) + ", " + std::to_string(group); },
+      __func__, unit, kNoEntry,
+      [&] {
+        return LoggedArgs{
+            std::to_string(unit) + ", " + std::to_string(group),
+            CSourceBuilder().number(unit).ref(Ref::Group, group).removes(Ref::Group, group).build()};
+      },
       [&](Device& dev) -> int {
         Group* g = find_group(dev.state, group);
         if (!g) return refuse(Why::GroupUnknown, BCM_E_NOT_FOUND);

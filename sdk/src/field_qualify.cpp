@@ -51,7 +51,7 @@ std::string c_enum_value(const QualifierValue& value) {
 // The data and mask arguments as the qualify function of the value's kind takes them.
 CallSource qualify_source(int unit, int entry, const QualifierValue& value) {
   CSourceBuilder source;
-  source.number(unit).number(entry);
+  source.number(unit).ref(Ref::Entry, entry);
   const uint32_t data = value.data[0];
   const uint32_t mask = value.mask[0];
   switch (qualifier_kind(value.qualifier)) {
@@ -59,7 +59,7 @@ CallSource qualify_source(int unit, int entry, const QualifierValue& value) {
       source.number(data).hex(mask);
       break;
     case QualifierKind::Port:
-      source.number(static_cast<int32_t>(data)).hex(mask);
+      source.ref(Ref::Port, static_cast<int32_t>(data)).hex(mask);
       break;
     case QualifierKind::Mac:
       source.mac("mac_data", value.data).mac("mac_mask", value.mask);
@@ -71,8 +71,9 @@ CallSource qualify_source(int unit, int entry, const QualifierValue& value) {
       source.pbmp("pbmp_data", value.data).pbmp("pbmp_mask", value.mask);
       break;
     case QualifierKind::ModPort:
+      // The module, then the port.
       source.number(static_cast<int32_t>(data)).hex(mask);
-      source.number(static_cast<int32_t>(value.data[1])).hex(value.mask[1]);
+      source.ref(Ref::Port, static_cast<int32_t>(value.data[1])).hex(value.mask[1]);
       break;
     case QualifierKind::Enum:
       source.literal(c_enum_value(value));
@@ -127,7 +128,7 @@ int read_qualifier(const char* function, int unit, int entry, int qualifier, boo
       function, unit, entry,
       [&] {
         CSourceBuilder source;
-        source.number(unit).number(entry);
+        source.number(unit).ref(Ref::Entry, entry);
         for (const auto& [type, name] : outputs) source.output(type, name);
         return LoggedArgs{std::to_string(unit) + ", " + std::to_string(entry) + " -> " +
                               format_qualifier_part(qualifier, out->data),

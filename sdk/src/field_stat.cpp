@@ -77,8 +77,13 @@ std::string stat_args(int unit, int stat_id, bcm_field_stat_t type) {
 
 CSourceBuilder stat_source(int unit, int stat_id, bcm_field_stat_t type) {
   CSourceBuilder source;
-  source.number(unit).number(stat_id).literal(c_stat_type(type));
+  source.number(unit).ref(Ref::Stat, stat_id).literal(c_stat_type(type));
   return source;
+}
+
+LoggedArgs attachment_args(int unit, int entry, int stat_id) {
+  return {std::to_string(unit) + ", " + std::to_string(entry) + ", " + std::to_string(stat_id),
+          CSourceBuilder().number(unit).ref(Ref::Entry, entry).ref(Ref::Stat, stat_id).build()};
 }
 
 }  // namespace
@@ -96,17 +101,20 @@ int bcm_field_stat_create(int unit, bcm_field_group_t group, int nstat, bcm_fiel
       [&] {
         std::vector<std::string> types;
         for (int i = 0; stat_arr && i < nstat; ++i) types.push_back(c_stat_type(stat_arr[i]));
-        return LoggedArgs{
-            std::to_string(unit) + ", " + std::to_string(group) + ", " + std::to_string(nstat) +
-                ", " + stat_types_text(nstat, stat_arr) + " -> " +
-                (stat_id ? std::to_string(*stat_id) : "NULL"),
-            CSourceBuilder()
-                .number(unit)
-                .number(group)
-                .number(nstat)
-                .array("bcm_field_stat_t", "stat_types", types)
-                .output("int", "stat_id", stat_id ? std::to_string(*stat_id) : "")
-                .build()};
+        CSourceBuilder source;
+        source.number(unit)
+            .ref(Ref::Group, group)
+            .number(nstat)
+            .array("bcm_field_stat_t", "stat_types", types);
+        if (stat_id) {
+          source.output("int", "stat_id").makes(Ref::Stat, *stat_id, true, "stat_id", group);
+        } else {
+          source.literal("NULL");
+        }
+        return LoggedArgs{std::to_string(unit) + ", " + std::to_string(group) + ", " +
+                              std::to_string(nstat) + ", " + stat_types_text(nstat, stat_arr) +
+                              " -> " + (stat_id ? std::to_string(*stat_id) : "NULL"),
+                          source.build()};
       },
       [&](Device& dev) -> int { return create_stat(dev, group, nstat, stat_arr, stat_id); });
 }
@@ -114,7 +122,14 @@ int bcm_field_stat_create(int unit, bcm_field_group_t group, int nstat, bcm_fiel
 int bcm_field_stat_destroy(int unit, int stat_id) {
   return sdk_call(
       __func__, unit, kNoEntry,
-      [&] { return std::to_string(unit) + ", " + std::to_string(stat_id); },
+      [&] {
+        return LoggedArgs{std::to_string(unit) + ", " + std::to_string(stat_id),
+                          CSourceBuilder()
+                              .number(unit)
+                              .ref(Ref::Stat, stat_id)
+                              .removes(Ref::Stat, stat_id)
+                              .build()};
+      },
       [&](Device& dev) -> int {
         auto it = dev.state.stats.find(stat_id);
         if (it == dev.state.stats.end()) return refuse(Why::StatUnknown, BCM_E_NOT_FOUND);
@@ -172,9 +187,7 @@ int bcm_field_stat_set(int unit, int stat_id, bcm_field_stat_t stat, uint64 valu
 int bcm_field_entry_stat_attach(int unit, bcm_field_entry_t entry, int stat_id) {
   return sdk_call(
       __func__, unit, entry,
-      [&] {
-        return std::to_string(unit) + ", " + std::to_string(entry) + ", " + std::to_string(stat_id);
-      },
+      [&] { return attachment_args(unit, entry, stat_id); },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](bcmsim::Entry& e) -> int {
           if (e.staged.stat) return refuse(Why::StatAttached, BCM_E_EXISTS);
@@ -194,9 +207,7 @@ int bcm_field_entry_stat_attach(int unit, bcm_field_entry_t entry, int stat_id) 
 int bcm_field_entry_stat_detach(int unit, bcm_field_entry_t entry, int stat_id) {
   return sdk_call(
       __func__, unit, entry,
-      [&] {
-        return std::to_string(unit) + ", " + std::to_string(entry) + ", " + std::to_string(stat_id);
-      },
+      [&] { return attachment_args(unit, entry, stat_id); },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](bcmsim::Entry& e) -> int {
           if (!e.staged.stat) return refuse(Why::StatNotAttached, BCM_E_EMPTY);

@@ -5,6 +5,7 @@
 #include <bcm/l3.h>
 #include <bcm/switch.h>
 
+#include "c_flags.h"
 #include "c_source.h"
 #include "sdk_call.h"
 #include "text.h"
@@ -81,15 +82,25 @@ std::string egress_text(const bcm_l3_egress_t* egress) {
          "}";
 }
 
-LoggedArgs intf_args(int unit, const bcm_l3_intf_t* intf) {
+// The interface a call creates or deletes. A creation without BCM_L3_WITH_ID leaves the id to
+// the SDK, which writes it back.
+LoggedArgs intf_args(int unit, const bcm_l3_intf_t* intf, bool deletes) {
   CSourceBuilder source;
   source.number(unit);
   if (!intf) return {std::to_string(unit) + ", NULL", source.literal("NULL").build()};
-  source.structure("bcm_l3_intf_t", "intf",
-                   {{"l3a_flags", hex_text(intf->l3a_flags)},
-                    {"l3a_intf_id", std::to_string(intf->l3a_intf_id)},
-                    {"l3a_vid", std::to_string(intf->l3a_vid)}});
+  const bcm_if_t id = intf->l3a_intf_id;
+  const bool chosen = !deletes && !(intf->l3a_flags & BCM_L3_WITH_ID);
+  CSourceBuilder::Fields fields{{"l3a_flags", c_l3_flags(intf->l3a_flags)}};
+  if (deletes) fields.push_back({"l3a_intf_id", source.mark(Ref::L3Intf, id)});
+  if (!deletes && !chosen) fields.push_back({"l3a_intf_id", std::to_string(id)});
+  fields.push_back({"l3a_vid", std::to_string(intf->l3a_vid)});
+  source.structure("bcm_l3_intf_t", "intf", fields);
   source.fill(c_mac_bytes("intf.l3a_mac_addr", mac_words(intf->l3a_mac_addr)));
+  if (deletes) {
+    source.removes(Ref::L3Intf, id);
+  } else {
+    source.makes(Ref::L3Intf, id, chosen, "intf.l3a_intf_id");
+  }
   return {std::to_string(unit) + ", " + intf_text(intf), source.build()};
 }
 
@@ -97,17 +108,23 @@ LoggedArgs egress_args(int unit, uint32 flags, const bcm_l3_egress_t* egress, co
   std::string text = std::to_string(unit) + ", " + hex_text(flags) + ", " + egress_text(egress) +
                      " -> " + (if_id ? std::to_string(*if_id) : "NULL");
   CSourceBuilder source;
-  source.number(unit).hex(flags);
+  source.number(unit).literal(c_l3_flags(flags));
   if (!egress) return {std::move(text), source.literal("NULL").build()};
+  const std::string intf = source.mark(Ref::L3Intf, egress->intf);
+  const std::string port = source.mark(Ref::Port, egress->port);
   source.structure("bcm_l3_egress_t", "egress",
-                   {{"flags", hex_text(egress->flags)},
-                    {"flags2", hex_text(egress->flags2)},
-                    {"intf", std::to_string(egress->intf)},
-                    {"port", std::to_string(egress->port)},
+                   {{"flags", c_l3_flags(egress->flags)},
+                    {"flags2", c_l3_flags2(egress->flags2)},
+                    {"intf", intf},
+                    {"port", port},
                     {"trunk", std::to_string(egress->trunk)}});
   source.fill(c_mac_bytes("egress.mac_addr", mac_words(egress->mac_addr)));
-  source.output("bcm_if_t", "egress_id", if_id ? std::to_string(*if_id) : "");
-  return {std::move(text), source.build()};
+  if (!if_id) return {std::move(text), source.literal("NULL").build()};
+  // With BCM_L3_WITH_ID the call takes the id, which is the caller's.
+  const bool chosen = !(flags & BCM_L3_WITH_ID);
+  source.output("bcm_if_t", "egress_id");
+  if (!chosen) source.fill({"egress_id = " + std::to_string(*if_id) + ";"});
+  return {std::move(text), source.makes(Ref::L3Egress, *if_id, chosen, "egress_id").build()};
 }
 
 }  // namespace
@@ -125,13 +142,13 @@ void bcm_l3_intf_t_init(bcm_l3_intf_t* intf) {
 
 int bcm_l3_intf_create(int unit, bcm_l3_intf_t* intf) {
   return sdk_call(
-      __func__, unit, kNoEntry, [&] { return intf_args(unit, intf); },
+      __func__, unit, kNoEntry, [&] { return intf_args(unit, intf, false); },
       [&](Device& dev) -> int { return create_intf(dev, intf); });
 }
 
 int bcm_l3_intf_delete(int unit, bcm_l3_intf_t* intf) {
   return sdk_call(
-      __func__, unit, kNoEntry, [&] { return intf_args(unit, intf); },
+      __func__, unit, kNoEntry, [&] { return intf_args(unit, intf, true); },
       [&](Device& dev) -> int {
         if (!intf) return refuse(Why::BadArgument, BCM_E_PARAM);
         if (!dev.state.l3_intfs.erase(intf->l3a_intf_id)) {
@@ -156,7 +173,15 @@ int bcm_l3_egress_create(int unit, uint32 flags, bcm_l3_egress_t* egr, bcm_if_t*
 
 int bcm_l3_egress_destroy(int unit, bcm_if_t intf) {
   return sdk_call(
-      __func__, unit, kNoEntry, [&] { return std::to_string(unit) + ", " + std::to_string(intf); },
+      __func__, unit, kNoEntry,
+      [&] {
+        return LoggedArgs{std::to_string(unit) + ", " + std::to_string(intf),
+                          CSourceBuilder()
+                              .number(unit)
+                              .ref(Ref::L3Egress, intf)
+                              .removes(Ref::L3Egress, intf)
+                              .build()};
+      },
       [&](Device& dev) -> int {
         if (!egress_mode_on(dev)) return refuse(Why::L3EgressModeOff, BCM_E_DISABLED);
         if (intf < kEgressIdBase) return refuse(Why::BadArgument, BCM_E_PARAM);

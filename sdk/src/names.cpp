@@ -5,6 +5,8 @@
 
 #include <bcm/field.h>
 #include <bcm/policer.h>
+#include <bcm/port.h>
+#include <bcm/switch.h>
 
 #include "qualifier_kinds.h"
 #include "text.h"
@@ -233,6 +235,18 @@ std::string policer_mode_name(int mode) {
       {6, "PassThrough"}, {7, "SrTcmModified"},   {8, "CoupledTrTcmDs"},
       {9, "Cascade"},     {10, "CoupledCascade"}, {11, "SrTcmTsn"}};
   return name_or_number(names, mode);
+}
+
+std::string port_control_name(int type) {
+  static const std::map<int, const char*> names{{bcmPortControlFilterLookup, "FilterLookup"},
+                                                {bcmPortControlFilterIngress, "FilterIngress"},
+                                                {bcmPortControlFilterEgress, "FilterEgress"}};
+  return name_or_number(names, type);
+}
+
+std::string switch_control_name(int type) {
+  static const std::map<int, const char*> names{{bcmSwitchL3EgressMode, "L3EgressMode"}};
+  return name_or_number(names, type);
 }
 
 std::string stage_name(Stage stage) {

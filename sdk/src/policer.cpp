@@ -4,6 +4,7 @@
 
 #include <bcmsim/names.h>
 
+#include "c_flags.h"
 #include "c_source.h"
 #include "policer_modes.h"
 #include "sdk_call.h"
@@ -66,7 +67,7 @@ int with_policer(Device& dev, bcm_policer_t id, Use&& use) {
 }
 
 CSourceBuilder::Fields policer_fields(const bcm_policer_config_t& config) {
-  return {{"flags", hex_text(config.flags)},
+  return {{"flags", c_policer_flags(config.flags)},
           {"mode", "bcmPolicerMode" + policer_mode_name(config.mode)},
           {"ckbits_sec", std::to_string(config.ckbits_sec)},
           {"ckbits_burst", std::to_string(config.ckbits_burst)},
@@ -86,11 +87,15 @@ CSourceBuilder policer_source(int unit, const bcm_policer_config_t* config) {
   return source;
 }
 
-// The id is read as well as written: with BCM_POLICER_WITH_ID the call takes it.
-CallSource policer_id_source(CSourceBuilder source, const bcm_policer_t* policer_id) {
+// With BCM_POLICER_WITH_ID the call takes the id, which is the caller's; without it the SDK
+// chooses one.
+CallSource policer_id_source(CSourceBuilder source, const bcm_policer_config_t* config,
+                             const bcm_policer_t* policer_id) {
   if (!policer_id) return source.literal("NULL").build();
-  const std::string id = std::to_string(*policer_id);
-  return source.output("bcm_policer_t", "policer_id", id).fill({"policer_id = " + id + ";"}).build();
+  source.output("bcm_policer_t", "policer_id");
+  const bool chosen = !config || !(config->flags & BCM_POLICER_WITH_ID);
+  if (!chosen) source.fill({"policer_id = " + std::to_string(*policer_id) + ";"});
+  return source.makes(Ref::Policer, *policer_id, chosen, "policer_id").build();
 }
 
 }  // namespace
@@ -112,7 +117,7 @@ int bcm_policer_create(int unit, bcm_policer_config_t* pol_cfg, bcm_policer_t* p
       [&] {
         return LoggedArgs{std::to_string(unit) + ", " + config_text(pol_cfg) + " -> " +
                               (policer_id ? std::to_string(*policer_id) : "NULL"),
-                          policer_id_source(policer_source(unit, pol_cfg), policer_id)};
+                          policer_id_source(policer_source(unit, pol_cfg), pol_cfg, policer_id)};
       },
       [&](Device& dev) -> int { return create_policer(dev, pol_cfg, policer_id); });
 }
@@ -120,7 +125,14 @@ int bcm_policer_create(int unit, bcm_policer_config_t* pol_cfg, bcm_policer_t* p
 int bcm_policer_destroy(int unit, bcm_policer_t policer_id) {
   return sdk_call(
       __func__, unit, kNoEntry,
-      [&] { return std::to_string(unit) + ", " + std::to_string(policer_id); },
+      [&] {
+        return LoggedArgs{std::to_string(unit) + ", " + std::to_string(policer_id),
+                          CSourceBuilder()
+                              .number(unit)
+                              .ref(Ref::Policer, policer_id)
+                              .removes(Ref::Policer, policer_id)
+                              .build()};
+      },
       [&](Device& dev) -> int {
         return with_policer(dev, policer_id, [&](bcmsim::Policer& policer) -> int {
           if (!policer.attachments.empty()) return refuse(Why::PolicerBusy, BCM_E_BUSY);
@@ -136,7 +148,7 @@ int bcm_policer_set(int unit, bcm_policer_t policer_id, bcm_policer_config_t* po
       __func__, unit, kNoEntry,
       [&] {
         CSourceBuilder source;
-        source.number(unit).number(policer_id);
+        source.number(unit).ref(Ref::Policer, policer_id);
         if (pol_cfg) {
           source.structure("bcm_policer_config_t", "policer_config",
                            policer_fields(*pol_cfg));
@@ -166,7 +178,7 @@ int bcm_policer_get(int unit, bcm_policer_t policer_id, bcm_policer_config_t* po
         return LoggedArgs{std::to_string(unit) + ", " + std::to_string(policer_id),
                           CSourceBuilder()
                               .number(unit)
-                              .number(policer_id)
+                              .ref(Ref::Policer, policer_id)
                               .output("bcm_policer_config_t", "policer_config")
                               .build()};
       },

@@ -42,6 +42,12 @@ std::string control_args(int unit, bcm_port_t port, bcm_port_control_t type) {
   return std::to_string(unit) + ", " + std::to_string(port) + ", " + std::to_string(type);
 }
 
+CSourceBuilder control_source(int unit, bcm_port_t port, bcm_port_control_t type) {
+  CSourceBuilder source;
+  source.number(unit).ref(Ref::Port, port).literal(c_port_control(type));
+  return source;
+}
+
 }  // namespace
 }  // namespace bcmsim::detail
 
@@ -53,7 +59,10 @@ extern "C" {
 int bcm_port_control_set(int unit, bcm_port_t port, bcm_port_control_t type, int value) {
   return sdk_call(
       __func__, unit, kNoEntry,
-      [&] { return control_args(unit, port, type) + ", " + std::to_string(value); },
+      [&] {
+        return LoggedArgs{control_args(unit, port, type) + ", " + std::to_string(value),
+                          control_source(unit, port, type).number(value).build()};
+      },
       [&](Device& dev) -> int {
         if (!port_exists(dev.config, port)) return refuse(Why::PortUnknown, BCM_E_PORT);
         dev.state.port_controls[{port, type}] = value;
@@ -66,10 +75,7 @@ int bcm_port_control_get(int unit, bcm_port_t port, bcm_port_control_t type, int
       __func__, unit, kNoEntry,
       [&] {
         return LoggedArgs{control_args(unit, port, type),
-                          CSourceBuilder()
-                              .literal(control_args(unit, port, type))
-                              .output("int", "port_control")
-                              .build()};
+                          control_source(unit, port, type).output("int", "port_control").build()};
       },
       [&](Device& dev) -> int {
         if (!port_exists(dev.config, port)) return refuse(Why::PortUnknown, BCM_E_PORT);

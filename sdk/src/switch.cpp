@@ -14,7 +14,9 @@ int bcm_switch_control_set(int unit, bcm_switch_control_t type, int arg) {
   return sdk_call(
       __func__, unit, kNoEntry,
       [&] {
-        return std::to_string(unit) + ", " + std::to_string(type) + ", " + std::to_string(arg);
+        return LoggedArgs{
+            std::to_string(unit) + ", " + std::to_string(type) + ", " + std::to_string(arg),
+            CSourceBuilder().number(unit).literal(c_switch_control(type)).number(arg).build()};
       },
       [&](Device& dev) -> int {
         dev.state.switch_controls[type] = arg;
@@ -27,7 +29,11 @@ int bcm_switch_control_get(int unit, bcm_switch_control_t type, int* arg) {
       __func__, unit, kNoEntry,
       [&] {
         return LoggedArgs{std::to_string(unit) + ", " + std::to_string(type),
-                          CSourceBuilder().number(unit).number(type).output("int", "switch_control").build()};
+                          CSourceBuilder()
+                              .number(unit)
+                              .literal(c_switch_control(type))
+                              .output("int", "switch_control")
+                              .build()};
       },
       [&](Device& dev) -> int {
         if (!arg) return refuse(Why::BadArgument, BCM_E_PARAM);

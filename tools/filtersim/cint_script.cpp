@@ -1,16 +1,43 @@
 #include "cint_script.h"
 
-#include <algorithm>
+#include <utility>
 #include <vector>
 
-#include <bcmsim/device.h>
-
-#include "packet_text.h"
+#include "cint_function.h"
+#include "cint_objects.h"
 
 namespace filtersim {
 namespace {
 
-// The script's opening: how to run it, what it assumes, and the lines only a C compiler reads.
+// After the script's name, at its top.
+const char* const kHowToRun =
+    R"( runs its last line, filtersim_run(0, 0): the scenario's programming
+// on unit 0. It does not call, unless asked:
+//   filtersim_startup(unit)   the switch-wide settings the filters library makes when it
+//                             starts, for a switch where it has not run;
+//   filtersim_expect_N(unit)  the reads of step N, for its expectations or to show the
+//                             hardware (filtersim_run(unit, 1) makes them in their places);
+//   filtersim_teardown(unit)  removes what the script made.
+// Every call's result is printed with its step and checked against the scenario's
+// run; each function returns the number of results that differed.
+)";
+
+// The end of filtersim_run and the line that runs it.
+const char* const kRunEnd = R"C(
+    printf("filtersim: %d results differed from the scenario's run%s\n", differences,
+           reads ? "" : " (its reads for expectations left out)");
+    return differences;
+}
+
+// cint runs the scenario's programming here. A C compiler reads the line as a
+// declaration: the macro below is in a block only C reads.
+/* /* */
+#define filtersim_run(unit, reads) extern int filtersim_ran
+// */
+filtersim_run(0, 0);
+)C";
+
+// The script's lines only a C compiler reads, and the check of every call's result.
 // cint nests comments and C does not, so C ends the block opened by "/* /* */" at its first
 // "*/" and reads on, while cint stays in it until the "*/" after the "//" of the closing line.
 const char* const kPrelude = R"(
@@ -39,95 +66,56 @@ int filtersim_check(char *where, char *call, int rv, int expected)
            expected);
     return 1;
 }
-
-int filtersim_check_id(char *where, char *name, int id, int expected)
-{
-    if (id == expected) return 0;
-    printf("%s: %s %d, the scenario's run had %d; later calls use %d\n", where, name, id,
-           expected, expected);
-    return 1;
-}
 )";
 
-// The call's arguments with the unit replaced by the script's `unit` parameter.
-std::string argumentsForUnit(const std::string& args) {
-  const std::string unit = std::to_string(bcmsim::config().unit);
-  const size_t end = args.find(',');
-  const std::string first = args.substr(0, end);
-  if (first != unit) return args;
-  return "unit" + (end == std::string::npos ? "" : args.substr(end));
+// Set-up calls that change the whole switch rather than make objects: the filters library's
+// start-up, which a switch running it has made already.
+bool changesTheWholeSwitch(const bcmsim::Call& call) {
+  return call.function == "bcm_port_control_set" || call.function == "bcm_switch_control_set";
 }
 
-void addOnce(std::vector<std::string>& list, const std::string& item) {
-  if (std::find(list.begin(), list.end(), item) == list.end()) list.push_back(item);
+// Steps that only read: a packet or a capture, with the counter reads of their expectations, a
+// show, and a counter read.
+bool onlyReads(const Step& step) {
+  if (std::holds_alternative<SendPacket>(step.action) ||
+      std::holds_alternative<ReplayCapture>(step.action) ||
+      std::holds_alternative<Show>(step.action))
+    return true;
+  const auto* counter = std::get_if<CounterStep>(&step.action);
+  return counter && !counter->clear;
 }
 
-// One function of the script: its declarations, then its statements.
-class ScriptFunction {
- public:
-  explicit ScriptFunction(std::string where) : where_(std::move(where)) {}
-
-  void call(const bcmsim::Call& call) {
-    const bcmsim::CallSource& source = call.source;
-    if (source.initialiser) return;  // written with the structure it fills
-    has_calls_ = true;
-    for (const std::string& variable : source.variables) addOnce(variables_, variable);
-    for (const std::string& input : source.inputs) statements_.push_back(input);
-    statements_.push_back("rv = " + call.function + "(" + argumentsForUnit(source.args) + ");");
-    statements_.push_back("differences += filtersim_check(\"" + where_ + "\", \"" +
-                          call.function + "\", rv, " + std::to_string(call.rc) + ");");
-    if (call.rc != 0) return;
-    for (const bcmsim::CallSource::Output& output : source.outputs) {
-      statements_.push_back("differences += filtersim_check_id(\"" + where_ + "\", \"" +
-                            output.variable + "\", " + output.variable + ", " + output.value +
-                            ");");
-    }
-  }
-
-  // A packet the C harness classifies; cint reads it as a comment (see the prelude).
-  void packet(const bcmsim::Packet& packet) {
-    statements_.push_back("/* /* */");
-    statements_.push_back("filtersim_packet(unit, \"" + packetText(packet) + "\");");
-    statements_.push_back("// */");
-  }
-
-  bool empty() const { return statements_.empty(); }
-
-  void write(std::ostream& out, const std::string& name, const std::string& title) const {
-    out << "\n/* " << title << " */\nint " << name << "(int unit)\n{\n";
-    if (has_calls_) out << "    int rv;\n";
-    out << "    int differences = 0;\n";
-    for (const std::string& variable : variables_) out << "    " << variable << ";\n";
-    out << "\n";
-    for (const std::string& statement : statements_) out << "    " << statement << "\n";
-    out << "    return differences;\n}\n";
-  }
-
- private:
-  std::string where_;
-  std::vector<std::string> variables_;
-  std::vector<std::string> statements_;
-  bool has_calls_ = false;
-};
+// The library reads a counter only when asked for its value, never while it programs: in any
+// step a counter read is one made for the step's expectations or its report.
+bool readsForExpectations(const Step& step, const bcmsim::Call& call) {
+  return onlyReads(step) || call.function == "bcm_field_stat_get";
+}
 
 class CintScript : public RunSink {
  public:
-  CintScript(std::ostream& out, std::string file, StepRange range, std::unique_ptr<RunSink> report)
-      : out_(out), file_(std::move(file)), range_(range), report_(std::move(report)) {}
+  CintScript(std::ostream& out, std::string file, StepRange range, PortMap ports,
+             std::unique_ptr<RunSink> report)
+      : out_(out),
+        file_(std::move(file)),
+        range_(range),
+        ports_(std::move(ports)),
+        report_(std::move(report)) {}
 
   void start(const RunResult& run) override {
     report_->start(run);
-    out_ << "// The SDK calls filtersim made for " << file_ << ", as a cint script.\n"
-         << "// Run it in the diag shell of a switch on unit 0 whose field processor holds none\n"
-         << "// of this yet: cint " << scriptName() << "\n"
-         << "// Every call's result is printed with its step and checked against the scenario's\n"
-         << "// run; filtersim_run returns the number of results and ids that differed.\n"
-         << kPrelude;
+    writeHeader();
     if (range_.first > 1) return;
-    ScriptFunction startup("start-up");
-    for (const bcmsim::Call& call : run.setup_calls) startup.call(call);
-    startup.write(out_, "filtersim_startup", "Start-up: what the switch set-up asked of the SDK");
-    functions_.push_back("filtersim_startup");
+    ScriptFunction startup("start-up", objects_, ports_);
+    ScriptFunction setup("set-up", objects_, ports_);
+    for (const bcmsim::Call& call : run.setup_calls)
+      (changesTheWholeSwitch(call) ? startup : setup).call(call);
+    startup.write(out_, "filtersim_startup",
+                  "Start-up: the switch-wide settings the filters library makes when it starts. "
+                  "filtersim_run\n   does not call it.");
+    writeFunction(setup, "filtersim_setup",
+                  "Set-up: the objects the filters library's start-up and the scenario's switch "
+                  "make, which\n   filtersim_run makes first",
+                  false);
   }
 
   void fatal(size_t index, const std::string& line) override {
@@ -144,32 +132,47 @@ class CintScript : public RunSink {
            << " here. Its packets are not in the script: counters and meters differ by them. */\n";
     }
     const std::string where = "step " + std::to_string(index);
-    ScriptFunction function(where);
+    ScriptFunction programming(where, objects_, ports_);
+    ScriptFunction reads(where, objects_, ports_);
     // A packet step classifies before it reads any counter.
-    if (auto* packet = std::get_if<SendPacket>(&outcome.step->action)) function.packet(packet->packet);
-    for (const bcmsim::Call& call : outcome.calls) function.call(call);
-    if (function.empty()) return;
-    const std::string name = "filtersim_step_" + std::to_string(index);
-    function.write(out_, name,
-                   "Step " + std::to_string(index) + ", line " + std::to_string(outcome.step->line) +
-                       ": " + outcome.step->kind +
-                       (outcome.description.empty() ? "" : ", " + outcome.description));
-    functions_.push_back(name);
+    if (auto* packet = std::get_if<SendPacket>(&outcome.step->action)) reads.packet(packet->packet);
+    for (const bcmsim::Call& call : outcome.calls)
+      (readsForExpectations(*outcome.step, call) ? reads : programming).call(call);
+    const std::string title = "Step " + std::to_string(index) + ", line " +
+                              std::to_string(outcome.step->line) + ": " + outcome.step->kind +
+                              (outcome.description.empty() ? "" : ", " + outcome.description);
+    writeFunction(programming, "filtersim_step_" + std::to_string(index), title, false);
+    writeFunction(reads, "filtersim_expect_" + std::to_string(index),
+                  title + ": its reads for expectations", true);
   }
 
   void finish(const RunResult& run) override {
     report_->finish(run);
-    out_ << "\nint filtersim_run(int unit)\n{\n    int differences = 0;\n\n";
-    for (const std::string& name : functions_) out_ << "    differences += " << name << "(unit);\n";
-    out_ << "    printf(\"filtersim: %d results differed from the scenario's run\\n\", differences);\n"
-         << "    return differences;\n}\n\n"
-         << "// cint runs the script here. A C compiler reads the line as a declaration: the macro\n"
-         << "// below is in a block only C reads.\n"
-         << "/* /* */\n#define filtersim_run(unit) extern int filtersim_ran\n// */\n"
-         << "filtersim_run(0);\n";
+    objects_.writeTeardown(out_);
+    out_ << "\nint filtersim_run(int unit, int reads)\n{\n    int differences = 0;\n\n";
+    for (const auto& [name, reads] : runs_) {
+      out_ << "    " << (reads ? "if (reads) " : "") << "differences += " << name << "(unit);\n";
+    }
+    out_ << kRunEnd;
   }
 
  private:
+  // A function filtersim_run calls (only when asked for reads, for `reads`), unless it is empty.
+  void writeFunction(const ScriptFunction& function, const std::string& name,
+                     const std::string& title, bool reads) {
+    if (function.empty()) return;
+    function.write(out_, name, title);
+    runs_.push_back({name, reads});
+  }
+
+  void writeHeader() {
+    out_ << "// The SDK calls filtersim made for " << file_ << ", as a cint script.\n"
+         << "// cint " << scriptName()
+         << kHowToRun;
+    if (!ports_.empty()) out_ << "// Ports are the switch's, through the port map.\n";
+    out_ << kPrelude;
+  }
+
   std::string scriptName() const {
     const size_t slash = file_.find_last_of('/');
     std::string name = file_.substr(slash == std::string::npos ? 0 : slash + 1);
@@ -179,8 +182,10 @@ class CintScript : public RunSink {
   std::ostream& out_;
   std::string file_;
   StepRange range_;
+  PortMap ports_;
   std::unique_ptr<RunSink> report_;
-  std::vector<std::string> functions_;
+  ScriptObjects objects_;
+  std::vector<std::pair<std::string, bool>> runs_;  // the functions filtersim_run calls; reads
 };
 
 }  // namespace
@@ -201,8 +206,10 @@ std::optional<StepRange> parseStepRange(const std::string& text) {
 }
 
 std::unique_ptr<RunSink> cintScript(std::ostream& out, const std::string& scenario_file,
-                                    StepRange range, std::unique_ptr<RunSink> report) {
-  return std::make_unique<CintScript>(out, scenario_file, range, std::move(report));
+                                    StepRange range, PortMap ports,
+                                    std::unique_ptr<RunSink> report) {
+  return std::make_unique<CintScript>(out, scenario_file, range, std::move(ports),
+                                      std::move(report));
 }
 
 }  // namespace filtersim

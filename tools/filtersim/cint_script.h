@@ -8,6 +8,7 @@
 #include <ostream>
 #include <string>
 
+#include "cint_ports.h"
 #include "runner.h"
 
 namespace filtersim {
@@ -24,9 +25,10 @@ struct StepRange {
 std::optional<StepRange> parseStepRange(const std::string& text);
 
 // A sink that hands every outcome on to `report` and writes the calls of the steps in `range`
-// (and the start-up calls, when the range starts at the first step) to `out` as they come.
-// The run must keep its calls (RunOptions::trace).
+// (and the set-up's, when the range starts at the first step) to `out` as they come, their ports
+// through `ports` (empty: bcmsim's). The run must keep its calls (RunOptions::trace).
 std::unique_ptr<RunSink> cintScript(std::ostream& out, const std::string& scenario_file,
-                                    StepRange range, std::unique_ptr<RunSink> report);
+                                    StepRange range, PortMap ports,
+                                    std::unique_ptr<RunSink> report);
 
 }  // namespace filtersim

@@ -90,6 +90,7 @@ int main(int argc, char** argv) {
   std::string show = "groups,entries,counters,policers,l3";
   std::string cint_file;
   std::string cint_steps;
+  std::string cint_ports;
   std::vector<std::string> pcaps;
   std::vector<std::string> in_ports;
   std::vector<std::string> out_ports;
@@ -113,6 +114,10 @@ int main(int argc, char** argv) {
   app.add_option("--cint", cint_file,
                  "write the SDK calls as a cint script (plain C as well) to this file");
   app.add_option("--cint-steps", cint_steps, "only the calls of these steps: N or FIRST-LAST")
+      ->needs("--cint");
+  app.add_option("--cint-ports", cint_ports,
+                 "write the switch's ports in the cint script: a file of SCENARIO_PORT SWITCH_PORT "
+                 "lines")
       ->needs("--cint");
   CLI::Option* pcap_option =
       app.add_option("--pcap", pcaps,
@@ -193,13 +198,24 @@ int main(int argc, char** argv) {
   std::unique_ptr<filtersim::RunSink> report =
       json ? filtersim::jsonReport(std::cout, scenario->file(), sections, trace)
            : filtersim::textReport(std::cout, scenario->file(), sections, trace);
+  filtersim::PortMap cint_port_map;
+  if (!cint_ports.empty()) {
+    std::ifstream ports(cint_ports);
+    std::string error = ports ? "" : "cannot read " + cint_ports + ": " + std::strerror(errno);
+    auto map = ports ? filtersim::PortMap::read(ports, cint_ports, scenario->setup().front_ports,
+                                                error)
+                     : std::nullopt;
+    if (!map) return refuse(json, "usage", "--cint-ports " + error);
+    cint_port_map = std::move(*map);
+  }
   std::ofstream cint;
   if (!cint_file.empty()) {
     cint.open(cint_file);
     if (!cint) {
       return refuse(json, "usage", "cannot write " + cint_file + ": " + std::strerror(errno));
     }
-    report = filtersim::cintScript(cint, scenario->file(), cint_range, std::move(report));
+    report = filtersim::cintScript(cint, scenario->file(), cint_range, std::move(cint_port_map),
+                                   std::move(report));
   }
   const bool keep_calls = trace || sections.calls || !cint_file.empty();
   const filtersim::RunResult run = filtersim::runScenario(

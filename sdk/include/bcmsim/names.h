@@ -12,6 +12,8 @@ std::string action_name(int action);        // "Drop"
 std::string stat_type_name(int type);       // "Packets"
 std::string group_mode_name(int mode);      // "Single"
 std::string policer_mode_name(int mode);    // "TrTcm"
+std::string port_control_name(int type);    // "FilterIngress"
+std::string switch_control_name(int type);  // "L3EgressMode"
 std::string stage_name(Stage stage);        // "pre-ingress", "ingress", "egress"
 std::string error_name(int rc);             // "BCM_E_RESOURCE"; the number when unknown
 

@@ -1,6 +1,7 @@
 // Runs a scenario through filtersim, then the scenario's cint script (compiled in as C) on a fresh
-// device with the scenario's configuration, and requires the device to end exactly as the
-// scenario left it: the JSON dumps equal, statistics and policers included.
+// device with the scenario's configuration: filtersim_startup, then filtersim_run with its reads.
+// The device must end exactly as the scenario left it, the JSON dumps equal, statistics and
+// policers included; after filtersim_teardown it must hold what start-up alone leaves.
 #include <iostream>
 #include <sstream>
 
@@ -13,7 +14,9 @@
 #include "runner.h"
 #include "scenario_loader.h"
 
-extern "C" int filtersim_run(int unit);
+extern "C" int filtersim_startup(int unit);
+extern "C" int filtersim_run(int unit, int reads);
+extern "C" int filtersim_teardown(int unit);
 
 extern "C" int filtersim_packet(int /*unit*/, const char* text) {
   auto packet = filtersim::parsePacketText(text);
@@ -28,15 +31,23 @@ extern "C" int filtersim_packet(int /*unit*/, const char* text) {
 namespace {
 
 // The first line where the dumps part, with its neighbours.
-void showFirstDifference(const std::string& expected, const std::string& actual) {
+void showFirstDifference(const std::string& what, const std::string& expected,
+                         const std::string& actual) {
   std::istringstream want(expected), got(actual);
   std::string a, b;
   for (int line = 1; bool(std::getline(want, a)) | bool(std::getline(got, b)); ++line) {
     if (a == b) continue;
-    std::cerr << "line " << line << ": the scenario left\n  " << a << "\nthe script left\n  " << b
-              << "\n";
+    std::cerr << what << ", line " << line << ": expected\n  " << a << "\ngot\n  " << b << "\n";
     return;
   }
+}
+
+// Whether the function's results and the device's dump are as expected; says why not.
+bool held(const std::string& what, int differences, const std::string& expected) {
+  const std::string actual = bcmsim::dump_json();
+  if (differences != 0) std::cerr << what << ": " << differences << " results differed\n";
+  if (actual != expected) showFirstDifference(what, expected, actual);
+  return differences == 0 && actual == expected;
 }
 
 }  // namespace
@@ -49,12 +60,12 @@ int main(int argc, char** argv) {
   const filtersim::ScenarioStream scenario(filtersim::readScenarioFile(argv[1]), argv[1]);
   test_support::DiscardSink discard;
   filtersim::runScenario(scenario, {}, discard);
-  const std::string expected = bcmsim::dump_json();
+  const std::string scenario_end = bcmsim::dump_json();
 
   bcmsim::reset(scenario.setup().device);
-  const int differences = filtersim_run(0);
-  const std::string actual = bcmsim::dump_json();
-  if (differences != 0) std::cerr << differences << " results differed from the scenario's run\n";
-  if (actual != expected) showFirstDifference(expected, actual);
-  return differences == 0 && actual == expected ? 0 : 1;
+  const int startup = filtersim_startup(0);
+  const std::string startup_only = bcmsim::dump_json();
+  const bool ran = held("after start-up and run", startup + filtersim_run(0, 1), scenario_end);
+  const bool torn_down = held("after teardown", filtersim_teardown(0), startup_only);
+  return ran && torn_down ? 0 : 1;
 }
