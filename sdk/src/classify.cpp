@@ -194,28 +194,38 @@ void count(State& state, const Entry& entry, const Packet& packet, Color colour)
   }
 }
 
-// Classifies one stage: the hit of each group, and their actions applied from the group of
-// lowest priority to the highest, so that the higher wins a conflict.
-void classify_stage(Device& dev, Stage stage, const Packet& packet, Classification& result) {
-  State& state = dev.state;
-  std::vector<std::pair<const Group*, const Entry*>> hits;
-  for (const auto& [id, group] : state.groups) {
+const Entry* first_match(const Device& dev, const Group& group, const Packet& packet) {
+  const Device::GroupLookups& lookups = dev.group_lookups.at(group.id);
+  return dev.lookup_method == LookupMethod::Plain
+             ? lookups.plain.first_match(group, dev.state, packet)
+             : lookups.compiled.first_match(group, dev.state, packet);
+}
+
+// The entry each group of the stage finds, by group priority (highest first).
+std::vector<GroupMatch> match_stage(const Device& dev, Stage stage, const Packet& packet) {
+  std::vector<GroupMatch> matches;
+  for (const auto& [id, group] : dev.state.groups) {
     if (group.stage != stage) continue;
-    GroupIndex& index = dev.group_indexes[id];
-    index.refresh(group, state);
-    if (const Entry* entry = index.first_match(group, state, packet))
-      hits.push_back({&group, entry});
+    if (const Entry* entry = first_match(dev, group, packet)) matches.push_back({&group, entry});
   }
-  std::stable_sort(hits.begin(), hits.end(), [](const auto& a, const auto& b) {
-    return a.first->priority > b.first->priority;
+  std::stable_sort(matches.begin(), matches.end(), [](const GroupMatch& a, const GroupMatch& b) {
+    return a.group->priority > b.group->priority;
   });
+  return matches;
+}
+
+// Meters the stage's hits, then applies their actions from the group of lowest priority to the
+// highest, so that the higher wins a conflict, and counts them.
+void apply_stage(Device& dev, Stage stage, const std::vector<GroupMatch>& matches,
+                 const Packet& packet, Classification& result) {
+  State& state = dev.state;
   const size_t first = result.hits.size();
-  for (const auto& [group, entry] : hits) {
-    Hit& hit = result.hits.emplace_back(Hit{stage, group->id, entry->id, std::nullopt, {}});
-    meter_entry(dev, *entry, packet, hit);
+  for (const GroupMatch& match : matches) {
+    Hit& hit = result.hits.emplace_back(Hit{stage, match.group->id, match.entry->id, std::nullopt, {}});
+    meter_entry(dev, *match.entry, packet, hit);
   }
-  for (size_t i = hits.size(); i-- > 0;) {
-    const Entry& entry = *hits[i].second;
+  for (size_t i = matches.size(); i-- > 0;) {
+    const Entry& entry = *matches[i].entry;
     const Color colour = result.hits[first + i].metered.value_or(packet.color);
     for (const ActionValue& action : entry.installed->actions) {
       apply(state, entry, action, packet, colour, result.verdict);
@@ -227,12 +237,50 @@ void classify_stage(Device& dev, Stage stage, const Packet& packet, Classificati
 }  // namespace
 }  // namespace detail
 
-Classification classify(const Packet& packet) {
+void set_lookup_method(LookupMethod method) {
+  detail::device().lookup_method = method;
+}
+
+void prepare_lookups() {
+  detail::Device& dev = detail::device();
+  for (const auto& [id, group] : dev.state.groups) {
+    detail::Device::GroupLookups& lookups = dev.group_lookups[id];
+    if (dev.lookup_method == LookupMethod::Plain) {
+      lookups.plain.refresh(group, dev.state);
+    } else {
+      lookups.compiled.refresh(group, dev.state);
+    }
+  }
+}
+
+Matches match(const Packet& packet) {
+  const detail::Device& dev = detail::device();
+  Matches matches;
+  for (int stage = 0; stage < kStageCount; ++stage) {
+    matches.stages[static_cast<size_t>(stage)] =
+        detail::match_stage(dev, static_cast<Stage>(stage), packet);
+  }
+  return matches;
+}
+
+Classification apply(const Packet& packet, const Matches& matches) {
   detail::Device& dev = detail::device();
   Classification result;
-  detail::classify_stage(dev, Stage::PreIngress, packet, result);
-  detail::classify_stage(dev, Stage::Ingress, packet, result);
-  if (!result.verdict.drop) detail::classify_stage(dev, Stage::Egress, packet, result);
+  for (Stage stage : {Stage::PreIngress, Stage::Ingress, Stage::Egress}) {
+    if (stage == Stage::Egress && result.verdict.drop) break;
+    detail::apply_stage(dev, stage, matches.stages[static_cast<size_t>(stage)], packet, result);
+  }
+  return result;
+}
+
+Classification classify(const Packet& packet) {
+  prepare_lookups();
+  detail::Device& dev = detail::device();
+  Classification result;
+  for (Stage stage : {Stage::PreIngress, Stage::Ingress, Stage::Egress}) {
+    if (stage == Stage::Egress && result.verdict.drop) break;
+    detail::apply_stage(dev, stage, detail::match_stage(dev, stage, packet), packet, result);
+  }
   return result;
 }
 

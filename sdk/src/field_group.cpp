@@ -144,7 +144,7 @@ int clear_field_state(Device& dev) {
   dev.state.policers.clear();
   dev.meters.clear();
   dev.state.groups.clear();
-  dev.group_indexes.clear();
+  dev.group_lookups.clear();
   dev.entry_ids.reset();
   return BCM_E_NONE;
 }
