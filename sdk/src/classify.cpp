@@ -194,23 +194,19 @@ void count(State& state, const Entry& entry, const Packet& packet, Color colour)
   }
 }
 
-const Entry* first_match(const Device& dev, const Group& group, const Packet& packet) {
+const Entry* first_match(const Device& dev, const Group& group, PacketFields& fields) {
   const Device::GroupLookups& lookups = dev.group_lookups.at(group.id);
   return dev.lookup_method == LookupMethod::Plain
-             ? lookups.plain.first_match(group, dev.state, packet)
-             : lookups.compiled.first_match(group, dev.state, packet);
+             ? lookups.plain.first_match(group, dev.state, fields.packet())
+             : lookups.compiled.first_match(fields);
 }
 
 // The entry each group of the stage finds, by group priority (highest first).
-std::vector<GroupMatch> match_stage(const Device& dev, Stage stage, const Packet& packet) {
+std::vector<GroupMatch> match_stage(const Device& dev, Stage stage, PacketFields& fields) {
   std::vector<GroupMatch> matches;
-  for (const auto& [id, group] : dev.state.groups) {
-    if (group.stage != stage) continue;
-    if (const Entry* entry = first_match(dev, group, packet)) matches.push_back({&group, entry});
+  for (const Group* group : dev.stage_groups[static_cast<size_t>(stage)]) {
+    if (const Entry* entry = first_match(dev, *group, fields)) matches.push_back({group, entry});
   }
-  std::stable_sort(matches.begin(), matches.end(), [](const GroupMatch& a, const GroupMatch& b) {
-    return a.group->priority > b.group->priority;
-  });
   return matches;
 }
 
@@ -243,7 +239,13 @@ void set_lookup_method(LookupMethod method) {
 
 void prepare_lookups() {
   detail::Device& dev = detail::device();
+  // Nothing changed since the last preparation for this method: every lookup is up to date.
+  const auto prepared = std::make_pair(dev.changes, dev.lookup_method);
+  if (dev.prepared == prepared) return;
+  dev.prepared = prepared;
+  for (std::vector<const Group*>& groups : dev.stage_groups) groups.clear();
   for (const auto& [id, group] : dev.state.groups) {
+    dev.stage_groups[static_cast<size_t>(group.stage)].push_back(&group);
     detail::Device::GroupLookups& lookups = dev.group_lookups[id];
     if (dev.lookup_method == LookupMethod::Plain) {
       lookups.plain.refresh(group, dev.state);
@@ -251,14 +253,25 @@ void prepare_lookups() {
       lookups.compiled.refresh(group, dev.state);
     }
   }
+  for (std::vector<const Group*>& groups : dev.stage_groups) {
+    std::stable_sort(groups.begin(), groups.end(),
+                     [](const Group* a, const Group* b) { return a->priority > b->priority; });
+  }
+}
+
+size_t compiled_lookup_bytes() {
+  size_t bytes = 0;
+  for (const auto& [id, lookups] : detail::device().group_lookups) bytes += lookups.compiled.memory();
+  return bytes;
 }
 
 Matches match(const Packet& packet) {
   const detail::Device& dev = detail::device();
   Matches matches;
+  detail::PacketFields fields(packet);
   for (int stage = 0; stage < kStageCount; ++stage) {
     matches.stages[static_cast<size_t>(stage)] =
-        detail::match_stage(dev, static_cast<Stage>(stage), packet);
+        detail::match_stage(dev, static_cast<Stage>(stage), fields);
   }
   return matches;
 }
@@ -277,9 +290,10 @@ Classification classify(const Packet& packet) {
   prepare_lookups();
   detail::Device& dev = detail::device();
   Classification result;
+  detail::PacketFields fields(packet);
   for (Stage stage : {Stage::PreIngress, Stage::Ingress, Stage::Egress}) {
     if (stage == Stage::Egress && result.verdict.drop) break;
-    detail::apply_stage(dev, stage, detail::match_stage(dev, stage, packet), packet, result);
+    detail::apply_stage(dev, stage, detail::match_stage(dev, stage, fields), packet, result);
   }
   return result;
 }

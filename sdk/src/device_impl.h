@@ -44,6 +44,10 @@ struct Device {
   };
   std::unordered_map<int, GroupLookups> group_lookups;
   LookupMethod lookup_method = LookupMethod::Compiled;  // kept across resets
+  // The changes and the method of the lookups last prepared, and the groups of each stage then,
+  // by priority (highest first; equal priorities by id).
+  std::optional<std::pair<uint64_t, LookupMethod>> prepared;
+  std::array<std::vector<const Group*>, kStageCount> stage_groups;
   uint64_t changes = 0;                               // the latest Group::version given out
   // By policer id: the buckets of each policer from the first packet it meters until its
   // configuration is set again or it is destroyed. Kept out of the state, which inspection shows.

@@ -122,6 +122,8 @@ Classification classify(const Packet& packet);
 // Builds the lookup of every group changed since it was last built. While nothing changes the
 // device after it, match() may run on several threads at once.
 void prepare_lookups();
+// Bytes the compiled lookups built so far take.
+size_t compiled_lookup_bytes();
 // Looks the packet up in every group of every stage; changes nothing. The lookups must be
 // prepared.
 Matches match(const Packet& packet);
