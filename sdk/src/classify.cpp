@@ -194,28 +194,34 @@ void count(State& state, const Entry& entry, const Packet& packet, Color colour)
   }
 }
 
-// Classifies one stage: the hit of each group, and their actions applied from the group of
-// lowest priority to the highest, so that the higher wins a conflict.
-void classify_stage(Device& dev, Stage stage, const Packet& packet, Classification& result) {
+const Entry* first_match(const Device& dev, const Group& group, PacketFields& fields) {
+  const Device::GroupLookups& lookups = dev.group_lookups.at(group.id);
+  return dev.lookup_method == LookupMethod::Plain
+             ? lookups.plain.first_match(group, dev.state, fields.packet())
+             : lookups.compiled.first_match(fields);
+}
+
+// The entry each group of the stage finds, by group priority (highest first).
+std::vector<GroupMatch> match_stage(const Device& dev, Stage stage, PacketFields& fields) {
+  std::vector<GroupMatch> matches;
+  for (const Group* group : dev.stage_groups[static_cast<size_t>(stage)]) {
+    if (const Entry* entry = first_match(dev, *group, fields)) matches.push_back({group, entry});
+  }
+  return matches;
+}
+
+// Meters the stage's hits, then applies their actions from the group of lowest priority to the
+// highest, so that the higher wins a conflict, and counts them.
+void apply_stage(Device& dev, Stage stage, const std::vector<GroupMatch>& matches,
+                 const Packet& packet, Classification& result) {
   State& state = dev.state;
-  std::vector<std::pair<const Group*, const Entry*>> hits;
-  for (const auto& [id, group] : state.groups) {
-    if (group.stage != stage) continue;
-    GroupIndex& index = dev.group_indexes[id];
-    index.refresh(group, state);
-    if (const Entry* entry = index.first_match(group, state, packet))
-      hits.push_back({&group, entry});
-  }
-  std::stable_sort(hits.begin(), hits.end(), [](const auto& a, const auto& b) {
-    return a.first->priority > b.first->priority;
-  });
   const size_t first = result.hits.size();
-  for (const auto& [group, entry] : hits) {
-    Hit& hit = result.hits.emplace_back(Hit{stage, group->id, entry->id, std::nullopt, {}});
-    meter_entry(dev, *entry, packet, hit);
+  for (const GroupMatch& match : matches) {
+    Hit& hit = result.hits.emplace_back(Hit{stage, match.group->id, match.entry->id, std::nullopt, {}});
+    meter_entry(dev, *match.entry, packet, hit);
   }
-  for (size_t i = hits.size(); i-- > 0;) {
-    const Entry& entry = *hits[i].second;
+  for (size_t i = matches.size(); i-- > 0;) {
+    const Entry& entry = *matches[i].entry;
     const Color colour = result.hits[first + i].metered.value_or(packet.color);
     for (const ActionValue& action : entry.installed->actions) {
       apply(state, entry, action, packet, colour, result.verdict);
@@ -227,12 +233,68 @@ void classify_stage(Device& dev, Stage stage, const Packet& packet, Classificati
 }  // namespace
 }  // namespace detail
 
-Classification classify(const Packet& packet) {
+void set_lookup_method(LookupMethod method) {
+  detail::device().lookup_method = method;
+}
+
+void prepare_lookups() {
+  detail::Device& dev = detail::device();
+  // Nothing changed since the last preparation for this method: every lookup is up to date.
+  const auto prepared = std::make_pair(dev.changes, dev.lookup_method);
+  if (dev.prepared == prepared) return;
+  dev.prepared = prepared;
+  for (std::vector<const Group*>& groups : dev.stage_groups) groups.clear();
+  for (const auto& [id, group] : dev.state.groups) {
+    dev.stage_groups[static_cast<size_t>(group.stage)].push_back(&group);
+    detail::Device::GroupLookups& lookups = dev.group_lookups[id];
+    if (dev.lookup_method == LookupMethod::Plain) {
+      lookups.plain.refresh(group, dev.state);
+    } else {
+      lookups.compiled.refresh(group, dev.state);
+    }
+  }
+  for (std::vector<const Group*>& groups : dev.stage_groups) {
+    std::stable_sort(groups.begin(), groups.end(),
+                     [](const Group* a, const Group* b) { return a->priority > b->priority; });
+  }
+}
+
+size_t compiled_lookup_bytes() {
+  size_t bytes = 0;
+  for (const auto& [id, lookups] : detail::device().group_lookups) bytes += lookups.compiled.memory();
+  return bytes;
+}
+
+Matches match(const Packet& packet) {
+  const detail::Device& dev = detail::device();
+  Matches matches;
+  detail::PacketFields fields(packet);
+  for (int stage = 0; stage < kStageCount; ++stage) {
+    matches.stages[static_cast<size_t>(stage)] =
+        detail::match_stage(dev, static_cast<Stage>(stage), fields);
+  }
+  return matches;
+}
+
+Classification apply(const Packet& packet, const Matches& matches) {
   detail::Device& dev = detail::device();
   Classification result;
-  detail::classify_stage(dev, Stage::PreIngress, packet, result);
-  detail::classify_stage(dev, Stage::Ingress, packet, result);
-  if (!result.verdict.drop) detail::classify_stage(dev, Stage::Egress, packet, result);
+  for (Stage stage : {Stage::PreIngress, Stage::Ingress, Stage::Egress}) {
+    if (stage == Stage::Egress && result.verdict.drop) break;
+    detail::apply_stage(dev, stage, matches.stages[static_cast<size_t>(stage)], packet, result);
+  }
+  return result;
+}
+
+Classification classify(const Packet& packet) {
+  prepare_lookups();
+  detail::Device& dev = detail::device();
+  Classification result;
+  detail::PacketFields fields(packet);
+  for (Stage stage : {Stage::PreIngress, Stage::Ingress, Stage::Egress}) {
+    if (stage == Stage::Egress && result.verdict.drop) break;
+    detail::apply_stage(dev, stage, detail::match_stage(dev, stage, fields), packet, result);
+  }
   return result;
 }
 

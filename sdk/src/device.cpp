@@ -124,7 +124,8 @@ void reset(const Config& config) {
   dev.log.clear();
   dev.faults.clear();
   dev.refusals.clear();
-  dev.group_indexes.clear();
+  dev.group_lookups.clear();
+  dev.prepared.reset();
   dev.meters.clear();
   for (detail::NextFreeId* ids : {&dev.stat_ids, &dev.policer_ids, &dev.entry_ids}) ids->reset();
   for (detail::LowestFreeId* ids : {&dev.intf_ids, &dev.egress_ids}) ids->reset();

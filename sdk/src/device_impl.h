@@ -10,6 +10,7 @@
 #include <bcm/port.h>
 
 #include "call_recorder.h"
+#include "compiled_lookup.h"
 #include "fault_injector.h"
 #include "group_index.h"
 #include "id_allocator.h"
@@ -35,7 +36,18 @@ struct Device {
   LowestFreeId intf_ids{0};
   LowestFreeId egress_ids{
       100002};  // the SDK's egress base is 100000; next hops 0 and 1 are reserved
-  std::unordered_map<int, GroupIndex> group_indexes;  // by group id, for classification
+  // By group id, for classification: each way to find a packet's entry is built at its first
+  // use after the group changed.
+  struct GroupLookups {
+    GroupIndex plain;
+    CompiledLookup compiled;
+  };
+  std::unordered_map<int, GroupLookups> group_lookups;
+  LookupMethod lookup_method = LookupMethod::Compiled;  // kept across resets
+  // The changes and the method of the lookups last prepared, and the groups of each stage then,
+  // by priority (highest first; equal priorities by id).
+  std::optional<std::pair<uint64_t, LookupMethod>> prepared;
+  std::array<std::vector<const Group*>, kStageCount> stage_groups;
   uint64_t changes = 0;                               // the latest Group::version given out
   // By policer id: the buckets of each policer from the first packet it meters until its
   // configuration is set again or it is destroyed. Kept out of the state, which inspection shows.

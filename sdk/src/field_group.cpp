@@ -148,7 +148,8 @@ int clear_field_state(Device& dev) {
   dev.state.policers.clear();
   dev.meters.clear();
   dev.state.groups.clear();
-  dev.group_indexes.clear();
+  dev.group_lookups.clear();
+  dev.prepared.reset();
   dev.entry_ids.reset();
   return BCM_E_NONE;
 }
@@ -203,6 +204,9 @@ int bcm_field_group_destroy(int unit, bcm_field_group_t group) {
           stat = stat->second.group == group ? dev.state.stats.erase(stat) : std::next(stat);
         }
         dev.state.groups.erase(group);
+        // The stages' lists of groups to look up in change with it.
+        dev.group_lookups.erase(group);
+        dev.prepared.reset();
         return BCM_E_NONE;
       });
 }

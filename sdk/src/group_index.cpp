@@ -110,12 +110,14 @@ const Entry* GroupIndex::first_match(const Group& group, const State& state,
     if (found != bucket.slots.end()) lists[count++] = &found->second;
   }
   if (count == 1) return first_matching(*lists[0], matches);
-  candidates_.clear();
+  // Kept for its capacity, one per thread: lookups may run on several at once.
+  thread_local std::vector<int> candidates;
+  candidates.clear();
   for (size_t k = 0; k < count; ++k) {
-    candidates_.insert(candidates_.end(), lists[k]->begin(), lists[k]->end());
+    candidates.insert(candidates.end(), lists[k]->begin(), lists[k]->end());
   }
-  std::sort(candidates_.begin(), candidates_.end());
-  return first_matching(candidates_, matches);
+  std::sort(candidates.begin(), candidates.end());
+  return first_matching(candidates, matches);
 }
 
 }  // namespace bcmsim::detail

@@ -47,7 +47,6 @@ class GroupIndex {
   int qualifier_ = -1;           // none: every slot is a candidate
   std::vector<Bucket> buckets_;  // one per distinct mask of the qualifier
   std::vector<int> others_;      // slots of entries without the qualifier
-  mutable std::vector<int> candidates_;  // first_match's, kept for its capacity
 };
 
 }  // namespace bcmsim::detail

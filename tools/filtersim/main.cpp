@@ -87,6 +87,7 @@ int main(int argc, char** argv) {
   bool check_chips = false;
   std::string chip;
   int log_level = HalCallbacksItf::kError;
+  int threads = 1;
   std::string show = "groups,entries,counters,policers,l3";
   std::string cint_file;
   std::string cint_steps;
@@ -109,6 +110,10 @@ int main(int argc, char** argv) {
       ->excludes("--chip");
   app.add_option("--log-level", log_level, "library log lines up to this level go to stderr")
       ->check(CLI::Range(0, 7));
+  app.add_option("--threads", threads,
+                 "look the replayed packets up on this many threads (metered and counted in "
+                 "capture order, as with one)")
+      ->check(CLI::Range(1, 64));
   app.add_option("--show", show,
                  "hardware sections: groups,entries,counters,policers,l3,calls, all or none");
   app.add_option("--cint", cint_file,
@@ -219,6 +224,7 @@ int main(int argc, char** argv) {
   }
   const bool keep_calls = trace || sections.calls || !cint_file.empty();
   const filtersim::RunResult run = filtersim::runScenario(
-      *scenario, {keep_calls, log_level, isatty(STDERR_FILENO) == 1, explain || json}, *report);
+      *scenario, {keep_calls, log_level, isatty(STDERR_FILENO) == 1, explain || json, true, threads},
+      *report);
   return run.failed == 0 ? 0 : 1;
 }

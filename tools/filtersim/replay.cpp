@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 #include <queue>
+#include <thread>
 #include <cstdint>
 #include <tuple>
 
@@ -217,16 +218,61 @@ class MergedCaptures {
   std::optional<size_t> last_;
 };
 
+// Classifies and counts the replay's packets in arrival order. With several threads it looks a
+// batch of packets up on all of them at once, then meters, applies and counts the batch in
+// order, so that every meter and counter ends as with one thread.
+class Classifier {
+ public:
+  Classifier(ReplayTally& tally, int threads) : tally_(tally), threads_(threads) {}
+
+  void send(const bcmsim::Packet& packet) {
+    if (threads_ == 1) {
+      tally_.count(packet, bcmsim::classify(packet));
+      return;
+    }
+    batch_.push_back(packet);
+    if (batch_.size() == kBatch) flush();
+  }
+
+  void flush() {
+    if (batch_.empty()) return;
+    matches_.resize(batch_.size());
+    bcmsim::prepare_lookups();
+    std::vector<std::thread> helpers;
+    const size_t share = (batch_.size() + static_cast<size_t>(threads_) - 1) / static_cast<size_t>(threads_);
+    for (size_t first = share; first < batch_.size(); first += share) {
+      helpers.emplace_back([this, first, share] { lookUp(first, std::min(first + share, batch_.size())); });
+    }
+    lookUp(0, std::min(share, batch_.size()));
+    for (std::thread& helper : helpers) helper.join();
+    for (size_t k = 0; k < batch_.size(); ++k) tally_.count(batch_[k], bcmsim::apply(batch_[k], matches_[k]));
+    batch_.clear();
+  }
+
+ private:
+  static constexpr size_t kBatch = 16384;
+
+  void lookUp(size_t first, size_t last) {
+    for (size_t k = first; k < last; ++k) matches_[k] = bcmsim::match(batch_[k]);
+  }
+
+  ReplayTally& tally_;
+  int threads_;
+  std::vector<bcmsim::Packet> batch_;
+  std::vector<bcmsim::Matches> matches_;
+};
+
 }  // namespace
 
 ReplaySummary replayCaptures(const ReplayCapture& replay, const std::map<int, UserGroup>& groups,
-                             const CounterReader& read_counter) {
+                             const CounterReader& read_counter, int threads) {
   ReplayTally tally(groups);
+  Classifier classifier(tally, threads);
   ReplayClock& clock = replayClock();
   Oddities odd;
   const auto send = [&](bcmsim::Packet& packet, uint64_t arrival) {
     packet.arrival_ns = arrival;
-    tally.count(packet, bcmsim::classify(packet));
+    classifier.send(packet);
   };
   // The first packet waits for the second: the gap between them places it after the replay
   // before.
@@ -262,6 +308,7 @@ ReplaySummary replayCaptures(const ReplayCapture& replay, const std::map<int, Us
     damage = error.what();  // a capture changed or cut short since the scenario was loaded
   }
   if (first) send(*first, clock.start(*first_stamp, 0));  // the captures' only packet
+  classifier.flush();
   ReplaySummary summary = tally.summary(read_counter);
   summary.capture = replay.paths();
   summary.damage = std::move(damage);

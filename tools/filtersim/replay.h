@@ -105,8 +105,9 @@ class ReplayTally {
 // time); it carries on from the previous replay of the process, whose last packet the first one
 // follows by the first gap. A frame is metered and counted at its wire length, or its captured
 // length when the record's wire length is less. A capture that cannot be read to its end gives
-// the counts so far and the reason, as `damage`.
+// the counts so far and the reason, as `damage`. With `threads` above one the packets are looked up
+// on that many threads, and metered and counted in order: the summary is one thread's.
 ReplaySummary replayCaptures(const ReplayCapture& replay, const std::map<int, UserGroup>& groups,
-                             const CounterReader& read_counter);
+                             const CounterReader& read_counter, int threads = 1);
 
 }  // namespace filtersim

@@ -125,9 +125,9 @@ class StepRunner {
       out_.description += ", not replayed";
       return;
     }
-    out_.replay = replayCaptures(step, run_.groups, [this](unsigned short id) {
-      return readCounter(filters_, id);
-    });
+    out_.replay = replayCaptures(
+        step, run_.groups, [this](unsigned short id) { return readCounter(filters_, id); },
+        options_.threads);
     out_.warnings.insert(out_.warnings.end(), out_.replay->warnings.begin(),
                          out_.replay->warnings.end());
     if (out_.replay->damage) {

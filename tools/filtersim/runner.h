@@ -70,6 +70,7 @@ struct RunOptions {
   bool progress = false;  // after a second, show how far the run is on standard error
   bool explain = false;   // explain every packet (the JSON report always does)
   bool replay = true;     // replay captures; otherwise their steps are passed over
+  int threads = 1;        // to look a capture's packets up on
 };
 
 // Where a run's outcomes go, as they come: the set-up, every step, then the end.

@@ -13,6 +13,11 @@ namespace bcmsim {
 
 enum class Color { Green, Yellow, Red };
 
+// How classification finds a group's entry for a packet: by the group's compiled tables (the
+// default), or by the plain search that tests entries one by one, which they are checked against.
+enum class LookupMethod { Compiled, Plain };
+void set_lookup_method(LookupMethod method);
+
 using Mac = std::array<uint8_t, 6>;
 
 // A test packet: its headers and what the switching pipeline decided before the field processor
@@ -98,10 +103,32 @@ struct Classification {
   Verdict verdict;
 };
 
+// The entry each group finds for a packet, before any meter, action or counter: per stage, by
+// group priority (highest first).
+struct GroupMatch {
+  const Group* group;
+  const Entry* entry;
+};
+struct Matches {
+  std::array<std::vector<GroupMatch>, kStageCount> stages;
+};
+
 // Walks the stages in order (pre-ingress, ingress, then egress unless the packet is dropped by
 // then). In every group the installed entry of highest priority whose qualifiers all match hits;
 // across groups of a stage the group of higher priority wins a conflict. The packet is counted
-// on the statistics of every entry it hits.
+// on the statistics of every entry it hits. The same as apply(packet, match(packet)).
 Classification classify(const Packet& packet);
+
+// Builds the lookup of every group changed since it was last built. While nothing changes the
+// device after it, match() may run on several threads at once.
+void prepare_lookups();
+// Bytes the compiled lookups built so far take.
+size_t compiled_lookup_bytes();
+// Looks the packet up in every group of every stage; changes nothing. The lookups must be
+// prepared.
+Matches match(const Packet& packet);
+// Meters, applies and counts what match() found, stage by stage, as classify() does: packets
+// applied in the order they arrive.
+Classification apply(const Packet& packet, const Matches& matches);
 
 }  // namespace bcmsim

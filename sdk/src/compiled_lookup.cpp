@@ -1,0 +1,183 @@
+#include "compiled_lookup.h"
+
+#include <bcm/field.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <map>
+
+#include "packet_match.h"
+
+namespace bcmsim::detail {
+namespace {
+
+// Compared as data and mask against a field of the packet.
+bool masked_field(int qualifier) {
+  return qualifier != bcmFieldQualifyInPorts && packet_field(Packet{}, qualifier, nullptr);
+}
+
+// Compiled into a table: a masked field, or the port bitmap. The others (IP type and IP protocol
+// class, matched by their meaning) are tested on the candidates the tables leave.
+bool tabled(int qualifier) {
+  return qualifier == bcmFieldQualifyInPorts || masked_field(qualifier);
+}
+
+uint32_t byteOf(const Words& words, int word, int shift) {
+  return (words[static_cast<size_t>(word)] >> shift) & 0xff;
+}
+
+bool portBit(const Words& bitmap, size_t port) {
+  return (bitmap[port / 32] >> (port % 32)) & 1;
+}
+
+// The masked-field qualifiers, each at its slot.
+const std::vector<int>& maskedFields() {
+  static const std::vector<int> fields = [] {
+    std::vector<int> out;
+    for (int qualifier = 0; qualifier < bcmFieldQualifyCount; ++qualifier) {
+      if (masked_field(qualifier)) out.push_back(qualifier);
+    }
+    if (out.size() > 64) std::abort();  // PacketFields keeps a bit per field
+    return out;
+  }();
+  return fields;
+}
+
+size_t field_slot(int qualifier) {
+  const std::vector<int>& fields = maskedFields();
+  return static_cast<size_t>(std::lower_bound(fields.begin(), fields.end(), qualifier) -
+                             fields.begin());
+}
+
+}  // namespace
+
+const Words& PacketFields::field(size_t slot) {
+  if (!((read_ >> slot) & 1)) {
+    packet_field(packet_, maskedFields()[slot], &fields_[slot]);
+    read_ |= uint64_t{1} << slot;
+  }
+  return fields_[slot];
+}
+
+size_t CompiledLookup::addRows(size_t count) {
+  const size_t first = rows_.size() / (words_ ? words_ : 1);
+  rows_.resize(rows_.size() + count * words_, 0);
+  return first;
+}
+
+void CompiledLookup::build(const Group& group, const State& state) {
+  built_ = true;
+  version_ = group.version;
+  entries_.clear();
+  bytes_.clear();
+  rows_.clear();
+  residual_.clear();
+  std::vector<const Entry*>& entries = entries_;
+  for (const Group::Slot& slot : group.slots) {
+    if (!slot.free()) entries.push_back(state.entry(slot.entry));
+  }
+  words_ = (entries.size() + 63) / 64;
+  // The bytes some entry's mask touches, field by field.
+  std::map<int, Words> touched;
+  by_port_ = false;
+  for (const Entry* entry : entries) {
+    for (const QualifierValue& q : entry->installed->qualifiers) {
+      by_port_ |= q.qualifier == bcmFieldQualifyInPorts;
+      if (!masked_field(q.qualifier)) continue;
+      Words& mask = touched[q.qualifier];
+      for (size_t w = 0; w < mask.size(); ++w) mask[w] |= q.mask[w];
+    }
+  }
+  for (const auto& [qualifier, mask] : touched) {
+    for (int word = 0; word < static_cast<int>(mask.size()); ++word) {
+      for (int shift = 0; shift < 32; shift += 8) {
+        if (byteOf(mask, word, shift)) {
+          bytes_.push_back({field_slot(qualifier), word, shift, addRows(kValues)});
+        }
+      }
+    }
+  }
+  if (by_port_) port_rows_ = addRows(kValues);
+  all_row_ = addRows(1);
+  residual_.resize(entries.size());
+  for (size_t index = 0; index < entries.size(); ++index) {
+    const EntryView& view = *entries[index]->installed;
+    for (const QualifierValue& q : view.qualifiers) {
+      if (!tabled(q.qualifier)) residual_[index].push_back(q);
+    }
+    for (const Byte& byte : bytes_) {
+      compileByte(byte, view.qualifier(maskedFields()[byte.slot]), index);
+    }
+    if (by_port_) compilePorts(view.qualifier(bcmFieldQualifyInPorts), index);
+    set(all_row_, index);
+  }
+  orderBySelectivity();
+}
+
+void CompiledLookup::orderBySelectivity() {
+  for (Byte& byte : bytes_) {
+    byte.matching = 0;
+    for (size_t value = 0; value < kValues; ++value) {
+      const uint64_t* words = row(byte.first_row + value);
+      for (size_t w = 0; w < words_; ++w) byte.matching += static_cast<uint64_t>(__builtin_popcountll(words[w]));
+    }
+  }
+  std::stable_sort(bytes_.begin(), bytes_.end(),
+                   [](const Byte& a, const Byte& b) { return a.matching < b.matching; });
+}
+
+void CompiledLookup::compileByte(const Byte& byte, const QualifierValue* qualifier, size_t entry) {
+  const uint32_t mask = qualifier ? byteOf(qualifier->mask, byte.word, byte.shift) : 0;
+  const uint32_t data = qualifier ? byteOf(qualifier->data, byte.word, byte.shift) & mask : 0;
+  for (uint32_t value = 0; value < kValues; ++value) {
+    if ((value & mask) == data) set(byte.first_row + value, entry);
+  }
+}
+
+void CompiledLookup::compilePorts(const QualifierValue* bitmap, size_t entry) {
+  for (size_t port = 0; port < kValues; ++port) {
+    if (!bitmap || !portBit(bitmap->mask, port) || portBit(bitmap->data, port)) {
+      set(port_rows_ + port, entry);
+    }
+  }
+}
+
+const Entry* CompiledLookup::first_match(PacketFields& fields) const {
+  if (entries_.empty()) return nullptr;
+  const Packet& packet = fields.packet();
+  // The entries left, narrowed byte by byte until none is.
+  thread_local std::vector<uint64_t> left;
+  left.assign(row(all_row_), row(all_row_) + words_);
+  const auto narrow = [&](const uint64_t* by) {
+    uint64_t any = 0;
+    for (size_t word = 0; word < words_; ++word) any |= left[word] &= by[word];
+    return any != 0;
+  };
+  // A port outside the bitmaps is in no mask: every entry's bitmap lets it match.
+  const bool port_in_bitmaps = packet.in_port >= 0 && packet.in_port < static_cast<int>(kValues);
+  if (by_port_ && port_in_bitmaps && !narrow(row(port_rows_ + static_cast<size_t>(packet.in_port)))) {
+    return nullptr;
+  }
+  for (const Byte& byte : bytes_) {
+    const uint32_t value = byteOf(fields.field(byte.slot), byte.word, byte.shift);
+    if (!narrow(row(byte.first_row + value))) return nullptr;
+  }
+  for (size_t word = 0; word < words_; ++word) {
+    for (uint64_t bits = left[word]; bits; bits &= bits - 1) {
+      const size_t index = word * 64 + static_cast<size_t>(__builtin_ctzll(bits));
+      bool matches = true;
+      for (const QualifierValue& q : residual_[index]) matches = matches && qualifier_matches(packet, q);
+      if (matches) return entries_[index];
+    }
+  }
+  return nullptr;
+}
+
+size_t CompiledLookup::memory() const {
+  size_t bytes = rows_.size() * sizeof(uint64_t) + entries_.size() * sizeof(const Entry*) +
+                 bytes_.size() * sizeof(Byte) + residual_.size() * sizeof(residual_[0]);
+  for (const auto& list : residual_) bytes += list.size() * sizeof(QualifierValue);
+  return bytes;
+}
+
+}  // namespace bcmsim::detail

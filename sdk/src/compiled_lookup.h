@@ -1,0 +1,82 @@
+// A group's installed entries compiled for lookup by bit vectors. Every compared packet field is
+// cut into bytes; for each byte that some entry's mask touches, a table gives, per value of the
+// byte, the entries that value lets match (one bit per entry, in slot order). The arrival port is
+// one more table, for port bitmaps. A lookup ANDs the rows the packet's bytes pick, the most
+// selective byte first, stops when no entry is left, and takes the first entry left whose other
+// qualifiers (IP type and IP protocol class, which are not masked compares) match: the cost goes
+// with the bytes compared, not with the entries.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include <bcmsim/classify.h>
+
+namespace bcmsim::detail {
+
+// The packet's masked fields, each read once for all the groups that compare it.
+class PacketFields {
+ public:
+  explicit PacketFields(const Packet& packet) : packet_(packet) {}
+  const Packet& packet() const { return packet_; }
+  // The field of a masked-field qualifier by its slot (field_slot).
+  const Words& field(size_t slot);
+
+ private:
+  const Packet& packet_;
+  std::array<Words, 64> fields_;
+  uint64_t read_ = 0;  // a bit per slot read into fields_
+};
+
+class CompiledLookup {
+ public:
+  // Compiles the group again when it changed since it was compiled: at the first lookup after a
+  // change, so that programming does not pay for it.
+  void refresh(const Group& group, const State& state) {
+    if (!built_ || version_ != group.version) build(group, state);
+  }
+  // The first installed entry, in slot order, whose qualifiers all match the packet. Entries
+  // stay where they are until their group changes, which compiles it again.
+  const Entry* first_match(PacketFields& fields) const;
+  // Bytes of the tables and lists.
+  size_t memory() const;
+
+ private:
+  static constexpr size_t kValues = 256;  // rows of a byte's table, and of the port table
+
+  // One byte of a compared field: its table starts at row `first_row`.
+  struct Byte {
+    size_t slot;  // of the field, for PacketFields
+    int word;
+    int shift;
+    size_t first_row;
+    uint64_t matching = 0;  // entries its values let match, summed over the values
+  };
+
+  void build(const Group& group, const State& state);
+  // Sets the entry's bit in the rows of the byte's table whose value its data and mask let match.
+  void compileByte(const Byte& byte, const QualifierValue* qualifier, size_t entry);
+  void compilePorts(const QualifierValue* bitmap, size_t entry);
+  void set(size_t row_index, size_t entry) { row(row_index)[entry / 64] |= uint64_t{1} << (entry % 64); }
+  // Puts the bytes that leave fewest entries first.
+  void orderBySelectivity();
+
+  // Rows of `words_` 64-bit words each.
+  uint64_t* row(size_t index) { return rows_.data() + index * words_; }
+  const uint64_t* row(size_t index) const { return rows_.data() + index * words_; }
+  size_t addRows(size_t count);
+
+  uint64_t version_ = 0;
+  bool built_ = false;
+  size_t words_ = 0;
+  std::vector<const Entry*> entries_;      // each entry compiled, in slot order
+  std::vector<Byte> bytes_;                // the bytes some entry compares
+  std::vector<uint64_t> rows_;             // every table's rows, then a row of every entry
+  size_t all_row_ = 0;
+  size_t port_rows_ = 0;                   // first row of the arrival port's table
+  bool by_port_ = false;                   // some entry holds a port bitmap
+  std::vector<std::vector<QualifierValue>> residual_;  // per entry: what no table holds
+};
+
+}  // namespace bcmsim::detail
