@@ -11,7 +11,7 @@ SOAK_SWEEP_RANDOM ?= 40
 SUDO := $(if $(filter 0,$(shell id -u)),,sudo)
 PREFIX ?= $(CURDIR)/install
 
-.PHONY: deps install-missing build demo test asan bench fuzz soak sweep mutants chip-table install \
+.PHONY: deps install-missing build demo test asan tsan bench fuzz soak sweep mutants chip-table install \
         clean
 
 deps:
@@ -45,6 +45,12 @@ asan: deps
 	cmake --preset asan
 	cmake --build --preset asan
 	ctest --preset asan
+
+# The threaded replay, and the lookups it runs on several threads, under ThreadSanitizer.
+tsan: deps
+	cmake --preset tsan
+	cmake --build --preset tsan
+	ctest --preset tsan
 
 bench: deps
 	cmake --preset release

@@ -1,14 +1,17 @@
 // Capture replay on a full device: read, parse, classify and count, beside classification alone
 // of the same packets; and the peak memory of a replay at two capture sizes.
+#include <chrono>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <random>
 
 #include <benchmark/benchmark.h>
 
 #include "bench_support.h"
 #include "capture_reader.h"
+#include "five_tuple_acl.h"
 #include "frame_parser.h"
 #include "replay.h"
 #include "support/capture_frames.h"
@@ -50,26 +53,45 @@ std::vector<uint8_t> frameNumber(uint64_t n) {
   return frame.bytes();
 }
 
+// Packet `n` of the five-tuple ACL's traffic: seven in eight drawn from a rule (addresses in its
+// prefixes, ports in its pairs), the eighth at random.
+std::vector<uint8_t> aclFrameNumber(uint64_t n) {
+  static const std::vector<AclRule> rules = fiveTupleRules(1);
+  std::mt19937_64 rng(n);
+  AclRule rule = rules[rng() % rules.size()];
+  if (n % 8 == 7) rule = AclRule{0, 0, 0, 0, 0, 0, 0, 0, 0};
+  const auto within = [&rng](uint32_t value, uint32_t mask) {
+    return (value & mask) | (static_cast<uint32_t>(rng()) & ~mask);
+  };
+  const uint8_t protocol = rule.protocol ? rule.protocol : (rng() % 2 ? capture_frames::kTcp : capture_frames::kUdp);
+  return Frame()
+      .ipv4(within(rule.src, rule.src_mask), within(rule.dst, rule.dst_mask), protocol)
+      .ports(static_cast<uint16_t>(within(rule.src_port, rule.src_port_mask)),
+             static_cast<uint16_t>(within(rule.dst_port, rule.dst_port_mask)))
+      .bytes();
+}
+
 // Captures written for this run, removed at its end.
 struct WrittenCaptures {
   ~WrittenCaptures() {
-    for (const auto& [packets, path] : paths) std::filesystem::remove(path);
+    for (const auto& [name, path] : paths) std::filesystem::remove(path);
   }
-  std::map<uint64_t, std::string> paths;
+  std::map<std::string, std::string> paths;
 };
 
-// The capture of `packets` packets, 1 µs apart, written once per run.
-std::string capture(uint64_t packets) {
+// The capture of `packets` frames, 1 µs apart, frame `n` being `frame(n)`; written once per run.
+std::string capture(const std::string& name, uint64_t packets,
+                    std::vector<uint8_t> (*frame)(uint64_t)) {
   static WrittenCaptures written;
-  if (auto found = written.paths.find(packets); found != written.paths.end()) return found->second;
-  const std::string path = (std::filesystem::temp_directory_path() /
-                            ("filters_bench_replay_" + std::to_string(packets) + ".pcap"))
-                               .string();
+  const std::string key = name + "_" + std::to_string(packets);
+  if (auto found = written.paths.find(key); found != written.paths.end()) return found->second;
+  const std::string path =
+      (std::filesystem::temp_directory_path() / ("filters_bench_" + key + ".pcap")).string();
   {
     capture_frames::CaptureWriter writer(path);
-    for (uint64_t n = 0; n < packets; ++n) writer.write(frameNumber(n), 1000000000 + n * 1000);
+    for (uint64_t n = 0; n < packets; ++n) writer.write(frame(n), 1000000000 + n * 1000);
   }
-  return written.paths[packets] = path;
+  return written.paths[key] = path;
 }
 
 // The machine is shared: rates are per second of this thread's CPU time.
@@ -86,9 +108,14 @@ bcmsim::Packet defaults() {
   return packet;
 }
 
-filtersim::ReplaySummary replay(const std::string& path) {
+filtersim::ReplaySummary replay(const std::string& path, int threads) {
   return filtersim::replayCaptures(filtersim::ReplayCapture{{{path, defaults()}}}, {},
-                                   [](unsigned short) { return std::optional<uint64_t>(); });
+                                   [](unsigned short) { return std::optional<uint64_t>(); },
+                                   threads);
+}
+
+double wallSeconds() {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
 }
 
 // Classification alone of the capture's packets, read and parsed ahead in chunks outside the
@@ -117,15 +144,14 @@ double classificationSeconds(const std::string& path) {
   return spent;
 }
 
-// One iteration replays the whole capture end to end, with the plain lookup or the compiled one;
-// the counters give packets per second end to end and for classification alone, and their ratio;
-// for the compiled lookup, the time to build every group's and the bytes they take.
-void BM_ReplayCapture(benchmark::State& state) {
-  const auto packets = static_cast<uint64_t>(state.range(0));
+// One iteration replays the whole capture end to end, with the plain lookup or the compiled one,
+// on one thread or more; the counters give packets per second end to end (CPU time of this
+// thread, and wall-clock time, which counts what the other threads did) and for classification
+// alone, and their ratio; for the compiled lookup, the time to build every group's and the bytes
+// they take. The device is loaded.
+void measureReplay(benchmark::State& state, const std::string& path, uint64_t packets) {
   const bool compiled = state.range(1) != 0;
-  const std::string path = capture(packets);
-  Switch sw;
-  loadFullDevice(sw, fullDevice());
+  const int threads = static_cast<int>(state.range(2));
   bcmsim::set_lookup_method(compiled ? bcmsim::LookupMethod::Compiled : bcmsim::LookupMethod::Plain);
   const double build_start = cpuSeconds();
   bcmsim::prepare_lookups();
@@ -133,11 +159,14 @@ void BM_ReplayCapture(benchmark::State& state) {
   state.counters["lookup_kib"] = benchmark::Counter(
       compiled ? static_cast<double>(bcmsim::compiled_lookup_bytes()) / 1024 : 0);
   double replay_seconds = 0;
+  double wall_seconds = 0;
   uint64_t hits = 0;
   for (auto _ : state) {
     const double start = cpuSeconds();
-    const filtersim::ReplaySummary summary = replay(path);
+    const double wall_start = wallSeconds();
+    const filtersim::ReplaySummary summary = replay(path, threads);
     replay_seconds += cpuSeconds() - start;
+    wall_seconds += wallSeconds() - wall_start;
     for (const auto& hw : summary.hw_entries) hits += hw.packets;
     if (summary.packets != packets) state.SkipWithError("the capture was not read whole");
   }
@@ -145,6 +174,7 @@ void BM_ReplayCapture(benchmark::State& state) {
   const double replayed = static_cast<double>(packets * state.iterations());
   state.SetItemsProcessed(static_cast<int64_t>(replayed));
   state.counters["replay_pps"] = benchmark::Counter(replayed / replay_seconds);
+  state.counters["replay_wall_pps"] = benchmark::Counter(replayed / wall_seconds);
   state.counters["classify_pps"] =
       benchmark::Counter(static_cast<double>(packets) / classify_seconds);
   state.counters["replay_to_classify"] = benchmark::Counter(
@@ -154,10 +184,35 @@ void BM_ReplayCapture(benchmark::State& state) {
       benchmark::Counter(static_cast<double>(bcmsim::state().entries.size()));
   bcmsim::set_lookup_method(bcmsim::LookupMethod::Compiled);
 }
+
+void BM_ReplayCapture(benchmark::State& state) {
+  const auto packets = static_cast<uint64_t>(state.range(0));
+  const std::string path = capture("full_device", packets, frameNumber);
+  Switch sw;
+  loadFullDevice(sw, fullDevice());
+  measureReplay(state, path, packets);
+}
 BENCHMARK(BM_ReplayCapture)
-    ->ArgNames({"packets", "compiled"})
-    ->Args({1000000, 0})
-    ->Args({1000000, 1})
+    ->ArgNames({"packets", "compiled", "threads"})
+    ->Args({1000000, 0, 1})
+    ->Args({1000000, 1, 1})
+    ->Args({1000000, 1, 2})
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond);
+
+// The five-tuple ACL: 16 ingress groups of 256 rules, traffic drawn from them.
+void BM_ReplayFiveTupleAcl(benchmark::State& state) {
+  const auto packets = static_cast<uint64_t>(state.range(0));
+  const std::string path = capture("five_tuple_acl", packets, aclFrameNumber);
+  Switch sw;
+  loadFullDevice(sw, fiveTupleAcl(fiveTupleRules(1)));
+  measureReplay(state, path, packets);
+}
+BENCHMARK(BM_ReplayFiveTupleAcl)
+    ->ArgNames({"packets", "compiled", "threads"})
+    ->Args({200000, 0, 1})
+    ->Args({200000, 1, 1})
+    ->Args({200000, 1, 2})
     ->Iterations(1)
     ->Unit(benchmark::kMillisecond);
 
@@ -174,7 +229,7 @@ double statusKib(const std::string& field) {
 // The peak resident memory while a capture is replayed on a full device, and how far above the
 // resident memory before the replay it went: the peak is reset first (/proc/self/clear_refs).
 void BM_ReplayPeakMemory(benchmark::State& state) {
-  const std::string path = capture(static_cast<uint64_t>(state.range(0)));
+  const std::string path = capture("full_device", static_cast<uint64_t>(state.range(0)), frameNumber);
   Switch sw;
   loadFullDevice(sw, fullDevice());
   double before = 0;
@@ -182,7 +237,7 @@ void BM_ReplayPeakMemory(benchmark::State& state) {
   for (auto _ : state) {
     std::ofstream("/proc/self/clear_refs") << "5";
     before = statusKib("VmRSS");
-    replay(path);
+    replay(path, 1);
     peak = statusKib("VmHWM");
   }
   state.counters["peak_rss_mib"] = benchmark::Counter(peak / 1024);
