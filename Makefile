@@ -8,6 +8,7 @@ FUZZ_SECONDS ?= 60
 SOAK_SEQUENCES ?= 20000
 SOAK_STEPS ?= 150
 SOAK_SWEEP_RANDOM ?= 40
+SOAK_LOOKUP_PACKETS ?= 4000000
 SUDO := $(if $(filter 0,$(shell id -u)),,sudo)
 PREFIX ?= $(CURDIR)/install
 
@@ -88,6 +89,8 @@ soak: build
 	  ./build/default/tests/robustness/robustness_tests --gtest_filter='RandomSequences.Keep*'
 	FILTERS_SWEEP_RANDOM=$(SOAK_SWEEP_RANDOM) \
 	  ./build/default/tests/robustness/robustness_tests --gtest_filter='FaultSweep.*'
+	FILTERS_LOOKUP_PACKETS=$(SOAK_LOOKUP_PACKETS) \
+	  ./build/default/tests/bcmsim/bcmsim_tests --gtest_filter='CompiledLookup.*'
 
 # Every SDK call of the representative operations failed once, then recovered (the suite runs
 # it too); prints the figures.
