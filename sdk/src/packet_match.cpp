@@ -61,6 +61,14 @@ bool ip_protocol_common_matches(const Packet& p, uint32_t protocol) {
   }
 }
 
+// Sets a field of one or two words. Written in place: a field built aside and copied stalls the
+// loads that follow, and every lookup reads its fields.
+void put(Words* field, uint32_t first, uint32_t second = 0) {
+  field->fill(0);
+  (*field)[0] = first;
+  (*field)[1] = second;
+}
+
 }  // namespace
 
 bool packet_field(const Packet& p, int qualifier, Words* out) {
@@ -78,92 +86,92 @@ bool packet_field(const Packet& p, int qualifier, Words* out) {
       *field = mac_words(p.dst_mac.data());
       return true;
     case bcmFieldQualifySrcIp:
-      *field = scalar_words(p.is_ipv4() ? p.src_ip : 0);
+      put(field, p.is_ipv4() ? p.src_ip : 0);
       return true;
     case bcmFieldQualifyDstIp:
-      *field = scalar_words(p.is_ipv4() ? p.dst_ip : 0);
+      put(field, p.is_ipv4() ? p.dst_ip : 0);
       return true;
     case bcmFieldQualifyInPort:
-      *field = scalar_words(static_cast<uint32_t>(p.in_port));
+      put(field, static_cast<uint32_t>(p.in_port));
       return true;
     case bcmFieldQualifyDrop:
-      *field = scalar_words(p.drop);
+      put(field, p.drop);
       return true;
     case bcmFieldQualifyOuterVlanId:
-      *field = scalar_words(p.outer_vlan.value_or(0));
+      put(field, p.outer_vlan.value_or(0));
       return true;
     case bcmFieldQualifyOuterVlanPri:
-      *field = scalar_words(p.outer_vlan ? p.outer_pcp : 0);
+      put(field, p.outer_vlan ? p.outer_pcp : 0);
       return true;
     case bcmFieldQualifyInnerVlanId:
-      *field = scalar_words(p.inner_vlan.value_or(0));
+      put(field, p.inner_vlan.value_or(0));
       return true;
     case bcmFieldQualifyInnerVlanPri:
-      *field = scalar_words(p.inner_vlan ? p.inner_pcp : 0);
+      put(field, p.inner_vlan ? p.inner_pcp : 0);
       return true;
     case bcmFieldQualifyL4SrcPort:
-      *field = scalar_words(p.l4_src_port);
+      put(field, p.l4_src_port);
       return true;
     case bcmFieldQualifyL4DstPort:
-      *field = scalar_words(p.l4_dst_port);
+      put(field, p.l4_dst_port);
       return true;
     case bcmFieldQualifyEtherType:
-      *field = scalar_words(p.ether_type);
+      put(field, p.ether_type);
       return true;
     case bcmFieldQualifyIpProtocol:
-      *field = scalar_words(ip ? p.ip_protocol : 0);
+      put(field, ip ? p.ip_protocol : 0);
       return true;
     case bcmFieldQualifyDSCP:
-      *field = scalar_words(ip ? p.dscp : 0);
+      put(field, ip ? p.dscp : 0);
       return true;
     case bcmFieldQualifyTtl:
-      *field = scalar_words(ip ? p.ttl : 0);
+      put(field, ip ? p.ttl : 0);
       return true;
     case bcmFieldQualifySrcPort:
-      *field = pair_words(static_cast<uint32_t>(p.src_module), static_cast<uint32_t>(p.in_port));
+      put(field, static_cast<uint32_t>(p.src_module), static_cast<uint32_t>(p.in_port));
       return true;
     case bcmFieldQualifyDstPort:
-      *field = pair_words(0, static_cast<uint32_t>(p.out_port));
+      put(field, 0, static_cast<uint32_t>(p.out_port));
       return true;
     case bcmFieldQualifyPacketRes:
-      *field = scalar_words(p.packet_res);
+      put(field, p.packet_res);
       return true;
     case bcmFieldQualifyForwardingType:
-      *field = scalar_words(p.forwarding_type);
+      put(field, p.forwarding_type);
       return true;
     case bcmFieldQualifyInterfaceClassL2:
-      *field = scalar_words(p.interface_class);
+      put(field, p.interface_class);
       return true;
     case bcmFieldQualifyL3Routable:
-      *field = scalar_words(p.l3_routable);
+      put(field, p.l3_routable);
       return true;
     case bcmFieldQualifyVrf:
-      *field = scalar_words(p.vrf);
+      put(field, p.vrf);
       return true;
     case bcmFieldQualifyOutPort:
-      *field = scalar_words(static_cast<uint32_t>(p.out_port));
+      put(field, static_cast<uint32_t>(p.out_port));
       return true;
     case bcmFieldQualifyVlanFormat:
-      *field = scalar_words((p.outer_vlan ? BCM_FIELD_VLAN_FORMAT_OUTER_TAGGED : 0) |
+      put(field, (p.outer_vlan ? BCM_FIELD_VLAN_FORMAT_OUTER_TAGGED : 0) |
                             (p.inner_vlan ? BCM_FIELD_VLAN_FORMAT_INNER_TAGGED : 0));
       return true;
     case bcmFieldQualifyMplsTerminated:
-      *field = scalar_words(p.mpls_terminated);
+      put(field, p.mpls_terminated);
       return true;
     case bcmFieldQualifyIngressStpState:
-      *field = scalar_words(p.stp_state);
+      put(field, p.stp_state);
       return true;
     case bcmFieldQualifyL2SrcStatic:
-      *field = scalar_words(p.l2_src_static);
+      put(field, p.l2_src_static);
       return true;
     case bcmFieldQualifyIntPriority:
-      *field = scalar_words(p.int_priority.value_or(p.outer_vlan ? p.outer_pcp : 0));
+      put(field, p.int_priority.value_or(p.outer_vlan ? p.outer_pcp : 0));
       return true;
     case bcmFieldQualifyMyStationHit:
-      *field = scalar_words(p.my_station_hit);
+      put(field, p.my_station_hit);
       return true;
     case bcmFieldQualifySrcGport:
-      *field = scalar_words(static_cast<uint32_t>(p.src_gport));
+      put(field, static_cast<uint32_t>(p.src_gport));
       return true;
     default:
       return false;
