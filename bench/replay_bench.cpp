@@ -119,8 +119,10 @@ double wallSeconds() {
 }
 
 // Classification alone of the capture's packets, read and parsed ahead in chunks outside the
-// timing; seconds of CPU time.
-double classificationSeconds(const std::string& path) {
+// timing, by `classify` (lookups, meters, actions and counters) or by the lookups alone; seconds
+// of CPU time.
+template <class Classify>
+double classificationSeconds(const std::string& path, Classify classify) {
   constexpr size_t kChunk = 10000;
   filtersim::CaptureReader reader(path);
   std::vector<bcmsim::Packet> chunk;
@@ -138,7 +140,7 @@ double classificationSeconds(const std::string& path) {
       chunk.push_back(packet);
     }
     const double start = cpuSeconds();
-    for (const bcmsim::Packet& packet : chunk) benchmark::DoNotOptimize(bcmsim::classify(packet));
+    for (const bcmsim::Packet& packet : chunk) benchmark::DoNotOptimize(classify(packet));
     spent += cpuSeconds() - start;
   }
   return spent;
@@ -170,13 +172,19 @@ void measureReplay(benchmark::State& state, const std::string& path, uint64_t pa
     for (const auto& hw : summary.hw_entries) hits += hw.packets;
     if (summary.packets != packets) state.SkipWithError("the capture was not read whole");
   }
-  const double classify_seconds = classificationSeconds(path);
+  const double classify_seconds = classificationSeconds(path, bcmsim::classify);
+  bcmsim::Matches matches;
+  const double match_seconds = classificationSeconds(path, [&matches](const bcmsim::Packet& packet) {
+    bcmsim::match(packet, matches);
+    return matches.stages[0].size();
+  });
   const double replayed = static_cast<double>(packets * state.iterations());
   state.SetItemsProcessed(static_cast<int64_t>(replayed));
   state.counters["replay_pps"] = benchmark::Counter(replayed / replay_seconds);
   state.counters["replay_wall_pps"] = benchmark::Counter(replayed / wall_seconds);
   state.counters["classify_pps"] =
       benchmark::Counter(static_cast<double>(packets) / classify_seconds);
+  state.counters["match_pps"] = benchmark::Counter(static_cast<double>(packets) / match_seconds);
   state.counters["replay_to_classify"] = benchmark::Counter(
       static_cast<double>(packets) / classify_seconds / (replayed / replay_seconds));
   state.counters["hits_per_packet"] = benchmark::Counter(static_cast<double>(hits) / replayed);

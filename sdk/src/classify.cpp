@@ -182,11 +182,7 @@ bool counts(bcm_field_stat_t type, Color color) {
   }
 }
 
-void count(State& state, const Entry& entry, const Packet& packet, Color colour) {
-  if (!entry.installed->stat) return;
-  auto found = state.stats.find(*entry.installed->stat);
-  if (found == state.stats.end() || !found->second.counting.count(entry.id)) return;
-  Stat& stat = found->second;
+void count(Stat& stat, const Packet& packet, Color colour) {
   for (size_t i = 0; i < stat.types.size(); ++i) {
     if (!counts(stat.types[i], colour)) continue;
     // Even stat types count bytes, odd ones packets.
@@ -194,20 +190,43 @@ void count(State& state, const Entry& entry, const Packet& packet, Color colour)
   }
 }
 
-const Entry* first_match(const Device& dev, const Group& group, PacketFields& fields) {
-  const Device::GroupLookups& lookups = dev.group_lookups.at(group.id);
-  return dev.lookup_method == LookupMethod::Plain
-             ? lookups.plain.first_match(group, dev.state, fields.packet())
-             : lookups.compiled.first_match(fields);
+void match_plain(const Device& dev, Stage stage, const Packet& packet,
+                 std::vector<GroupMatch>& matches) {
+  for (const Device::StageGroup& group : dev.stage_groups[static_cast<size_t>(stage)]) {
+    if (const Entry* entry = group.lookups->plain.first_match(*group.group, dev.state, packet)) {
+      matches.push_back({group.group, entry});
+    }
+  }
 }
 
-// The entry each group of the stage finds, by group priority (highest first).
-std::vector<GroupMatch> match_stage(const Device& dev, Stage stage, PacketFields& fields) {
-  std::vector<GroupMatch> matches;
-  for (const Group* group : dev.stage_groups[static_cast<size_t>(stage)]) {
-    if (const Entry* entry = first_match(dev, *group, fields)) matches.push_back({group, entry});
+// The stage's filter picks the groups worth a lookup.
+void match_compiled(const Device& dev, Stage stage, PacketFields& fields,
+                    std::vector<GroupMatch>& matches) {
+  const StageFilter& filter = dev.stage_filters[static_cast<size_t>(stage)];
+  std::array<uint64_t, 4> stack;
+  std::vector<uint64_t> heap(filter.words() > stack.size() ? filter.words() : 0);
+  uint64_t* const candidates = heap.empty() ? stack.data() : heap.data();
+  if (!filter.candidates(fields, candidates)) return;
+  const std::vector<Device::StageGroup>& groups = dev.stage_groups[static_cast<size_t>(stage)];
+  for (size_t word = 0; word < filter.words(); ++word) {
+    for (uint64_t bits = candidates[word]; bits; bits &= bits - 1) {
+      const Device::StageGroup& group = groups[word * 64 + static_cast<size_t>(__builtin_ctzll(bits))];
+      if (const CompiledLookup::Found found = group.lookups->compiled.first_match(fields); found.entry) {
+        matches.push_back({group.group, found.entry, found.counter});
+      }
+    }
   }
-  return matches;
+}
+
+// The entry each group of the stage finds, by group priority (highest first), in `matches`.
+void match_stage(const Device& dev, Stage stage, PacketFields& fields,
+                 std::vector<GroupMatch>& matches) {
+  matches.clear();
+  if (dev.lookup_method == LookupMethod::Plain) {
+    match_plain(dev, stage, fields.packet(), matches);
+  } else {
+    match_compiled(dev, stage, fields, matches);
+  }
 }
 
 // Meters the stage's hits, then applies their actions from the group of lowest priority to the
@@ -215,6 +234,8 @@ std::vector<GroupMatch> match_stage(const Device& dev, Stage stage, PacketFields
 void apply_stage(Device& dev, Stage stage, const std::vector<GroupMatch>& matches,
                  const Packet& packet, Classification& result) {
   State& state = dev.state;
+  if (matches.empty()) return;
+  result.hits.reserve(kStageCount * 2);  // no growth for most packets
   const size_t first = result.hits.size();
   for (const GroupMatch& match : matches) {
     Hit& hit = result.hits.emplace_back(Hit{stage, match.group->id, match.entry->id, std::nullopt, {}});
@@ -226,7 +247,8 @@ void apply_stage(Device& dev, Stage stage, const std::vector<GroupMatch>& matche
     for (const ActionValue& action : entry.installed->actions) {
       apply(state, entry, action, packet, colour, result.verdict);
     }
-    count(state, entry, packet, colour);
+    Stat* counter = matches[i].counter ? matches[i].counter : counting_stat(state, entry);
+    if (counter) count(*counter, packet, colour);
   }
 }
 
@@ -243,19 +265,26 @@ void prepare_lookups() {
   const auto prepared = std::make_pair(dev.changes, dev.lookup_method);
   if (dev.prepared == prepared) return;
   dev.prepared = prepared;
-  for (std::vector<const Group*>& groups : dev.stage_groups) groups.clear();
+  for (auto& groups : dev.stage_groups) groups.clear();
   for (const auto& [id, group] : dev.state.groups) {
-    dev.stage_groups[static_cast<size_t>(group.stage)].push_back(&group);
     detail::Device::GroupLookups& lookups = dev.group_lookups[id];
+    dev.stage_groups[static_cast<size_t>(group.stage)].push_back({&group, &lookups});
     if (dev.lookup_method == LookupMethod::Plain) {
       lookups.plain.refresh(group, dev.state);
     } else {
       lookups.compiled.refresh(group, dev.state);
     }
   }
-  for (std::vector<const Group*>& groups : dev.stage_groups) {
-    std::stable_sort(groups.begin(), groups.end(),
-                     [](const Group* a, const Group* b) { return a->priority > b->priority; });
+  for (size_t stage = 0; stage < dev.stage_groups.size(); ++stage) {
+    std::vector<detail::Device::StageGroup>& groups = dev.stage_groups[stage];
+    std::stable_sort(groups.begin(), groups.end(), [](const auto& a, const auto& b) {
+      return a.group->priority > b.group->priority;
+    });
+    if (dev.lookup_method == LookupMethod::Compiled) {
+      std::vector<const detail::CompiledLookup*> lookups;
+      for (const auto& group : groups) lookups.push_back(&group.lookups->compiled);
+      dev.stage_filters[stage].build(lookups);
+    }
   }
 }
 
@@ -265,15 +294,13 @@ size_t compiled_lookup_bytes() {
   return bytes;
 }
 
-Matches match(const Packet& packet) {
+void match(const Packet& packet, Matches& matches) {
   const detail::Device& dev = detail::device();
-  Matches matches;
   detail::PacketFields fields(packet);
   for (int stage = 0; stage < kStageCount; ++stage) {
-    matches.stages[static_cast<size_t>(stage)] =
-        detail::match_stage(dev, static_cast<Stage>(stage), fields);
+    detail::match_stage(dev, static_cast<Stage>(stage), fields,
+                        matches.stages[static_cast<size_t>(stage)]);
   }
-  return matches;
 }
 
 Classification apply(const Packet& packet, const Matches& matches) {
@@ -293,7 +320,8 @@ Classification classify(const Packet& packet) {
   detail::PacketFields fields(packet);
   for (Stage stage : {Stage::PreIngress, Stage::Ingress, Stage::Egress}) {
     if (stage == Stage::Egress && result.verdict.drop) break;
-    detail::apply_stage(dev, stage, detail::match_stage(dev, stage, fields), packet, result);
+    detail::match_stage(dev, stage, fields, dev.stage_matches);
+    detail::apply_stage(dev, stage, dev.stage_matches, packet, result);
   }
   return result;
 }

@@ -51,12 +51,9 @@ size_t field_slot(int qualifier) {
 
 }  // namespace
 
-const Words& PacketFields::field(size_t slot) {
-  if (!((read_ >> slot) & 1)) {
-    packet_field(packet_, maskedFields()[slot], &fields_[slot]);
-    read_ |= uint64_t{1} << slot;
-  }
-  return fields_[slot];
+void PacketFields::read(size_t slot) {
+  packet_field(packet_, maskedFields()[slot], &fields_[slot]);
+  read_ |= uint64_t{1} << slot;
 }
 
 size_t CompiledLookup::addRows(size_t count) {
@@ -65,16 +62,27 @@ size_t CompiledLookup::addRows(size_t count) {
   return first;
 }
 
-void CompiledLookup::build(const Group& group, const State& state) {
+Stat* counting_stat(State& state, const Entry& entry) {
+  if (!entry.installed->stat) return nullptr;
+  auto found = state.stats.find(*entry.installed->stat);
+  if (found == state.stats.end() || !found->second.counting.count(entry.id)) return nullptr;
+  return &found->second;
+}
+
+void CompiledLookup::build(const Group& group, State& state) {
   built_ = true;
   version_ = group.version;
   entries_.clear();
+  counters_.clear();
   bytes_.clear();
   rows_.clear();
   residual_.clear();
+  residual_end_.clear();
   std::vector<const Entry*>& entries = entries_;
   for (const Group::Slot& slot : group.slots) {
-    if (!slot.free()) entries.push_back(state.entry(slot.entry));
+    if (slot.free()) continue;
+    entries.push_back(state.entry(slot.entry));
+    counters_.push_back(counting_stat(state, *entries.back()));
   }
   words_ = (entries.size() + 63) / 64;
   // The bytes some entry's mask touches, field by field.
@@ -97,14 +105,15 @@ void CompiledLookup::build(const Group& group, const State& state) {
       }
     }
   }
+  port_some_ = {};
   if (by_port_) port_rows_ = addRows(kValues);
   all_row_ = addRows(1);
-  residual_.resize(entries.size());
   for (size_t index = 0; index < entries.size(); ++index) {
     const EntryView& view = *entries[index]->installed;
     for (const QualifierValue& q : view.qualifiers) {
-      if (!tabled(q.qualifier)) residual_[index].push_back(q);
+      if (!tabled(q.qualifier)) residual_.push_back(q);
     }
+    residual_end_.push_back(static_cast<uint32_t>(residual_.size()));
     for (const Byte& byte : bytes_) {
       compileByte(byte, view.qualifier(maskedFields()[byte.slot]), index);
     }
@@ -119,7 +128,10 @@ void CompiledLookup::orderBySelectivity() {
     byte.matching = 0;
     for (size_t value = 0; value < kValues; ++value) {
       const uint64_t* words = row(byte.first_row + value);
-      for (size_t w = 0; w < words_; ++w) byte.matching += static_cast<uint64_t>(__builtin_popcountll(words[w]));
+      uint64_t entries = 0;
+      for (size_t w = 0; w < words_; ++w) entries += static_cast<uint64_t>(__builtin_popcountll(words[w]));
+      byte.matching += entries * entries;
+      if (entries) byte.some[value / 64] |= uint64_t{1} << (value % 64);
     }
   }
   std::stable_sort(bytes_.begin(), bytes_.end(),
@@ -138,45 +150,56 @@ void CompiledLookup::compilePorts(const QualifierValue* bitmap, size_t entry) {
   for (size_t port = 0; port < kValues; ++port) {
     if (!bitmap || !portBit(bitmap->mask, port) || portBit(bitmap->data, port)) {
       set(port_rows_ + port, entry);
+      port_some_[port / 64] |= uint64_t{1} << (port % 64);
     }
   }
 }
 
-const Entry* CompiledLookup::first_match(PacketFields& fields) const {
-  if (entries_.empty()) return nullptr;
+CompiledLookup::Found CompiledLookup::first_match(PacketFields& fields) const {
+  if (entries_.empty()) return {};
   const Packet& packet = fields.packet();
-  // The entries left, narrowed byte by byte until none is.
-  thread_local std::vector<uint64_t> left;
-  left.assign(row(all_row_), row(all_row_) + words_);
+  // The entries left, narrowed row by row until none is: on the stack for groups of up to
+  // kStackWords * 64 entries. Before the first row, every entry is left.
+  std::array<uint64_t, kStackWords> stack;
+  std::vector<uint64_t> heap(words_ > kStackWords ? words_ : 0);
+  uint64_t* const left = heap.empty() ? stack.data() : heap.data();
+  const uint64_t* from = row(all_row_);
   const auto narrow = [&](const uint64_t* by) {
     uint64_t any = 0;
-    for (size_t word = 0; word < words_; ++word) any |= left[word] &= by[word];
+    for (size_t word = 0; word < words_; ++word) any |= left[word] = from[word] & by[word];
+    from = left;
     return any != 0;
   };
   // A port outside the bitmaps is in no mask: every entry's bitmap lets it match.
   const bool port_in_bitmaps = packet.in_port >= 0 && packet.in_port < static_cast<int>(kValues);
   if (by_port_ && port_in_bitmaps && !narrow(row(port_rows_ + static_cast<size_t>(packet.in_port)))) {
-    return nullptr;
+    return {};
   }
   for (const Byte& byte : bytes_) {
     const uint32_t value = byteOf(fields.field(byte.slot), byte.word, byte.shift);
-    if (!narrow(row(byte.first_row + value))) return nullptr;
+    if (!narrow(row(byte.first_row + value))) return {};
   }
   for (size_t word = 0; word < words_; ++word) {
-    for (uint64_t bits = left[word]; bits; bits &= bits - 1) {
+    for (uint64_t bits = from[word]; bits; bits &= bits - 1) {
       const size_t index = word * 64 + static_cast<size_t>(__builtin_ctzll(bits));
-      bool matches = true;
-      for (const QualifierValue& q : residual_[index]) matches = matches && qualifier_matches(packet, q);
-      if (matches) return entries_[index];
+      if (residualMatches(index, packet)) return {entries_[index], counters_[index]};
     }
   }
-  return nullptr;
+  return {};
+}
+
+bool CompiledLookup::residualMatches(size_t entry, const Packet& packet) const {
+  const size_t end = residual_end_[entry];
+  for (size_t index = entry ? residual_end_[entry - 1] : 0; index < end; ++index) {
+    if (!qualifier_matches(packet, residual_[index])) return false;
+  }
+  return true;
 }
 
 size_t CompiledLookup::memory() const {
-  size_t bytes = rows_.size() * sizeof(uint64_t) + entries_.size() * sizeof(const Entry*) +
-                 bytes_.size() * sizeof(Byte) + residual_.size() * sizeof(residual_[0]);
-  for (const auto& list : residual_) bytes += list.size() * sizeof(QualifierValue);
+  size_t bytes = rows_.size() * sizeof(uint64_t) + entries_.size() * (sizeof(const Entry*) + sizeof(Stat*)) +
+                 bytes_.size() * sizeof(Byte) + residual_.size() * sizeof(QualifierValue) +
+                 residual_end_.size() * sizeof(uint32_t);
   return bytes;
 }
 

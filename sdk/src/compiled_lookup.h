@@ -21,29 +21,41 @@ class PacketFields {
   explicit PacketFields(const Packet& packet) : packet_(packet) {}
   const Packet& packet() const { return packet_; }
   // The field of a masked-field qualifier by its slot (field_slot).
-  const Words& field(size_t slot);
+  const Words& field(size_t slot) {
+    if (!((read_ >> slot) & 1)) read(slot);
+    return fields_[slot];
+  }
 
  private:
+  void read(size_t slot);
+
   const Packet& packet_;
   std::array<Words, 64> fields_;
   uint64_t read_ = 0;  // a bit per slot read into fields_
 };
 
+// The statistics object the installed entry's hardware counts for; null when none does.
+Stat* counting_stat(State& state, const Entry& entry);
+
 class CompiledLookup {
  public:
   // Compiles the group again when it changed since it was compiled: at the first lookup after a
   // change, so that programming does not pay for it.
-  void refresh(const Group& group, const State& state) {
+  void refresh(const Group& group, State& state) {
     if (!built_ || version_ != group.version) build(group, state);
   }
-  // The first installed entry, in slot order, whose qualifiers all match the packet. Entries
-  // stay where they are until their group changes, which compiles it again.
-  const Entry* first_match(PacketFields& fields) const;
+  struct Found {
+    const Entry* entry = nullptr;
+    Stat* counter = nullptr;  // the statistics object its hardware counts for, if any
+  };
+  // The first installed entry, in slot order, whose qualifiers all match the packet. Entries and
+  // what they count for stay as they are until their group changes, which compiles it again.
+  Found first_match(PacketFields& fields) const;
   // Bytes of the tables and lists.
   size_t memory() const;
 
- private:
   static constexpr size_t kValues = 256;  // rows of a byte's table, and of the port table
+  using ValueBits = std::array<uint64_t, kValues / 64>;
 
   // One byte of a compared field: its table starts at row `first_row`.
   struct Byte {
@@ -51,14 +63,28 @@ class CompiledLookup {
     int word;
     int shift;
     size_t first_row;
-    uint64_t matching = 0;  // entries its values let match, summed over the values
+    // The entries a packet's value leaves, squared and summed over the values: what the byte
+    // leaves of the entries of a packet that some entry matches, the fewer the better.
+    uint64_t matching = 0;
+    ValueBits some{};  // a bit per value whose row holds some entry
   };
+  // For a filter ahead of the lookups: the bytes compared, and the arrival ports whose row holds
+  // some entry (null when no entry holds a port bitmap; a port beyond the rows lets every entry
+  // match). The group matches nothing when it has no entry.
+  bool empty() const { return entries_.empty(); }
+  const std::vector<Byte>& bytes() const { return bytes_; }
+  const ValueBits* ports() const { return by_port_ ? &port_some_ : nullptr; }
 
-  void build(const Group& group, const State& state);
+ private:
+  static constexpr size_t kStackWords = 64;  // a lookup's entries left, held on the stack
+
+  void build(const Group& group, State& state);
   // Sets the entry's bit in the rows of the byte's table whose value its data and mask let match.
   void compileByte(const Byte& byte, const QualifierValue* qualifier, size_t entry);
   void compilePorts(const QualifierValue* bitmap, size_t entry);
   void set(size_t row_index, size_t entry) { row(row_index)[entry / 64] |= uint64_t{1} << (entry % 64); }
+  // Whether the entry's qualifiers that no table holds match the packet.
+  bool residualMatches(size_t entry, const Packet& packet) const;
   // Puts the bytes that leave fewest entries first.
   void orderBySelectivity();
 
@@ -71,12 +97,16 @@ class CompiledLookup {
   bool built_ = false;
   size_t words_ = 0;
   std::vector<const Entry*> entries_;      // each entry compiled, in slot order
+  std::vector<Stat*> counters_;            // what each entry counts for
   std::vector<Byte> bytes_;                // the bytes some entry compares
   std::vector<uint64_t> rows_;             // every table's rows, then a row of every entry
   size_t all_row_ = 0;
   size_t port_rows_ = 0;                   // first row of the arrival port's table
   bool by_port_ = false;                   // some entry holds a port bitmap
-  std::vector<std::vector<QualifierValue>> residual_;  // per entry: what no table holds
+  ValueBits port_some_{};                  // a bit per port whose row holds some entry
+  // What no table holds, entry after entry: entry N's end at residual_end_[N].
+  std::vector<QualifierValue> residual_;
+  std::vector<uint32_t> residual_end_;
 };
 
 }  // namespace bcmsim::detail

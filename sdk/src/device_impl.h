@@ -16,6 +16,7 @@
 #include "id_allocator.h"
 #include "meter.h"
 #include "refusal_rules.h"
+#include "stage_filter.h"
 
 namespace bcmsim::detail {
 
@@ -47,7 +48,13 @@ struct Device {
   // The changes and the method of the lookups last prepared, and the groups of each stage then,
   // by priority (highest first; equal priorities by id).
   std::optional<std::pair<uint64_t, LookupMethod>> prepared;
-  std::array<std::vector<const Group*>, kStageCount> stage_groups;
+  struct StageGroup {
+    const Group* group;
+    const GroupLookups* lookups;
+  };
+  std::array<std::vector<StageGroup>, kStageCount> stage_groups;
+  std::array<StageFilter, kStageCount> stage_filters;  // of the compiled lookups
+  std::vector<GroupMatch> stage_matches;               // classify()'s, kept for their room
   uint64_t changes = 0;                               // the latest Group::version given out
   // By policer id: the buckets of each policer from the first packet it meters until its
   // configuration is set again or it is destroyed. Kept out of the state, which inspection shows.

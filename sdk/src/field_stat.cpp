@@ -215,6 +215,7 @@ int bcm_field_entry_stat_detach(int unit, bcm_field_entry_t entry, int stat_id) 
           // The counter is given up at once; the entry's hardware stops counting for the object
           // although it points at it until the next install.
           stop_counting(dev.state, stat_id, entry);
+          if (e.installed) dev.changed(dev.state.groups.at(e.group));
           e.staged.stat.reset();
           dev.state.stats.at(stat_id).entries.erase(entry);
           return BCM_E_NONE;

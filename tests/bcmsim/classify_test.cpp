@@ -98,6 +98,38 @@ TEST_F(Classify, TheGroupOfHigherPriorityWinsAConflict) {
   EXPECT_EQ(result.verdict.text(), "forwarded, pcp 3");
 }
 
+// Each lookup keeps what an entry counts for until the entry's group changes: detaching the
+// object from an installed entry is such a change, and the object may be destroyed after it.
+TEST_F(Classify, AHitCountsOnlyWhileTheInstalledEntryKeepsItsCounter) {
+  for (auto method : {bcmsim::LookupMethod::Compiled, bcmsim::LookupMethod::Plain}) {
+    SCOPED_TRACE(method == bcmsim::LookupMethod::Compiled ? "compiled" : "plain");
+    SetUp();
+    bcmsim::set_lookup_method(method);
+    dst_ip_entry(1, 0, 0, 1, bcmFieldActionCopyToCpu);
+    int stat = 0;
+    bcm_field_stat_t packets = bcmFieldStatPackets;
+    ASSERT_EQ(bcm_field_stat_create(0, 16, 1, &packets, &stat), 0);
+    ASSERT_EQ(bcm_field_entry_stat_attach(0, 1, stat), 0);
+    ASSERT_EQ(bcm_field_entry_reinstall(0, 1), 0);
+    const auto counted = [stat] {
+      uint64 value = 0;
+      EXPECT_EQ(bcm_field_stat_get(0, stat, bcmFieldStatPackets, &value), 0);
+      return value;
+    };
+    bcmsim::classify(to(1));
+    EXPECT_EQ(counted(), 1u);
+    ASSERT_EQ(bcm_field_entry_stat_detach(0, 1, stat), 0);
+    bcmsim::classify(to(1));
+    ASSERT_EQ(bcm_field_entry_stat_attach(0, 1, stat), 0);
+    ASSERT_EQ(bcm_field_entry_reinstall(0, 1), 0);
+    EXPECT_EQ(counted(), 1u) << "the count kept while detached is the count before";
+    ASSERT_EQ(bcm_field_entry_stat_detach(0, 1, stat), 0);
+    ASSERT_EQ(bcm_field_stat_destroy(0, stat), 0);
+    EXPECT_EQ(hit_entries(bcmsim::classify(to(1))), std::vector<int>{1});
+  }
+  bcmsim::set_lookup_method(bcmsim::LookupMethod::Compiled);
+}
+
 TEST_F(Classify, PortBitmapsIpTypesAndTheEgressStage) {
   install(16, 1, 0,
           [](int e) {

@@ -253,7 +253,7 @@ class Classifier {
   static constexpr size_t kBatch = 16384;
 
   void lookUp(size_t first, size_t last) {
-    for (size_t k = first; k < last; ++k) matches_[k] = bcmsim::match(batch_[k]);
+    for (size_t k = first; k < last; ++k) bcmsim::match(batch_[k], matches_[k]);
   }
 
   ReplayTally& tally_;

@@ -108,6 +108,9 @@ struct Classification {
 struct GroupMatch {
   const Group* group;
   const Entry* entry;
+  // The statistics object the entry's hardware counts for, when the lookup knows it (the
+  // compiled one does); apply() finds it otherwise.
+  Stat* counter = nullptr;
 };
 struct Matches {
   std::array<std::vector<GroupMatch>, kStageCount> stages;
@@ -116,7 +119,7 @@ struct Matches {
 // Walks the stages in order (pre-ingress, ingress, then egress unless the packet is dropped by
 // then). In every group the installed entry of highest priority whose qualifiers all match hits;
 // across groups of a stage the group of higher priority wins a conflict. The packet is counted
-// on the statistics of every entry it hits. The same as apply(packet, match(packet)).
+// on the statistics of every entry it hits. The same as match() then apply().
 Classification classify(const Packet& packet);
 
 // Builds the lookup of every group changed since it was last built. While nothing changes the
@@ -124,9 +127,9 @@ Classification classify(const Packet& packet);
 void prepare_lookups();
 // Bytes the compiled lookups built so far take.
 size_t compiled_lookup_bytes();
-// Looks the packet up in every group of every stage; changes nothing. The lookups must be
-// prepared.
-Matches match(const Packet& packet);
+// Looks the packet up in every group of every stage, into `matches` (whose room is kept);
+// changes nothing. The lookups must be prepared.
+void match(const Packet& packet, Matches& matches);
 // Meters, applies and counts what match() found, stage by stage, as classify() does: packets
 // applied in the order they arrive.
 Classification apply(const Packet& packet, const Matches& matches);
