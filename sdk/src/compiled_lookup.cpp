@@ -22,8 +22,8 @@ bool tabled(int qualifier) {
   return qualifier == bcmFieldQualifyInPorts || masked_field(qualifier);
 }
 
-uint32_t byteOf(const Words& words, int word, int shift) {
-  return (words[static_cast<size_t>(word)] >> shift) & 0xff;
+uint32_t byteOf(const Words& words, size_t word, unsigned shift) {
+  return (words[word] >> shift) & 0xff;
 }
 
 bool portBit(const Words& bitmap, size_t port) {
@@ -100,7 +100,9 @@ void CompiledLookup::build(const Group& group, State& state) {
     for (int word = 0; word < static_cast<int>(mask.size()); ++word) {
       for (int shift = 0; shift < 32; shift += 8) {
         if (byteOf(mask, word, shift)) {
-          bytes_.push_back({field_slot(qualifier), word, shift, addRows(kValues)});
+          bytes_.push_back({static_cast<uint32_t>(addRows(kValues)),
+                            static_cast<uint16_t>(field_slot(qualifier)), static_cast<uint8_t>(word),
+                            static_cast<uint8_t>(shift)});
         }
       }
     }
@@ -114,36 +116,70 @@ void CompiledLookup::build(const Group& group, State& state) {
       if (!tabled(q.qualifier)) residual_.push_back(q);
     }
     residual_end_.push_back(static_cast<uint32_t>(residual_.size()));
-    for (const Byte& byte : bytes_) {
-      compileByte(byte, view.qualifier(maskedFields()[byte.slot]), index);
-    }
+    for (const Byte& byte : bytes_) compileByte(byte, view, index);
     if (by_port_) compilePorts(view.qualifier(bcmFieldQualifyInPorts), index);
     set(all_row_, index);
   }
   orderBySelectivity();
+  keepEntryBytes();
 }
 
 void CompiledLookup::orderBySelectivity() {
-  for (Byte& byte : bytes_) {
-    byte.matching = 0;
+  // Per byte, the entries a packet's value leaves, squared and summed over the values: what the
+  // byte leaves of the entries of a packet that some entry matches, the fewer the better.
+  std::vector<uint64_t> matching(bytes_.size(), 0);
+  std::vector<ValueBits> values(bytes_.size(), ValueBits{});
+  for (size_t index = 0; index < bytes_.size(); ++index) {
     for (size_t value = 0; value < kValues; ++value) {
-      const uint64_t* words = row(byte.first_row + value);
+      const uint64_t* words = row(bytes_[index].first_row + value);
       uint64_t entries = 0;
       for (size_t w = 0; w < words_; ++w) entries += static_cast<uint64_t>(__builtin_popcountll(words[w]));
-      byte.matching += entries * entries;
-      if (entries) byte.some[value / 64] |= uint64_t{1} << (value % 64);
+      matching[index] += entries * entries;
+      if (entries) values[index][value / 64] |= uint64_t{1} << (value % 64);
     }
   }
-  std::stable_sort(bytes_.begin(), bytes_.end(),
-                   [](const Byte& a, const Byte& b) { return a.matching < b.matching; });
+  std::vector<size_t> order(bytes_.size());
+  for (size_t index = 0; index < order.size(); ++index) order[index] = index;
+  std::stable_sort(order.begin(), order.end(),
+                   [&matching](size_t a, size_t b) { return matching[a] < matching[b]; });
+  const std::vector<Byte> unordered = bytes_;
+  byte_values_.clear();
+  for (size_t index = 0; index < order.size(); ++index) {
+    bytes_[index] = unordered[order[index]];
+    byte_values_.push_back(values[order[index]]);
+  }
 }
 
-void CompiledLookup::compileByte(const Byte& byte, const QualifierValue* qualifier, size_t entry) {
+CompiledLookup::MaskedByte CompiledLookup::maskedByte(const Byte& byte, const EntryView& view) {
+  const QualifierValue* qualifier = view.qualifier(maskedFields()[byte.slot]);
   const uint32_t mask = qualifier ? byteOf(qualifier->mask, byte.word, byte.shift) : 0;
   const uint32_t data = qualifier ? byteOf(qualifier->data, byte.word, byte.shift) & mask : 0;
+  return {static_cast<uint8_t>(mask), static_cast<uint8_t>(data)};
+}
+
+void CompiledLookup::compileByte(const Byte& byte, const EntryView& view, size_t entry) {
+  const MaskedByte masked = maskedByte(byte, view);
   for (uint32_t value = 0; value < kValues; ++value) {
-    if ((value & mask) == data) set(byte.first_row + value, entry);
+    if ((value & masked.mask) == masked.data) set(byte.first_row + value, entry);
   }
+}
+
+void CompiledLookup::keepEntryBytes() {
+  entry_bytes_.clear();
+  for (const Entry* entry : entries_) {
+    for (const Byte& byte : bytes_) entry_bytes_.push_back(maskedByte(byte, *entry->installed));
+  }
+}
+
+bool CompiledLookup::bytesMatch(size_t entry, size_t first_byte, PacketFields& fields) const {
+  const MaskedByte* masked = entry_bytes_.data() + entry * bytes_.size();
+  for (size_t index = first_byte; index < bytes_.size(); ++index) {
+    const Byte& byte = bytes_[index];
+    if ((byteOf(fields.field(byte.slot), byte.word, byte.shift) & masked[index].mask) != masked[index].data) {
+      return false;
+    }
+  }
+  return true;
 }
 
 void CompiledLookup::compilePorts(const QualifierValue* bitmap, size_t entry) {
@@ -175,17 +211,31 @@ CompiledLookup::Found CompiledLookup::first_match(PacketFields& fields) const {
   if (by_port_ && port_in_bitmaps && !narrow(row(port_rows_ + static_cast<size_t>(packet.in_port)))) {
     return {};
   }
-  for (const Byte& byte : bytes_) {
+  // Narrowed until one entry is left: its own bytes are compared then, not the rows.
+  size_t narrowed = 0;
+  for (; narrowed < bytes_.size() && !atMostOne(from); ++narrowed) {
+    const Byte& byte = bytes_[narrowed];
     const uint32_t value = byteOf(fields.field(byte.slot), byte.word, byte.shift);
     if (!narrow(row(byte.first_row + value))) return {};
   }
   for (size_t word = 0; word < words_; ++word) {
     for (uint64_t bits = from[word]; bits; bits &= bits - 1) {
       const size_t index = word * 64 + static_cast<size_t>(__builtin_ctzll(bits));
-      if (residualMatches(index, packet)) return {entries_[index], counters_[index]};
+      if (bytesMatch(index, narrowed, fields) && residualMatches(index, packet)) {
+        return {entries_[index], counters_[index]};
+      }
     }
   }
   return {};
+}
+
+bool CompiledLookup::atMostOne(const uint64_t* entries) const {
+  size_t words_with_some = 0;
+  for (size_t word = 0; word < words_; ++word) {
+    if (!entries[word]) continue;
+    if (++words_with_some > 1 || (entries[word] & (entries[word] - 1))) return false;
+  }
+  return true;
 }
 
 bool CompiledLookup::residualMatches(size_t entry, const Packet& packet) const {
@@ -199,7 +249,7 @@ bool CompiledLookup::residualMatches(size_t entry, const Packet& packet) const {
 size_t CompiledLookup::memory() const {
   size_t bytes = rows_.size() * sizeof(uint64_t) + entries_.size() * (sizeof(const Entry*) + sizeof(Stat*)) +
                  bytes_.size() * sizeof(Byte) + residual_.size() * sizeof(QualifierValue) +
-                 residual_end_.size() * sizeof(uint32_t);
+                 residual_end_.size() * sizeof(uint32_t) + entry_bytes_.size() * sizeof(MaskedByte);
   return bytes;
 }
 

@@ -21,8 +21,9 @@ void StageFilter::build(const std::vector<const CompiledLookup*>& lookups) {
     const CompiledLookup& lookup = *lookups[group];
     if (lookup.empty()) continue;
     setBit(all_.data(), group);
-    for (const CompiledLookup::Byte& byte : lookup.bytes()) {
-      compared[{byte.slot, byte.word, byte.shift}].push_back({group, &byte.some});
+    for (size_t index = 0; index < lookup.bytes().size(); ++index) {
+      const CompiledLookup::Byte& byte = lookup.bytes()[index];
+      compared[{byte.slot, byte.word, byte.shift}].push_back({group, &lookup.values(index)});
     }
     if (const CompiledLookup::ValueBits* ports = lookup.ports()) {
       compared[{kPortSlot, 0, 0}].push_back({group, ports});
@@ -60,7 +61,7 @@ void StageFilter::countPassing(Place& place) const {
   }
 }
 
-size_t StageFilter::valueAt(const Place& place, PacketFields& fields) {
+inline size_t StageFilter::valueAt(const Place& place, PacketFields& fields) {
   if (place.slot == kPortSlot) {
     const int port = fields.packet().in_port;
     return port >= 0 && port < static_cast<int>(kValues) ? static_cast<size_t>(port) : kValues;
@@ -69,14 +70,15 @@ size_t StageFilter::valueAt(const Place& place, PacketFields& fields) {
 }
 
 bool StageFilter::candidates(PacketFields& fields, uint64_t* out) const {
+  const size_t words = words_;
   std::copy(all_.begin(), all_.end(), out);
   for (const Place& place : places_) {
     const uint64_t* by = row(place.first_row + valueAt(place, fields));
     uint64_t any = 0;
-    for (size_t word = 0; word < words_; ++word) any |= out[word] &= by[word];
+    for (size_t word = 0; word < words; ++word) any |= out[word] &= by[word];
     if (!any) return false;
   }
-  return std::any_of(out, out + words_, [](uint64_t word) { return word != 0; });
+  return std::any_of(out, out + words, [](uint64_t word) { return word != 0; });
 }
 
 }  // namespace bcmsim::detail
