@@ -202,20 +202,17 @@ void match_plain(const Device& dev, Stage stage, const Packet& packet,
 // The stage's filter picks the groups worth a lookup.
 void match_compiled(const Device& dev, Stage stage, PacketFields& fields,
                     std::vector<GroupMatch>& matches) {
-  const StageFilter& filter = dev.stage_filters[static_cast<size_t>(stage)];
-  std::array<uint64_t, 4> stack;
-  std::vector<uint64_t> heap(filter.words() > stack.size() ? filter.words() : 0);
-  uint64_t* const candidates = heap.empty() ? stack.data() : heap.data();
-  if (!filter.candidates(fields, candidates)) return;
   const std::vector<Device::StageGroup>& groups = dev.stage_groups[static_cast<size_t>(stage)];
-  for (size_t word = 0; word < filter.words(); ++word) {
-    for (uint64_t bits = candidates[word]; bits; bits &= bits - 1) {
-      const Device::StageGroup& group = groups[word * 64 + static_cast<size_t>(__builtin_ctzll(bits))];
-      if (const CompiledLookup::Found found = group.lookups->compiled.first_match(fields); found.entry) {
-        matches.push_back({group.group, found.entry, found.counter});
-      }
+  const auto look_up = [&](const Device::StageGroup& group) {
+    if (const CompiledLookup::Found found = group.lookups->compiled.first_match(fields); found.entry) {
+      matches.push_back({group.group, found.entry, found.counter});
     }
+  };
+  for (uint64_t bits = dev.stage_filters[static_cast<size_t>(stage)].candidates(fields); bits;
+       bits &= bits - 1) {
+    look_up(groups[static_cast<size_t>(__builtin_ctzll(bits))]);
   }
+  for (size_t beyond = StageFilter::kGroups; beyond < groups.size(); ++beyond) look_up(groups[beyond]);
 }
 
 // The entry each group of the stage finds, by group priority (highest first), in `matches`.

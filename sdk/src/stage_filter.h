@@ -3,7 +3,8 @@
 // of the byte, a bit per group, set when the group does not compare that byte or some entry of the
 // group lets that value match. ANDing the rows the packet's bytes pick, most selective first,
 // leaves the groups worth a lookup: most packets miss most groups, and the filter tells them apart
-// in a few rows that stay in the cache.
+// in a few rows that stay in the cache. It covers the stage's first 64 groups by priority, a word
+// of bits; a stage with more looks the others up for every packet.
 #pragma once
 
 #include <cstdint>
@@ -16,11 +17,12 @@ namespace bcmsim::detail {
 
 class StageFilter {
  public:
+  static constexpr size_t kGroups = 64;
+
   // The groups' lookups, by group priority; bit N of the candidates is lookups[N].
   void build(const std::vector<const CompiledLookup*>& lookups);
-  // A bit per group the packet may hit, in `words()` words at `out`; false when there is none.
-  bool candidates(PacketFields& fields, uint64_t* out) const;
-  size_t words() const { return words_; }
+  // A bit per group of the first kGroups that the packet may hit.
+  uint64_t candidates(PacketFields& fields) const;
 
  private:
   static constexpr size_t kValues = CompiledLookup::kValues;
@@ -43,13 +45,10 @@ class StageFilter {
   // Clears the group's bit in the rows of the values it lets no entry match.
   void passes(const Place& place, const CompiledLookup::ValueBits& values, size_t group);
   void countPassing(Place& place) const;
-  uint64_t* row(size_t index) { return rows_.data() + index * words_; }
-  const uint64_t* row(size_t index) const { return rows_.data() + index * words_; }
 
-  size_t words_ = 0;
   std::vector<Place> places_;
   std::vector<uint64_t> rows_;  // kValues + 1 rows per place, the last one of every group
-  std::vector<uint64_t> all_;   // a bit per group that has entries
+  uint64_t all_ = 0;            // a bit per group that has entries
 };
 
 }  // namespace bcmsim::detail

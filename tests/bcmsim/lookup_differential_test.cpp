@@ -289,4 +289,35 @@ TEST(CompiledLookup, AgreesWithThePlainLookupOnEveryPacket) {
   }
 }
 
+// A stage's filter covers its first 64 groups; the others are looked up for every packet. Each
+// of 70 groups holds one entry for its own destination, and every group's packet hits it alone.
+TEST(CompiledLookup, GroupsBeyondTheStageFilterAreLookedUp) {
+  constexpr int kGroups = 70;
+  bcmsim::Config config;
+  config.slices[static_cast<size_t>(bcmsim::Stage::Ingress)] = bcmsim::Config::equal_slices(kGroups, 16);
+  bcmsim::reset(config);
+  for (int group = 1; group <= kGroups; ++group) {
+    bcm_field_group_config_t group_config;
+    bcm_field_group_config_t_init(&group_config);
+    group_config.flags = BCM_FIELD_GROUP_CREATE_WITH_ID;
+    group_config.group = group;
+    group_config.priority = group;
+    BCM_FIELD_QSET_ADD(group_config.qset, bcmFieldQualifyStageIngress);
+    BCM_FIELD_QSET_ADD(group_config.qset, bcmFieldQualifyDstIp);
+    ASSERT_EQ(bcm_field_group_config_create(0, &group_config), 0) << group;
+    ASSERT_EQ(bcm_field_entry_create_id(0, group, group), 0);
+    ASSERT_EQ(bcm_field_qualify_DstIp(0, group, 0x0a000000u + static_cast<uint32_t>(group), ~0u), 0);
+    ASSERT_EQ(bcm_field_entry_install(0, group), 0);
+  }
+  for (int group = 1; group <= kGroups; ++group) {
+    Packet packet;
+    packet.dst_ip = 0x0a000000u + static_cast<uint32_t>(group);
+    const std::vector<std::pair<int, int>> expected{{group, group}};
+    EXPECT_EQ(hits(packet, bcmsim::LookupMethod::Compiled), expected);
+    EXPECT_EQ(hits(packet, bcmsim::LookupMethod::Plain), expected);
+  }
+  bcmsim::set_lookup_method(bcmsim::LookupMethod::Compiled);
+  bcmsim::reset();
+}
+
 }  // namespace
