@@ -4,8 +4,20 @@
 
 namespace bcmsim {
 
+Call::Call(std::string name, int code, const Rule* refusal,
+           std::shared_ptr<const detail::CallArgs> args)
+    : function(std::move(name)), rc(code), rule(refusal), args_(std::move(args)) {}
+
+const std::string& Call::args() const {
+  return args_->text();
+}
+
+const CallSource& Call::source() const {
+  return args_->source();
+}
+
 std::string Call::text() const {
-  return function + "(" + args + ") = " + std::to_string(rc);
+  return function + "(" + args() + ") = " + std::to_string(rc);
 }
 
 void set_call_log(bool enabled) {
@@ -29,17 +41,4 @@ std::vector<std::string> call_names(const std::string& prefix) {
   return names;
 }
 
-namespace detail {
-
-void CallRecorder::record(const char* function, std::string args, int rc, const Rule* rule) {
-  CallSource source;
-  source.args = args;
-  calls_.push_back({function, std::move(args), rc, std::move(source), rule});
-}
-
-void CallRecorder::record(const char* function, LoggedArgs args, int rc, const Rule* rule) {
-  calls_.push_back({function, std::move(args.text), rc, std::move(args.source), rule});
-}
-
-}  // namespace detail
 }  // namespace bcmsim

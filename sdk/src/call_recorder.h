@@ -1,12 +1,13 @@
 // Records SDK calls while the call log is switched on.
 #pragma once
 
-#include <string>
+#include <memory>
+#include <utility>
 #include <vector>
 
 #include <bcmsim/call_log.h>
 
-#include "c_source.h"
+#include "call_args.h"
 
 namespace bcmsim::detail {
 
@@ -14,9 +15,13 @@ class CallRecorder {
  public:
   bool enabled() const { return enabled_; }
   void set_enabled(bool enabled) { enabled_ = enabled; }
-  // Arguments given as text alone are taken to be the C argument list as well.
-  void record(const char* function, std::string args, int rc, const Rule* rule);
-  void record(const char* function, LoggedArgs args, int rc, const Rule* rule);
+  // Keeps `render`, which writes the arguments out (as text, or as LoggedArgs) when they are
+  // first read, from copies it holds.
+  template <class Render>
+  void record(const char* function, Render render, int rc, const Rule* rule) {
+    calls_.emplace_back(function, rc, rule,
+                        std::make_shared<const RenderedArgs<Render>>(std::move(render)));
+  }
   const std::vector<Call>& calls() const { return calls_; }
   void clear() { calls_.clear(); }
 

@@ -123,7 +123,8 @@ template <class Valid>
 int add_action(const char* function, int unit, int entry, const ActionValue& value,
                Valid&& valid) {
   return sdk_call(
-      function, unit, entry, [&] { return action_args(unit, entry, value); },
+      function, unit, entry,
+      [&] { return [unit, entry, value] { return action_args(unit, entry, value); }; },
       [&](Device& dev) -> int {
         if (!valid(static_cast<const Device&>(dev))) return refuse(Why::BadArgument, BCM_E_PARAM);
         return with_entry(dev, entry, [&](Entry& e) -> int {
@@ -187,7 +188,12 @@ int bcm_field_action_ports_add(int unit, bcm_field_entry_t entry, bcm_field_acti
 int bcm_field_action_vlan_actions_add(int unit, bcm_field_entry_t entry, bcm_field_action_t action,
                                       bcm_vlan_action_set_t* vlan_action_set) {
   return sdk_call(
-      __func__, unit, entry, [&] { return vlan_actions_args(unit, entry, action, vlan_action_set); },
+      __func__, unit, entry,
+      [&] {
+        return [unit, entry, action, set = kept(vlan_action_set)] {
+          return vlan_actions_args(unit, entry, action, address(set));
+        };
+      },
       [](Device&) { return refuse(Why::VlanActionSets, BCM_E_UNAVAIL); });
 }
 
@@ -195,7 +201,8 @@ int bcm_field_action_delete(int unit, bcm_field_entry_t entry, bcm_field_action_
                             uint32 param0, uint32 param1) {
   const ActionValue wanted = params_action(action, param0, param1);
   return sdk_call(
-      __func__, unit, entry, [&] { return action_args(unit, entry, wanted); },
+      __func__, unit, entry,
+      [&] { return [unit, entry, wanted] { return action_args(unit, entry, wanted); }; },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) -> int {
           auto& actions = e.staged.actions;
@@ -214,13 +221,15 @@ int bcm_field_action_remove(int unit, bcm_field_entry_t entry, bcm_field_action_
   return sdk_call(
       __func__, unit, entry,
       [&] {
-        return LoggedArgs{
-            std::to_string(unit) + ", " + std::to_string(entry) + ", " + action_name(action),
-            CSourceBuilder()
-                .number(unit)
-                .ref(Ref::Entry, entry)
-                .literal(c_action(action))
-                .build()};
+        return [unit, entry, action] {
+          return LoggedArgs{
+              std::to_string(unit) + ", " + std::to_string(entry) + ", " + action_name(action),
+              CSourceBuilder()
+                  .number(unit)
+                  .ref(Ref::Entry, entry)
+                  .literal(c_action(action))
+                  .build()};
+        };
       },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) -> int {

@@ -3,6 +3,7 @@
 #include <bcm/field.h>
 
 #include "c_source.h"
+#include "call_args.h"
 #include "sdk_call.h"
 #include "tcam.h"
 #include "text.h"
@@ -22,6 +23,21 @@ CSourceBuilder entry_source(int unit, int entry) {
 
 LoggedArgs entry_args(int unit, int entry) {
   return {args(unit, entry), entry_source(unit, entry).build()};
+}
+
+// An entry's creation, with the id the SDK chose.
+LoggedArgs create_args(int unit, int group, const std::optional<int>& entry) {
+  if (!entry) {
+    return {args(unit, group) + ", NULL",
+            CSourceBuilder().number(unit).ref(Ref::Group, group).literal("NULL").build()};
+  }
+  return {args(unit, group) + ", " + std::to_string(*entry),
+          CSourceBuilder()
+              .number(unit)
+              .ref(Ref::Group, group)
+              .output("bcm_field_entry_t", "entry")
+              .makes(Ref::Entry, *entry, true, "entry")
+              .build()};
 }
 
 bool holds_policer(const State& state, const Group& group) {
@@ -131,7 +147,7 @@ void uninstall(Device& dev, Entry& entry) {
 
 int install_call(const char* function, int unit, int entry) {
   return sdk_call(
-      function, unit, entry, [&] { return entry_args(unit, entry); },
+      function, unit, entry, [&] { return [unit, entry] { return entry_args(unit, entry); }; },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) { return install(dev, e); });
       });
@@ -176,17 +192,7 @@ extern "C" {
 int bcm_field_entry_create(int unit, bcm_field_group_t group, bcm_field_entry_t* entry) {
   return sdk_call(
       __func__, unit, kNoEntry,
-      [&] {
-        return LoggedArgs{
-            args(unit, group) + ", " + (entry ? std::to_string(*entry) : "NULL"),
-            entry ? CSourceBuilder()
-                        .number(unit)
-                        .ref(Ref::Group, group)
-                        .output("bcm_field_entry_t", "entry")
-                        .makes(Ref::Entry, *entry, true, "entry")
-                        .build()
-                  : CSourceBuilder().number(unit).ref(Ref::Group, group).literal("NULL").build()};
-      },
+      [&] { return [unit, group, made = kept(entry)] { return create_args(unit, group, made); }; },
       [&](Device& dev) -> int {
         if (!entry) return refuse(Why::BadArgument, BCM_E_PARAM);
         if (!find_group(dev.state, group)) return refuse(Why::GroupUnknown, BCM_E_NOT_FOUND);
@@ -202,13 +208,15 @@ int bcm_field_entry_create_id(int unit, bcm_field_group_t group, bcm_field_entry
   return sdk_call(
       __func__, unit, entry,
       [&] {
-        return LoggedArgs{args(unit, group) + ", " + std::to_string(entry),
-                          CSourceBuilder()
-                              .number(unit)
-                              .ref(Ref::Group, group)
-                              .number(entry)
-                              .makes(Ref::Entry, entry, false, std::to_string(entry))
-                              .build()};
+        return [unit, group, entry] {
+          return LoggedArgs{args(unit, group) + ", " + std::to_string(entry),
+                            CSourceBuilder()
+                                .number(unit)
+                                .ref(Ref::Group, group)
+                                .number(entry)
+                                .makes(Ref::Entry, entry, false, std::to_string(entry))
+                                .build()};
+        };
       },
       [&](Device& dev) -> int {
         if (entry < 0) return refuse(Why::BadArgument, BCM_E_PARAM);
@@ -223,8 +231,10 @@ int bcm_field_entry_destroy(int unit, bcm_field_entry_t entry) {
   return sdk_call(
       __func__, unit, entry,
       [&] {
-        return LoggedArgs{args(unit, entry),
-                          entry_source(unit, entry).removes(Ref::Entry, entry).build()};
+        return [unit, entry] {
+          return LoggedArgs{args(unit, entry),
+                            entry_source(unit, entry).removes(Ref::Entry, entry).build()};
+        };
       },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) -> int {
@@ -250,7 +260,7 @@ int bcm_field_entry_reinstall(int unit, bcm_field_entry_t entry) {
 
 int bcm_field_entry_remove(int unit, bcm_field_entry_t entry) {
   return sdk_call(
-      __func__, unit, entry, [&] { return entry_args(unit, entry); },
+      __func__, unit, entry, [&] { return [unit, entry] { return entry_args(unit, entry); }; },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) -> int {
           uninstall(dev, e);
@@ -263,8 +273,10 @@ int bcm_field_entry_prio_set(int unit, bcm_field_entry_t entry, int prio) {
   return sdk_call(
       __func__, unit, entry,
       [&] {
-        return LoggedArgs{args(unit, entry) + ", " + std::to_string(prio),
-                          entry_source(unit, entry).number(prio).build()};
+        return [unit, entry, prio] {
+          return LoggedArgs{args(unit, entry) + ", " + std::to_string(prio),
+                            entry_source(unit, entry).number(prio).build()};
+        };
       },
       [&](Device& dev) -> int {
         if (prio < BCM_FIELD_ENTRY_PRIO_LOWEST) return refuse(Why::BadArgument, BCM_E_PARAM);
@@ -286,8 +298,10 @@ int bcm_field_entry_prio_get(int unit, bcm_field_entry_t entry, int* prio) {
   return sdk_call(
       __func__, unit, entry,
       [&] {
-        return LoggedArgs{args(unit, entry) + ", " + pointer_text(prio),
-                          entry_source(unit, entry).output("int", "prio").build()};
+        return [unit, entry, given = prio != nullptr] {
+          return LoggedArgs{args(unit, entry) + ", " + pointer_text(given),
+                            entry_source(unit, entry).output("int", "prio").build()};
+        };
       },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) -> int {

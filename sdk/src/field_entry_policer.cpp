@@ -74,8 +74,10 @@ int bcm_field_entry_policer_attach(int unit, bcm_field_entry_t entry_id, int lev
   return sdk_call(
       __func__, unit, entry_id,
       [&] {
-        return LoggedArgs{args(unit, entry_id, level) + ", " + std::to_string(policer_id),
-                          source(unit, entry_id, level).ref(Ref::Policer, policer_id).build()};
+        return [unit, entry_id, level, policer_id] {
+          return LoggedArgs{args(unit, entry_id, level) + ", " + std::to_string(policer_id),
+                            source(unit, entry_id, level).ref(Ref::Policer, policer_id).build()};
+        };
       },
       [&](Device& dev) -> int {
         if (!valid_level(level)) return refuse(Why::BadArgument, BCM_E_PARAM);
@@ -89,7 +91,9 @@ int bcm_field_entry_policer_detach(int unit, bcm_field_entry_t entry_id, int lev
   return sdk_call(
       __func__, unit, entry_id,
       [&] {
-        return LoggedArgs{args(unit, entry_id, level), source(unit, entry_id, level).build()};
+        return [unit, entry_id, level] {
+          return LoggedArgs{args(unit, entry_id, level), source(unit, entry_id, level).build()};
+        };
       },
       [&](Device& dev) -> int {
         if (!valid_level(level)) return refuse(Why::BadArgument, BCM_E_PARAM);

@@ -6,6 +6,7 @@
 
 #include "c_flags.h"
 #include "c_source.h"
+#include "call_args.h"
 #include "sdk_call.h"
 #include "tcam.h"
 #include "text.h"
@@ -154,6 +155,13 @@ int clear_field_state(Device& dev) {
   return BCM_E_NONE;
 }
 
+// bcm_field_init and bcm_field_detach, which take the unit alone.
+int clear_field_call(const char* function, int unit) {
+  return sdk_call(
+      function, unit, kNoEntry, [&] { return [unit] { return std::to_string(unit); }; },
+      clear_field_state);
+}
+
 }  // namespace
 }  // namespace bcmsim::detail
 
@@ -163,17 +171,17 @@ using namespace bcmsim::detail;
 extern "C" {
 
 void bcm_field_qset_t_init(bcm_field_qset_t* qset) {
-  sdk_void_call(__func__, [&] { return pointer_text(qset); });
+  sdk_void_call(__func__, qset);
   if (qset) BCM_FIELD_QSET_INIT(*qset);
 }
 
 void bcm_field_aset_t_init(bcm_field_aset_t* aset) {
-  sdk_void_call(__func__, [&] { return pointer_text(aset); });
+  sdk_void_call(__func__, aset);
   if (aset) BCM_FIELD_ASET_INIT(*aset);
 }
 
 void bcm_field_group_config_t_init(bcm_field_group_config_t* group_config) {
-  sdk_void_call(__func__, [&] { return pointer_text(group_config); });
+  sdk_void_call(__func__, group_config);
   if (group_config) memset(group_config, 0, sizeof(*group_config));
 }
 
@@ -181,8 +189,10 @@ int bcm_field_group_config_create(int unit, bcm_field_group_config_t* group_conf
   return sdk_call(
       __func__, unit, kNoEntry,
       [&] {
-        return LoggedArgs{std::to_string(unit) + ", " + describe(group_config),
-                          group_config_source(unit, group_config)};
+        return [unit, config = kept(group_config)] {
+          return LoggedArgs{std::to_string(unit) + ", " + describe(address(config)),
+                            group_config_source(unit, address(config))};
+        };
       },
       [&](Device& dev) -> int { return create_group(dev, group_config); });
 }
@@ -191,9 +201,14 @@ int bcm_field_group_destroy(int unit, bcm_field_group_t group) {
   return sdk_call(
       __func__, unit, kNoEntry,
       [&] {
-        return LoggedArgs{
-            std::to_string(unit) + ", " + std::to_string(group),
-            CSourceBuilder().number(unit).ref(Ref::Group, group).removes(Ref::Group, group).build()};
+        return [unit, group] {
+          return LoggedArgs{std::to_string(unit) + ", " + std::to_string(group),
+                            CSourceBuilder()
+                                .number(unit)
+                                .ref(Ref::Group, group)
+                                .removes(Ref::Group, group)
+                                .build()};
+        };
       },
       [&](Device& dev) -> int {
         Group* g = find_group(dev.state, group);
@@ -212,13 +227,11 @@ int bcm_field_group_destroy(int unit, bcm_field_group_t group) {
 }
 
 int bcm_field_init(int unit) {
-  return sdk_call(
-      __func__, unit, kNoEntry, [&] { return std::to_string(unit); }, clear_field_state);
+  return clear_field_call(__func__, unit);
 }
 
 int bcm_field_detach(int unit) {
-  return sdk_call(
-      __func__, unit, kNoEntry, [&] { return std::to_string(unit); }, clear_field_state);
+  return clear_field_call(__func__, unit);
 }
 
 }  // extern "C"

@@ -102,7 +102,8 @@ LoggedArgs qualify_args(int unit, int entry, const QualifierValue& value) {
 
 int qualify(const char* function, int unit, int entry, const QualifierValue& value) {
   return sdk_call(
-      function, unit, entry, [&] { return qualify_args(unit, entry, value); },
+      function, unit, entry,
+      [&] { return [unit, entry, value] { return qualify_args(unit, entry, value); }; },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](Entry& e) -> int {
           if (!in_qset(dev, e, value.qualifier)) return qset_miss(dev, e, value.qualifier);
@@ -117,22 +118,30 @@ int qualify_scalar(const char* function, int unit, int entry, int qualifier, uin
   return qualify(function, unit, entry, {qualifier, scalar_words(data), scalar_words(mask)});
 }
 
-// Reads a staged qualifier: one outside the qualifier set is not found; one in it that was never
-// written reads as zero data and mask, which no IpProtocolCommon value encodes.
 // The outputs of a qualifier read, as C declares them: type and name.
 using Outputs = std::vector<std::pair<const char*, const char*>>;
 
+// A qualifier read's arguments, and the data it read.
+LoggedArgs read_args(int unit, int entry, int qualifier, const Words& data,
+                     const Outputs& outputs) {
+  CSourceBuilder source;
+  source.number(unit).ref(Ref::Entry, entry);
+  for (const auto& [type, name] : outputs) source.output(type, name);
+  return {std::to_string(unit) + ", " + std::to_string(entry) + " -> " +
+              format_qualifier_part(qualifier, data),
+          source.build()};
+}
+
+// Reads a staged qualifier: one outside the qualifier set is not found; one in it that was never
+// written reads as zero data and mask, which no IpProtocolCommon value encodes.
 int read_qualifier(const char* function, int unit, int entry, int qualifier, bool have_outputs,
                    QualifierValue* out, const Outputs& outputs) {
   return sdk_call(
       function, unit, entry,
       [&] {
-        CSourceBuilder source;
-        source.number(unit).ref(Ref::Entry, entry);
-        for (const auto& [type, name] : outputs) source.output(type, name);
-        return LoggedArgs{std::to_string(unit) + ", " + std::to_string(entry) + " -> " +
-                              format_qualifier_part(qualifier, out->data),
-                          source.build()};
+        return [unit, entry, qualifier, data = out->data, outputs] {
+          return read_args(unit, entry, qualifier, data, outputs);
+        };
       },
       [&](Device& dev) -> int {
         if (!have_outputs) return refuse(Why::BadArgument, BCM_E_PARAM);

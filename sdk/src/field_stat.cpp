@@ -1,10 +1,15 @@
 // Field statistics objects and their attachment to entries.
+#include <algorithm>
+#include <optional>
+#include <vector>
+
 #include <bcm/error.h>
 #include <bcm/field.h>
 
 #include <bcmsim/names.h>
 
 #include "c_source.h"
+#include "call_args.h"
 #include "sdk_call.h"
 #include "text.h"
 
@@ -14,11 +19,42 @@ namespace {
 constexpr int kStatTypeCount = bcmFieldStatNotRedPackets + 1;
 constexpr int kMaxStatsPerObject = 15;
 
-std::string stat_types_text(int nstat, const bcm_field_stat_t* types) {
+// The statistic types a call names: nothing when it passed NULL.
+using StatTypeList = std::optional<std::vector<bcm_field_stat_t>>;
+
+StatTypeList kept_types(int nstat, const bcm_field_stat_t* types) {
+  if (!types) return std::nullopt;
+  return std::vector<bcm_field_stat_t>(types, types + std::max(nstat, 0));
+}
+
+std::string stat_types_text(const StatTypeList& types) {
   if (!types) return "NULL";
   std::string text = "[";
-  for (int i = 0; i < nstat; ++i) text += (i ? " " : "") + stat_type_name(types[i]);
+  for (size_t i = 0; i < types->size(); ++i) text += (i ? " " : "") + stat_type_name((*types)[i]);
   return text + "]";
+}
+
+// A statistics object's creation, with the id the SDK chose.
+LoggedArgs create_args(int unit, int group, int nstat, const StatTypeList& types,
+                       const std::optional<int>& stat_id) {
+  std::vector<std::string> c_types;
+  if (types) {
+    for (bcm_field_stat_t type : *types) c_types.push_back(c_stat_type(type));
+  }
+  CSourceBuilder source;
+  source.number(unit)
+      .ref(Ref::Group, group)
+      .number(nstat)
+      .array("bcm_field_stat_t", "stat_types", c_types);
+  if (stat_id) {
+    source.output("int", "stat_id").makes(Ref::Stat, *stat_id, true, "stat_id", group);
+  } else {
+    source.literal("NULL");
+  }
+  return {std::to_string(unit) + ", " + std::to_string(group) + ", " + std::to_string(nstat) +
+              ", " + stat_types_text(types) + " -> " +
+              (stat_id ? std::to_string(*stat_id) : "NULL"),
+          source.build()};
 }
 
 // The answer of the stage's hardware counter modes to a set of statistic types: none when one
@@ -99,22 +135,9 @@ int bcm_field_stat_create(int unit, bcm_field_group_t group, int nstat, bcm_fiel
   return sdk_call(
       __func__, unit, kNoEntry,
       [&] {
-        std::vector<std::string> types;
-        for (int i = 0; stat_arr && i < nstat; ++i) types.push_back(c_stat_type(stat_arr[i]));
-        CSourceBuilder source;
-        source.number(unit)
-            .ref(Ref::Group, group)
-            .number(nstat)
-            .array("bcm_field_stat_t", "stat_types", types);
-        if (stat_id) {
-          source.output("int", "stat_id").makes(Ref::Stat, *stat_id, true, "stat_id", group);
-        } else {
-          source.literal("NULL");
-        }
-        return LoggedArgs{std::to_string(unit) + ", " + std::to_string(group) + ", " +
-                              std::to_string(nstat) + ", " + stat_types_text(nstat, stat_arr) +
-                              " -> " + (stat_id ? std::to_string(*stat_id) : "NULL"),
-                          source.build()};
+        return [unit, group, nstat, types = kept_types(nstat, stat_arr), made = kept(stat_id)] {
+          return create_args(unit, group, nstat, types, made);
+        };
       },
       [&](Device& dev) -> int { return create_stat(dev, group, nstat, stat_arr, stat_id); });
 }
@@ -123,12 +146,14 @@ int bcm_field_stat_destroy(int unit, int stat_id) {
   return sdk_call(
       __func__, unit, kNoEntry,
       [&] {
-        return LoggedArgs{std::to_string(unit) + ", " + std::to_string(stat_id),
-                          CSourceBuilder()
-                              .number(unit)
-                              .ref(Ref::Stat, stat_id)
-                              .removes(Ref::Stat, stat_id)
-                              .build()};
+        return [unit, stat_id] {
+          return LoggedArgs{std::to_string(unit) + ", " + std::to_string(stat_id),
+                            CSourceBuilder()
+                                .number(unit)
+                                .ref(Ref::Stat, stat_id)
+                                .removes(Ref::Stat, stat_id)
+                                .build()};
+        };
       },
       [&](Device& dev) -> int {
         auto it = dev.state.stats.find(stat_id);
@@ -143,9 +168,11 @@ int bcm_field_stat_get(int unit, int stat_id, bcm_field_stat_t stat, uint64* val
   return sdk_call(
       __func__, unit, kNoEntry,
       [&] {
-        return LoggedArgs{
-            stat_args(unit, stat_id, stat) + " -> " + (value ? std::to_string(*value) : "NULL"),
-            stat_source(unit, stat_id, stat).output("uint64", "stat_value").build()};
+        return [unit, stat_id, stat, read = kept(value)] {
+          return LoggedArgs{
+              stat_args(unit, stat_id, stat) + " -> " + (read ? std::to_string(*read) : "NULL"),
+              stat_source(unit, stat_id, stat).output("uint64", "stat_value").build()};
+        };
       },
       [&](Device& dev) -> int {
         if (!value) return refuse(Why::BadArgument, BCM_E_PARAM);
@@ -166,8 +193,10 @@ int bcm_field_stat_set(int unit, int stat_id, bcm_field_stat_t stat, uint64 valu
   return sdk_call(
       __func__, unit, kNoEntry,
       [&] {
-        return LoggedArgs{stat_args(unit, stat_id, stat) + ", " + std::to_string(value),
-                          stat_source(unit, stat_id, stat).uint64("stat_value", value).build()};
+        return [unit, stat_id, stat, value] {
+          return LoggedArgs{stat_args(unit, stat_id, stat) + ", " + std::to_string(value),
+                            stat_source(unit, stat_id, stat).uint64("stat_value", value).build()};
+        };
       },
       [&](Device& dev) -> int {
         return with_stat_type(
@@ -187,7 +216,7 @@ int bcm_field_stat_set(int unit, int stat_id, bcm_field_stat_t stat, uint64 valu
 int bcm_field_entry_stat_attach(int unit, bcm_field_entry_t entry, int stat_id) {
   return sdk_call(
       __func__, unit, entry,
-      [&] { return attachment_args(unit, entry, stat_id); },
+      [&] { return [unit, entry, stat_id] { return attachment_args(unit, entry, stat_id); }; },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](bcmsim::Entry& e) -> int {
           if (e.staged.stat) return refuse(Why::StatAttached, BCM_E_EXISTS);
@@ -207,7 +236,7 @@ int bcm_field_entry_stat_attach(int unit, bcm_field_entry_t entry, int stat_id) 
 int bcm_field_entry_stat_detach(int unit, bcm_field_entry_t entry, int stat_id) {
   return sdk_call(
       __func__, unit, entry,
-      [&] { return attachment_args(unit, entry, stat_id); },
+      [&] { return [unit, entry, stat_id] { return attachment_args(unit, entry, stat_id); }; },
       [&](Device& dev) -> int {
         return with_entry(dev, entry, [&](bcmsim::Entry& e) -> int {
           if (!e.staged.stat) return refuse(Why::StatNotAttached, BCM_E_EMPTY);

@@ -7,6 +7,7 @@
 
 #include "c_flags.h"
 #include "c_source.h"
+#include "call_args.h"
 #include "sdk_call.h"
 #include "text.h"
 #include "words.h"
@@ -104,6 +105,13 @@ LoggedArgs intf_args(int unit, const bcm_l3_intf_t* intf, bool deletes) {
   return {std::to_string(unit) + ", " + intf_text(intf), source.build()};
 }
 
+// What the call log keeps of an interface's creation or deletion.
+auto keep_intf_args(int unit, const bcm_l3_intf_t* intf, bool deletes) {
+  return [unit, kept_intf = kept(intf), deletes] {
+    return intf_args(unit, address(kept_intf), deletes);
+  };
+}
+
 LoggedArgs egress_args(int unit, uint32 flags, const bcm_l3_egress_t* egress, const bcm_if_t* if_id) {
   std::string text = std::to_string(unit) + ", " + hex_text(flags) + ", " + egress_text(egress) +
                      " -> " + (if_id ? std::to_string(*if_id) : "NULL");
@@ -136,19 +144,19 @@ using namespace bcmsim::detail;
 extern "C" {
 
 void bcm_l3_intf_t_init(bcm_l3_intf_t* intf) {
-  sdk_void_call(__func__, [&] { return pointer_text(intf); });
+  sdk_void_call(__func__, intf);
   if (intf) memset(intf, 0, sizeof(*intf));
 }
 
 int bcm_l3_intf_create(int unit, bcm_l3_intf_t* intf) {
   return sdk_call(
-      __func__, unit, kNoEntry, [&] { return intf_args(unit, intf, false); },
+      __func__, unit, kNoEntry, [&] { return keep_intf_args(unit, intf, false); },
       [&](Device& dev) -> int { return create_intf(dev, intf); });
 }
 
 int bcm_l3_intf_delete(int unit, bcm_l3_intf_t* intf) {
   return sdk_call(
-      __func__, unit, kNoEntry, [&] { return intf_args(unit, intf, true); },
+      __func__, unit, kNoEntry, [&] { return keep_intf_args(unit, intf, true); },
       [&](Device& dev) -> int {
         if (!intf) return refuse(Why::BadArgument, BCM_E_PARAM);
         if (!dev.state.l3_intfs.erase(intf->l3a_intf_id)) {
@@ -160,14 +168,18 @@ int bcm_l3_intf_delete(int unit, bcm_l3_intf_t* intf) {
 }
 
 void bcm_l3_egress_t_init(bcm_l3_egress_t* egr) {
-  sdk_void_call(__func__, [&] { return pointer_text(egr); });
+  sdk_void_call(__func__, egr);
   if (egr) memset(egr, 0, sizeof(*egr));
 }
 
 int bcm_l3_egress_create(int unit, uint32 flags, bcm_l3_egress_t* egr, bcm_if_t* if_id) {
   return sdk_call(
       __func__, unit, kNoEntry,
-      [&] { return egress_args(unit, flags, egr, if_id); },
+      [&] {
+        return [unit, flags, egress = kept(egr), id = kept(if_id)] {
+          return egress_args(unit, flags, address(egress), address(id));
+        };
+      },
       [&](Device& dev) -> int { return create_egress(dev, flags, egr, if_id); });
 }
 
@@ -175,12 +187,14 @@ int bcm_l3_egress_destroy(int unit, bcm_if_t intf) {
   return sdk_call(
       __func__, unit, kNoEntry,
       [&] {
-        return LoggedArgs{std::to_string(unit) + ", " + std::to_string(intf),
-                          CSourceBuilder()
-                              .number(unit)
-                              .ref(Ref::L3Egress, intf)
-                              .removes(Ref::L3Egress, intf)
-                              .build()};
+        return [unit, intf] {
+          return LoggedArgs{std::to_string(unit) + ", " + std::to_string(intf),
+                            CSourceBuilder()
+                                .number(unit)
+                                .ref(Ref::L3Egress, intf)
+                                .removes(Ref::L3Egress, intf)
+                                .build()};
+        };
       },
       [&](Device& dev) -> int {
         if (!egress_mode_on(dev)) return refuse(Why::L3EgressModeOff, BCM_E_DISABLED);

@@ -6,6 +6,7 @@
 
 #include "c_flags.h"
 #include "c_source.h"
+#include "call_args.h"
 #include "policer_modes.h"
 #include "sdk_call.h"
 #include "text.h"
@@ -98,6 +99,27 @@ CallSource policer_id_source(CSourceBuilder source, const bcm_policer_config_t* 
   return source.makes(Ref::Policer, *policer_id, chosen, "policer_id").build();
 }
 
+// A policer's creation, with the id it took.
+LoggedArgs create_args(int unit, const bcm_policer_config_t* config,
+                       const bcm_policer_t* policer_id) {
+  return {std::to_string(unit) + ", " + config_text(config) + " -> " +
+              (policer_id ? std::to_string(*policer_id) : "NULL"),
+          policer_id_source(policer_source(unit, config), config, policer_id)};
+}
+
+// A policer's new configuration.
+LoggedArgs set_args(int unit, bcm_policer_t policer_id, const bcm_policer_config_t* config) {
+  CSourceBuilder source;
+  source.number(unit).ref(Ref::Policer, policer_id);
+  if (config) {
+    source.structure("bcm_policer_config_t", "policer_config", policer_fields(*config));
+  } else {
+    source.literal("NULL");
+  }
+  return {std::to_string(unit) + ", " + std::to_string(policer_id) + ", " + config_text(config),
+          source.build()};
+}
+
 }  // namespace
 }  // namespace bcmsim::detail
 
@@ -107,7 +129,7 @@ using namespace bcmsim::detail;
 extern "C" {
 
 void bcm_policer_config_t_init(bcm_policer_config_t* pol_cfg) {
-  sdk_void_call(__func__, [&] { return pointer_text(pol_cfg); });
+  sdk_void_call(__func__, pol_cfg);
   if (pol_cfg) memset(pol_cfg, 0, sizeof(*pol_cfg));
 }
 
@@ -115,9 +137,9 @@ int bcm_policer_create(int unit, bcm_policer_config_t* pol_cfg, bcm_policer_t* p
   return sdk_call(
       __func__, unit, kNoEntry,
       [&] {
-        return LoggedArgs{std::to_string(unit) + ", " + config_text(pol_cfg) + " -> " +
-                              (policer_id ? std::to_string(*policer_id) : "NULL"),
-                          policer_id_source(policer_source(unit, pol_cfg), pol_cfg, policer_id)};
+        return [unit, config = kept(pol_cfg), id = kept(policer_id)] {
+          return create_args(unit, address(config), address(id));
+        };
       },
       [&](Device& dev) -> int { return create_policer(dev, pol_cfg, policer_id); });
 }
@@ -126,12 +148,14 @@ int bcm_policer_destroy(int unit, bcm_policer_t policer_id) {
   return sdk_call(
       __func__, unit, kNoEntry,
       [&] {
-        return LoggedArgs{std::to_string(unit) + ", " + std::to_string(policer_id),
-                          CSourceBuilder()
-                              .number(unit)
-                              .ref(Ref::Policer, policer_id)
-                              .removes(Ref::Policer, policer_id)
-                              .build()};
+        return [unit, policer_id] {
+          return LoggedArgs{std::to_string(unit) + ", " + std::to_string(policer_id),
+                            CSourceBuilder()
+                                .number(unit)
+                                .ref(Ref::Policer, policer_id)
+                                .removes(Ref::Policer, policer_id)
+                                .build()};
+        };
       },
       [&](Device& dev) -> int {
         return with_policer(dev, policer_id, [&](bcmsim::Policer& policer) -> int {
@@ -147,17 +171,9 @@ int bcm_policer_set(int unit, bcm_policer_t policer_id, bcm_policer_config_t* po
   return sdk_call(
       __func__, unit, kNoEntry,
       [&] {
-        CSourceBuilder source;
-        source.number(unit).ref(Ref::Policer, policer_id);
-        if (pol_cfg) {
-          source.structure("bcm_policer_config_t", "policer_config",
-                           policer_fields(*pol_cfg));
-        } else {
-          source.literal("NULL");
-        }
-        return LoggedArgs{std::to_string(unit) + ", " + std::to_string(policer_id) + ", " +
-                              config_text(pol_cfg),
-                          source.build()};
+        return [unit, policer_id, config = kept(pol_cfg)] {
+          return set_args(unit, policer_id, address(config));
+        };
       },
       [&](Device& dev) -> int {
         if (!pol_cfg || pol_cfg->mode < 0 || pol_cfg->mode >= bcmPolicerModeCount) {
@@ -175,12 +191,14 @@ int bcm_policer_get(int unit, bcm_policer_t policer_id, bcm_policer_config_t* po
   return sdk_call(
       __func__, unit, kNoEntry,
       [&] {
-        return LoggedArgs{std::to_string(unit) + ", " + std::to_string(policer_id),
-                          CSourceBuilder()
-                              .number(unit)
-                              .ref(Ref::Policer, policer_id)
-                              .output("bcm_policer_config_t", "policer_config")
-                              .build()};
+        return [unit, policer_id] {
+          return LoggedArgs{std::to_string(unit) + ", " + std::to_string(policer_id),
+                            CSourceBuilder()
+                                .number(unit)
+                                .ref(Ref::Policer, policer_id)
+                                .output("bcm_policer_config_t", "policer_config")
+                                .build()};
+        };
       },
       [&](Device& dev) -> int {
         if (!pol_cfg) return refuse(Why::BadArgument, BCM_E_PARAM);

@@ -60,8 +60,10 @@ int bcm_port_control_set(int unit, bcm_port_t port, bcm_port_control_t type, int
   return sdk_call(
       __func__, unit, kNoEntry,
       [&] {
-        return LoggedArgs{control_args(unit, port, type) + ", " + std::to_string(value),
-                          control_source(unit, port, type).number(value).build()};
+        return [unit, port, type, value] {
+          return LoggedArgs{control_args(unit, port, type) + ", " + std::to_string(value),
+                            control_source(unit, port, type).number(value).build()};
+        };
       },
       [&](Device& dev) -> int {
         if (!port_exists(dev.config, port)) return refuse(Why::PortUnknown, BCM_E_PORT);
@@ -74,8 +76,10 @@ int bcm_port_control_get(int unit, bcm_port_t port, bcm_port_control_t type, int
   return sdk_call(
       __func__, unit, kNoEntry,
       [&] {
-        return LoggedArgs{control_args(unit, port, type),
-                          control_source(unit, port, type).output("int", "port_control").build()};
+        return [unit, port, type] {
+          return LoggedArgs{control_args(unit, port, type),
+                            control_source(unit, port, type).output("int", "port_control").build()};
+        };
       },
       [&](Device& dev) -> int {
         if (!port_exists(dev.config, port)) return refuse(Why::PortUnknown, BCM_E_PORT);
@@ -87,7 +91,7 @@ int bcm_port_control_get(int unit, bcm_port_t port, bcm_port_control_t type, int
 }
 
 void bcm_port_config_t_init(bcm_port_config_t* pconfig) {
-  sdk_void_call(__func__, [&] { return pointer_text(pconfig); });
+  sdk_void_call(__func__, pconfig);
   if (pconfig) memset(pconfig, 0, sizeof(*pconfig));
 }
 
@@ -95,8 +99,11 @@ int bcm_port_config_get(int unit, bcm_port_config_t* config) {
   return sdk_call(
       __func__, unit, kNoEntry,
       [&] {
-        return LoggedArgs{std::to_string(unit) + ", " + pointer_text(config),
-                          CSourceBuilder().number(unit).output("bcm_port_config_t", "port_config").build()};
+        return [unit, given = config != nullptr] {
+          return LoggedArgs{
+              std::to_string(unit) + ", " + pointer_text(given),
+              CSourceBuilder().number(unit).output("bcm_port_config_t", "port_config").build()};
+        };
       },
       [&](Device& dev) -> int {
         if (!config) return refuse(Why::BadArgument, BCM_E_PARAM);

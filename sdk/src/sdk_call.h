@@ -8,6 +8,7 @@
 
 #include "device_impl.h"
 #include "refusal_rules.h"
+#include "text.h"
 
 namespace bcmsim::detail {
 
@@ -15,11 +16,12 @@ namespace bcmsim::detail {
 constexpr int kNoEntry = std::numeric_limits<int>::min();
 
 // Runs `work(Device&)` unless a planned fault fires or the unit does not exist. A refusal names
-// its rule through refuse() (refusal_rules.h). `args()` renders
-// the arguments for the call log; it runs after the work, so it can show what the call returned,
-// and only while the log is on.
-template <class Args, class Work>
-int sdk_call(const char* function, int unit, int entry, Args&& args, Work&& work) {
+// its rule through refuse() (refusal_rules.h). While the log is on, `keep()` runs after the work
+// and returns the renderer the log keeps: a callable writing the arguments out (as text, or as
+// LoggedArgs) when they are first read, which may be long after the call. It holds copies of all
+// it writes, outputs included, never the caller's pointers nor anything of the device.
+template <class Keep, class Work>
+int sdk_call(const char* function, int unit, int entry, Keep&& keep, Work&& work) {
   Device& dev = device();
   int rc = BCM_E_NONE;
   dev.refusal = nullptr;
@@ -33,18 +35,22 @@ int sdk_call(const char* function, int unit, int entry, Args&& args, Work&& work
   }
   const Rule* rule = rc < 0 ? dev.refusal : nullptr;
   if (rc < 0) dev.refusals.push_back({function, rc, rule});
-  if (dev.log.enabled()) dev.log.record(function, args(), rc, rule);
+  if (dev.log.enabled()) dev.log.record(function, keep(), rc, rule);
   return rc;
 }
 
-// Records a call that returns nothing (the structure initialisers).
-template <class Args>
-void sdk_void_call(const char* function, Args&& args) {
+// Records a structure initialiser, which returns nothing and takes the structure's address.
+inline void sdk_void_call(const char* function, const void* structure) {
   Device& dev = device();
   if (!dev.log.enabled()) return;
-  LoggedArgs logged{args(), {}};
-  logged.source.initialiser = true;
-  dev.log.record(function, std::move(logged), BCM_E_NONE, nullptr);
+  dev.log.record(
+      function,
+      [given = structure != nullptr] {
+        LoggedArgs logged{pointer_text(given), {}};
+        logged.source.initialiser = true;
+        return logged;
+      },
+      BCM_E_NONE, nullptr);
 }
 
 }  // namespace bcmsim::detail

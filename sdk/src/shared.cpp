@@ -10,7 +10,6 @@
 #include <shared/pbmp.h>
 
 #include "sdk_call.h"
-#include "text.h"
 
 extern "C" {
 
@@ -53,7 +52,7 @@ int _shr_pbmp_bmeq(_shr_pbmp_t* bm1, _shr_pbmp_t* bm2) {
 }
 
 void bcm_vlan_action_set_t_init(bcm_vlan_action_set_t* action) {
-  bcmsim::detail::sdk_void_call(__func__, [&] { return bcmsim::detail::pointer_text(action); });
+  bcmsim::detail::sdk_void_call(__func__, action);
   if (action) std::memset(action, 0, sizeof(*action));
 }
 

@@ -14,9 +14,11 @@ int bcm_switch_control_set(int unit, bcm_switch_control_t type, int arg) {
   return sdk_call(
       __func__, unit, kNoEntry,
       [&] {
-        return LoggedArgs{
-            std::to_string(unit) + ", " + std::to_string(type) + ", " + std::to_string(arg),
-            CSourceBuilder().number(unit).literal(c_switch_control(type)).number(arg).build()};
+        return [unit, type, arg] {
+          return LoggedArgs{
+              std::to_string(unit) + ", " + std::to_string(type) + ", " + std::to_string(arg),
+              CSourceBuilder().number(unit).literal(c_switch_control(type)).number(arg).build()};
+        };
       },
       [&](Device& dev) -> int {
         dev.state.switch_controls[type] = arg;
@@ -28,12 +30,14 @@ int bcm_switch_control_get(int unit, bcm_switch_control_t type, int* arg) {
   return sdk_call(
       __func__, unit, kNoEntry,
       [&] {
-        return LoggedArgs{std::to_string(unit) + ", " + std::to_string(type),
-                          CSourceBuilder()
-                              .number(unit)
-                              .literal(c_switch_control(type))
-                              .output("int", "switch_control")
-                              .build()};
+        return [unit, type] {
+          return LoggedArgs{std::to_string(unit) + ", " + std::to_string(type),
+                            CSourceBuilder()
+                                .number(unit)
+                                .literal(c_switch_control(type))
+                                .output("int", "switch_control")
+                                .build()};
+        };
       },
       [&](Device& dev) -> int {
         if (!arg) return refuse(Why::BadArgument, BCM_E_PARAM);

@@ -52,8 +52,8 @@ std::string ip6_text(const Words& w) {
   return text;
 }
 
-std::string pointer_text(const void* pointer) {
-  return pointer ? "&" : "NULL";
+std::string pointer_text(bool given) {
+  return given ? "&" : "NULL";
 }
 
 }  // namespace bcmsim::detail

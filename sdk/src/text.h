@@ -12,6 +12,6 @@ std::string hex_text(uint32_t value);  // "0x800"
 std::string mac_text(const Words& mac);
 std::string ip4_text(uint32_t ip);
 std::string ip6_text(const Words& ip6);
-std::string pointer_text(const void* pointer);  // "NULL" or "&"
+std::string pointer_text(bool given);  // "&", or "NULL" for a pointer not given
 
 }  // namespace bcmsim::detail

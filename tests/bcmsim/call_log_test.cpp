@@ -50,6 +50,73 @@ TEST_F(CallLog, RecordsNameArgumentsAndCodeInOrderWhileSwitchedOn) {
   EXPECT_EQ(calls[3].text(), "bcm_field_entry_install(0, 7) = -7");
 }
 
+// The log keeps what a call was given and returned; the caller's variables and the device change
+// after it, and the arguments are read only then.
+TEST_F(CallLog, ShowsStructuresAndOutputsAsTheCallHadThemWhenReadAfterTheyChanged) {
+  bcm_field_group_config_t config;
+  bcm_field_group_config_t_init(&config);
+  BCM_FIELD_QSET_ADD(config.qset, bcmFieldQualifyStageIngress);
+  BCM_FIELD_QSET_ADD(config.qset, bcmFieldQualifyEtherType);
+  config.priority = 3;
+  ASSERT_EQ(bcm_field_group_config_create(0, &config), BCM_E_NONE);
+  const int group = config.group;  // the SDK chose it
+  bcm_field_entry_t entry = -1;
+  ASSERT_EQ(bcm_field_entry_create(0, group, &entry), BCM_E_NONE);
+  const int made = entry;
+  config.priority = 9;
+  config.group = 99;
+  BCM_FIELD_QSET_ADD(config.qset, bcmFieldQualifyDstIp);
+  entry = 12345;
+  ASSERT_EQ(bcm_field_entry_destroy(0, made), BCM_E_NONE);
+  ASSERT_EQ(bcm_field_group_destroy(0, group), BCM_E_NONE);
+
+  const auto& calls = bcmsim::calls();
+  ASSERT_EQ(calls.size(), 5u);
+  EXPECT_EQ(calls[1].args(),
+            "0, {flags 0x0, group " + std::to_string(group) +
+                ", priority 3, mode Single, qset [EtherType StageIngress], aset []}");
+  ASSERT_TRUE(calls[1].source().makes);
+  EXPECT_EQ(calls[1].source().makes->id, group);
+  EXPECT_EQ(calls[2].args(), "0, " + std::to_string(group) + ", " + std::to_string(made));
+  ASSERT_TRUE(calls[2].source().makes);
+  EXPECT_EQ(calls[2].source().makes->id, made);
+}
+
+TEST_F(CallLog, ShowsWhatAReadReturnedAfterTheValueChanged) {
+  ASSERT_EQ(bcm_field_qualify_EtherType(0, 1, 0x0800, 0xffff), BCM_E_NONE);
+  uint16 data = 0, mask = 0;
+  ASSERT_EQ(bcm_field_qualify_EtherType_get(0, 1, &data, &mask), BCM_E_NONE);
+  ASSERT_EQ(bcm_field_qualify_EtherType(0, 1, 0x86dd, 0xffff), BCM_E_NONE);
+  bcm_field_stat_t types[] = {bcmFieldStatPackets};
+  int stat = -1;
+  ASSERT_EQ(bcm_field_stat_create(0, kGroup, 1, types, &stat), BCM_E_NONE);
+  const int made = stat;
+  types[0] = bcmFieldStatBytes;
+  stat = -1;
+
+  const auto& calls = bcmsim::calls();
+  ASSERT_EQ(calls.size(), 4u);
+  EXPECT_EQ(calls[1].args(), "0, 1 -> 0x800");
+  EXPECT_EQ(calls[3].args(), "0, 16, 1, [Packets] -> " + std::to_string(made));
+  ASSERT_EQ(calls[3].source().inputs.size(), 1u);
+  EXPECT_EQ(calls[3].source().inputs[0], "stat_types1[0] = bcmFieldStatPackets;");
+}
+
+TEST_F(CallLog, ACopiedCallKeepsItsArgumentsOnceTheLogIsCleared) {
+  ASSERT_EQ(bcm_field_qualify_EtherType(0, 1, 0x0800, 0xffff), BCM_E_NONE);
+  bcm_field_qset_t_init(nullptr);
+  const std::vector<bcmsim::Call> copies = bcmsim::calls();
+  bcmsim::clear_calls();
+
+  EXPECT_EQ(copies[0].text(), "bcm_field_qualify_EtherType(0, 1, 0x800, 0xffff) = 0");
+  ASSERT_EQ(copies[0].source().values.size(), 1u);
+  EXPECT_EQ(copies[0].source().values[0].kind, bcmsim::Ref::Entry);
+  EXPECT_EQ(copies[0].source().values[0].number, 1);
+  EXPECT_EQ(copies[1].text(), "bcm_field_qset_t_init(NULL) = 0");
+  EXPECT_TRUE(copies[1].source().initialiser);
+  EXPECT_EQ(copies[1].source().args, "");
+}
+
 struct FaultCase {
   const char* name;
   bcmsim::Fault fault;

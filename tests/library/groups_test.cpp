@@ -71,7 +71,7 @@ TEST_F(Groups, EveryTypeGetsItsCatalogueQualifierSetAndMode) {
     EXPECT_EQ(group->flags, 5u);
     const bcmsim::Call& group_create = bcmsim::calls().back();
     EXPECT_EQ(group_create.function, "bcm_field_group_config_create");
-    EXPECT_NE(group_create.args.find("aset []"), std::string::npos) << "an empty action set";
+    EXPECT_NE(group_create.args().find("aset []"), std::string::npos) << "an empty action set";
   }
 }
 

@@ -22,7 +22,7 @@ const std::vector<std::string> kStartUpCalls = {
 std::vector<std::string> calls_without_codes() {
   std::vector<std::string> calls;
   for (const bcmsim::Call& call : bcmsim::calls()) {
-    calls.push_back(call.function + "(" + call.args + ")");
+    calls.push_back(call.function + "(" + call.args() + ")");
   }
   return calls;
 }

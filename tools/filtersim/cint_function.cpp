@@ -70,7 +70,7 @@ void ScriptFunction::fillBitmap(const bcmsim::CallSource::Value& bitmap) {
 }
 
 void ScriptFunction::call(const bcmsim::Call& call) {
-  const bcmsim::CallSource& source = call.source;
+  const bcmsim::CallSource& source = call.source();
   if (source.initialiser) return;  // written with the structure it fills
   has_calls_ = true;
   for (const std::string& variable : source.variables) addVariable(variable);

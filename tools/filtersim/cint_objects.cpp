@@ -55,7 +55,7 @@ std::string ScriptObjects::reference(Ref kind, int64_t id) {
 
 // A group takes its statistics objects with it.
 std::vector<std::string> ScriptObjects::removal(const bcmsim::Call& call) {
-  const std::optional<bcmsim::CallSource::Value>& removed = call.source.removes;
+  const std::optional<bcmsim::CallSource::Value>& removed = call.source().removes;
   Object* object = removed ? live(removed->kind, removed->number) : nullptr;
   if (!object) return {};
   std::vector<Object*> gone{object};
@@ -75,7 +75,7 @@ std::vector<std::string> ScriptObjects::removal(const bcmsim::Call& call) {
 std::vector<std::string> ScriptObjects::after(const bcmsim::Call& call,
                                               std::vector<std::string>& globals) {
   std::vector<std::string> statements = removal(call);
-  const std::optional<bcmsim::CallSource::Made>& made = call.source.makes;
+  const std::optional<bcmsim::CallSource::Made>& made = call.source().makes;
   if (!made || call.rc != 0) return statements;
   if (!made->chosen && live(made->kind, made->id)) return statements;  // replaced, not made
   const Kind& kind = kindOf(made->kind);

@@ -19,7 +19,7 @@ using nlohmann::json;
 json callsJson(const std::vector<bcmsim::Call>& calls) {
   json list = json::array();
   for (const bcmsim::Call& call : calls) {
-    list.push_back({{"function", call.function}, {"args", call.args}, {"rc", call.rc}});
+    list.push_back({{"function", call.function}, {"args", call.args()}, {"rc", call.rc}});
   }
   return list;
 }

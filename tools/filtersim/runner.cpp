@@ -291,7 +291,7 @@ void checkExpectations(const Expectation& expect, HalFiltersItf& filters, const 
 }
 
 std::string refusalText(const bcmsim::Call& call) {
-  return call.function + "(" + call.args + ") = " + bcmsim::error_name(call.rc) + " (" +
+  return call.function + "(" + call.args() + ") = " + bcmsim::error_name(call.rc) + " (" +
          bcm_errmsg(call.rc) + ")";
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -44,14 +45,30 @@ struct CallSource {
   bool initialiser = false;      // a structure initialiser: scripts write it with what it fills
 };
 
-struct Call {
+namespace detail {
+class CallArgs;
+}
+
+// A recorded call. It keeps its arguments as the call had them (outputs as the call returned
+// them) and writes them out as text and as C source when they are first read.
+class Call {
+ public:
+  Call(std::string name, int code, const Rule* refusal,
+       std::shared_ptr<const detail::CallArgs> args);
+
   std::string function;
-  std::string args;  // the arguments as text, e.g. "0, 1048576, 0x800, 0xffff"
   int rc = 0;
-  CallSource source;
   const Rule* rule = nullptr;  // why a refused call was refused (bcmsim/refusals.h)
 
+  // The arguments as text, e.g. "0, 1048576, 0x800, 0xffff", and as C source. The first read
+  // writes them out, for the call and its copies: read them on one thread at a time.
+  const std::string& args() const;
+  const CallSource& source() const;
   std::string text() const;  // "function(args) = rc"
+
+ private:
+  // Shared by copies of the call, which write it out once between them.
+  std::shared_ptr<const detail::CallArgs> args_;
 };
 
 // Recording is off until switched on; when off a call costs one test of a flag.
