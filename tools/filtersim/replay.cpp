@@ -1,6 +1,8 @@
 #include "replay.h"
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <memory>
 #include <queue>
 #include <thread>
@@ -218,48 +220,86 @@ class MergedCaptures {
   std::optional<size_t> last_;
 };
 
-// Classifies and counts the replay's packets in arrival order. With several threads it looks a
-// batch of packets up on all of them at once, then meters, applies and counts the batch in
-// order, so that every meter and counter ends as with one thread.
+// Classifies and counts the replay's packets in arrival order. With several threads the packets
+// go in batches: while the other threads start looking a batch up, this one meters, applies and
+// counts the batch before, in order, then helps with the lookups; so that every meter and counter
+// ends as with one thread.
 class Classifier {
  public:
   Classifier(ReplayTally& tally, int threads) : tally_(tally), threads_(threads) {}
+  ~Classifier() { finishLookups(); }
 
   void send(const bcmsim::Packet& packet) {
     if (threads_ == 1) {
       tally_.count(packet, bcmsim::classify(packet));
       return;
     }
-    batch_.push_back(packet);
-    if (batch_.size() == kBatch) flush();
+    filling().packets.push_back(packet);
+    if (filling().packets.size() == kBatch) pass();
   }
 
+  // Applies every packet sent.
   void flush() {
-    if (batch_.empty()) return;
-    matches_.resize(batch_.size());
-    bcmsim::prepare_lookups();
-    std::vector<std::thread> helpers;
-    const size_t share = (batch_.size() + static_cast<size_t>(threads_) - 1) / static_cast<size_t>(threads_);
-    for (size_t first = share; first < batch_.size(); first += share) {
-      helpers.emplace_back([this, first, share] { lookUp(first, std::min(first + share, batch_.size())); });
-    }
-    lookUp(0, std::min(share, batch_.size()));
-    for (std::thread& helper : helpers) helper.join();
-    for (size_t k = 0; k < batch_.size(); ++k) tally_.count(batch_[k], bcmsim::apply(batch_[k], matches_[k]));
-    batch_.clear();
+    if (threads_ == 1) return;
+    pass();
+    pass();
   }
 
  private:
   static constexpr size_t kBatch = 16384;
+  static constexpr size_t kChunk = 256;  // packets a thread takes at a time
 
-  void lookUp(size_t first, size_t last) {
-    for (size_t k = first; k < last; ++k) bcmsim::match(batch_[k], matches_[k]);
+  struct Batch {
+    std::vector<bcmsim::Packet> packets;
+    std::vector<bcmsim::Matches> matches;
+    std::atomic<size_t> next{0};  // the first packet no thread has taken
+  };
+
+  Batch& filling() { return batches_[filling_]; }
+
+  // The filled batch is looked up; the batch looked up before it is applied meanwhile, and is
+  // filled next.
+  void pass() {
+    Batch& filled = filling();
+    startLookups(filled);
+    Batch& looked_up = batches_[1 - filling_];
+    for (size_t k = 0; k < looked_up.packets.size(); ++k) {
+      tally_.count(looked_up.packets[k], bcmsim::apply(looked_up.packets[k], looked_up.matches[k]));
+    }
+    looked_up.packets.clear();
+    lookUp(filled);
+    finishLookups();
+    filling_ = 1 - filling_;
+  }
+
+  void startLookups(Batch& batch) {
+    bcmsim::prepare_lookups();
+    batch.matches.resize(batch.packets.size());
+    batch.next = 0;
+    for (int helper = 1; helper < threads_; ++helper) {
+      lookups_.emplace_back([this, &batch] { lookUp(batch); });
+    }
+  }
+
+  // Takes chunks of the batch until none is left.
+  static void lookUp(Batch& batch) {
+    for (size_t first; (first = batch.next.fetch_add(kChunk)) < batch.packets.size();) {
+      for (size_t k = first; k < std::min(first + kChunk, batch.packets.size()); ++k) {
+        bcmsim::match(batch.packets[k], batch.matches[k]);
+      }
+    }
+  }
+
+  void finishLookups() {
+    for (std::thread& lookup : lookups_) lookup.join();
+    lookups_.clear();
   }
 
   ReplayTally& tally_;
   int threads_;
-  std::vector<bcmsim::Packet> batch_;
-  std::vector<bcmsim::Matches> matches_;
+  std::array<Batch, 2> batches_;
+  size_t filling_ = 0;  // the batch packets are sent to; the other waits to be applied
+  std::vector<std::thread> lookups_;
 };
 
 }  // namespace
