@@ -122,8 +122,9 @@ struct Matches {
 // on the statistics of every entry it hits. The same as match() then apply().
 Classification classify(const Packet& packet);
 
-// Builds the lookup of every group changed since it was last built. While nothing changes the
-// device after it, match() may run on several threads at once.
+// Builds the lookup of every group changed since it was last built. While no SDK call changes
+// the device after it, match() may run on several threads at once, and beside one thread's
+// apply(): the meters and counters apply() changes are nothing match() reads.
 void prepare_lookups();
 // Bytes the compiled lookups built so far take.
 size_t compiled_lookup_bytes();
