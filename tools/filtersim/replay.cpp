@@ -277,7 +277,7 @@ class Classifier {
     batch.matches.resize(batch.packets.size());
     batch.next = 0;
     for (int helper = 1; helper < threads_; ++helper) {
-      lookups_.emplace_back([this, &batch] { lookUp(batch); });
+      lookups_.emplace_back([&batch] { lookUp(batch); });
     }
   }
 
